@@ -1,0 +1,68 @@
+# shellcheck shell=bash
+# Shared by the scripts of this folder; sourced, not run.
+
+REPO=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
+SCRIPT_NAME=${0##*/}
+
+say() { printf '%s\n' "$*" >&2; }
+fail() {
+  printf '%s: %s\n' "$SCRIPT_NAME" "$*" >&2
+  exit 1
+}
+
+# need_value OPTION "$@": an option that takes a value was given as the last word.
+need_value() { (($# > 2)) || fail "$1 needs a value"; }
+
+# run_step TITLE LOG COMMAND...: runs a command quietly; its output goes to LOG, of which the end is shown
+# when the command fails.
+run_step() {
+  local title=$1 log=$2 rc=0
+  shift 2
+  mkdir -p -- "${log%/*}"
+  say "$title"
+  "$@" >"$log" 2>&1 </dev/null || rc=$?
+  if ((rc != 0)); then
+    tail -n 60 -- "$log" >&2
+    fail "this step failed with exit code $rc: $title
+  command: $*
+  its whole output: $log"
+  fi
+}
+
+# locked FILE COMMAND...: runs a function or command while no other script holds the lock on FILE.
+# What the command starts does not inherit the lock: a server left running must not keep it.
+locked() {
+  local file=$1
+  shift
+  mkdir -p -- "${file%/*}"
+  exec 9>"$file"
+  flock 9
+  "$@" 9>&-
+  exec 9>&-
+}
+
+# build PRESET [TARGET...]: configures build/PRESET where needed and builds the targets (all without any).
+build() {
+  local preset=$1
+  shift
+  mkdir -p -- "$REPO/build/$preset"
+  locked "$REPO/build/$preset.lock" build_unlocked "$preset" "$@"
+}
+
+build_unlocked() {
+  local preset=$1 dir=$REPO/build/$1 home
+  shift
+  # A cache that was made before the folder moved here is of no use.
+  if [[ -f $dir/CMakeCache.txt ]]; then
+    home=$(sed -n 's/^CMAKE_HOME_DIRECTORY:INTERNAL=//p' "$dir/CMakeCache.txt")
+    [[ $home == "$REPO" ]] || rm -rf -- "$dir/CMakeCache.txt" "$dir/CMakeFiles" "$dir/build.ninja"
+  fi
+  if [[ ! -f $dir/build.ninja ]]; then
+    run_step "Configuring (preset $preset) ..." "$REPO/build/$preset-configure.log" \
+      env -C "$REPO" cmake --preset "$preset"
+  fi
+  # Asked first, so that nothing is announced when there is nothing to do.
+  if ! ninja -C "$dir" -n "$@" 2>/dev/null | grep -q 'no work to do'; then
+    run_step "Building $dir ..." "$REPO/build/$preset-build.log" ninja -C "$dir" "$@"
+  fi
+}
