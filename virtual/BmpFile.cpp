@@ -1,0 +1,154 @@
+#include "BmpFile.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+
+namespace vscan {
+
+namespace {
+
+constexpr double inchesPerMeter = 1 / 0.0254;
+
+struct FileCloser {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, FileCloser>;
+
+void readExactly(std::FILE* file, void* target, std::size_t bytes) {
+    if (std::fread(target, 1, bytes, file) != bytes) throw std::runtime_error("the file ends too early");
+}
+
+double resolutionOf(LONG pixelsPerMeter) {
+    // The file holds whole pixels per metre: 300 per inch stand there as 11811, so the inch value is rounded.
+    return pixelsPerMeter > 0 ? std::max(1.0, std::round(pixelsPerMeter / inchesPerMeter)) : 100;
+}
+
+class BmpPainter final : public RowPainter {
+public:
+    BmpPainter(const BmpFile& file, const Grid& grid) : file_(file), grid_(grid) {
+        columns_.reserve(static_cast<std::size_t>(grid.width));
+        for (int x = 0; x < grid.width; ++x)
+            columns_.push_back(source(x + grid.originX, grid.xResolution, file.xResolution(), file.width()));
+    }
+
+    void paint(int y, Color* row) const override {
+        const int line = source(y + grid_.originY, grid_.yResolution, file_.yResolution(), file_.height());
+        for (std::size_t x = 0; x < columns_.size(); ++x)
+            row[x] = line < 0 || columns_[x] < 0 ? lidColor : file_.colorAt(columns_[x], line);
+    }
+
+private:
+    // The file's pixel under a sensor position, or -1 beside the page.
+    static int source(long position, double sensorResolution, double fileResolution, int count) {
+        const double pixel = (static_cast<double>(position) + 0.5) * fileResolution / sensorResolution;
+        return pixel >= 0 && pixel < count ? static_cast<int>(pixel) : -1;
+    }
+
+    const BmpFile& file_;
+    Grid grid_;
+    std::vector<int> columns_;
+};
+
+template <typename Record>
+void append(std::vector<std::uint8_t>& bytes, const Record& record) {
+    const auto* start = reinterpret_cast<const std::uint8_t*>(&record);
+    bytes.insert(bytes.end(), start, start + sizeof record);
+}
+
+}  // namespace
+
+BmpFile::BmpFile(const std::string& path) {
+    const File file(std::fopen(path.c_str(), "rb"));
+    if (!file) throw std::runtime_error("the file can't be opened");
+    BITMAPFILEHEADER fileHeader{};
+    BITMAPINFOHEADER header{};
+    readExactly(file.get(), &fileHeader, sizeof fileHeader);
+    readExactly(file.get(), &header, sizeof header);
+    if (fileHeader.bfType != 0x4D42 || header.biSize < sizeof header)
+        throw std::runtime_error("it is no Windows BMP file");
+    bits_ = header.biBitCount;
+    if (header.biCompression != BI_RGB || (bits_ != 1 && bits_ != 4 && bits_ != 8 && bits_ != 24))
+        throw std::runtime_error("only uncompressed BMP files of 1, 4, 8 or 24 bits are understood");
+    constexpr LONG largest = 100000;
+    if (header.biWidth <= 0 || header.biHeight == 0 || header.biWidth > largest ||
+        header.biHeight > largest || header.biHeight < -largest)
+        throw std::runtime_error("its size makes no sense");
+    width_ = header.biWidth;
+    height_ = std::abs(static_cast<int>(header.biHeight));
+    topDown_ = header.biHeight < 0;
+    xResolution_ = resolutionOf(header.biXPelsPerMeter);
+    yResolution_ = resolutionOf(header.biYPelsPerMeter);
+    if (bits_ <= 8) {
+        const DWORD most = 1u << bits_;
+        const DWORD count = header.biClrUsed == 0 ? most : std::min(header.biClrUsed, most);
+        std::vector<RGBQUAD> quads(count);
+        std::fseek(file.get(), static_cast<long>(sizeof fileHeader + header.biSize), SEEK_SET);
+        readExactly(file.get(), quads.data(), count * sizeof(RGBQUAD));
+        for (const RGBQUAD& quad : quads)
+            palette_.push_back({quad.rgbRed, quad.rgbGreen, quad.rgbBlue});
+        palette_.resize(most);  // indices beyond the table are black
+    }
+    stride_ = (static_cast<std::size_t>(width_) * static_cast<std::size_t>(bits_) + 31) / 32 * 4;
+    rows_.resize(stride_ * static_cast<std::size_t>(height_));
+    std::fseek(file.get(), static_cast<long>(fileHeader.bfOffBits), SEEK_SET);
+    readExactly(file.get(), rows_.data(), rows_.size());
+}
+
+Color BmpFile::colorAt(int x, int y) const {
+    const int line = topDown_ ? y : height_ - 1 - y;
+    const std::uint8_t* row = rows_.data() + stride_ * static_cast<std::size_t>(line);
+    switch (bits_) {
+        case 1:
+            return palette_[(row[x / 8] >> (7 - x % 8)) & 1];
+        case 4:
+            return palette_[(row[x / 2] >> (x % 2 ? 0 : 4)) & 15];
+        case 8:
+            return palette_[row[x]];
+        default:
+            return {row[x * 3 + 2], row[x * 3 + 1], row[x * 3]};
+    }
+}
+
+BmpPage::BmpPage(const std::string& path) : file_(path) {}
+
+std::unique_ptr<RowPainter> BmpPage::painter(const Grid& grid) const {
+    return std::make_unique<BmpPainter>(file_, grid);
+}
+
+std::vector<std::uint8_t> dibHeader(PixelKind kind, int width, int height, double xResolution,
+                                    double yResolution, const std::vector<Color>& palette) {
+    BITMAPINFOHEADER header{};
+    header.biSize = sizeof header;
+    header.biWidth = width;
+    header.biHeight = height;
+    header.biPlanes = 1;
+    header.biBitCount = static_cast<WORD>(bitsPerPixel(kind));
+    header.biCompression = BI_RGB;
+    header.biSizeImage = static_cast<DWORD>(paddedRowBytes(kind, width) * static_cast<std::size_t>(height));
+    header.biXPelsPerMeter = std::lround(xResolution * inchesPerMeter);
+    header.biYPelsPerMeter = std::lround(yResolution * inchesPerMeter);
+    header.biClrUsed = static_cast<DWORD>(palette.size());
+    std::vector<std::uint8_t> bytes;
+    append(bytes, header);
+    for (const Color& color : palette)
+        append(bytes, RGBQUAD{color.blue, color.green, color.red, 0});
+    return bytes;
+}
+
+std::vector<std::uint8_t> bmpFileHeader(std::size_t dibHeaderBytes, std::size_t pixelBytes) {
+    BITMAPFILEHEADER header{};
+    header.bfType = 0x4D42;
+    header.bfOffBits = static_cast<DWORD>(sizeof header + dibHeaderBytes);
+    header.bfSize = static_cast<DWORD>(header.bfOffBits + pixelBytes);
+    std::vector<std::uint8_t> bytes;
+    append(bytes, header);
+    return bytes;
+}
+
+}  // namespace vscan
