@@ -29,12 +29,14 @@ function(add_wine_test name target)
   endif()
 
   set(launcher "")
+  set(hold_stderr "")
   if(NOT CMAKE_HOST_WIN32)
     _wine_test_fixture(${arg_PREFIX} launcher)
+    set(hold_stderr --hold-stderr)
   endif()
   add_test(
     NAME ${name}
-    COMMAND ${launcher} $<TARGET_FILE:${target}> ${arg_ARGS}
+    COMMAND ${launcher} ${hold_stderr} $<TARGET_FILE:${target}> ${arg_ARGS}
     WORKING_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
   set_tests_properties(
     ${name}

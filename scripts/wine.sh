@@ -7,7 +7,7 @@ source "$(dirname -- "${BASH_SOURCE[0]}")/lib.sh"
 
 usage() {
   cat <<'EOF'
-usage: wine.sh [--build-dir DIR] [--prefix NAME] PROGRAM [ARGUMENT...]
+usage: wine.sh [--build-dir DIR] [--prefix NAME] [--hold-stderr] PROGRAM [ARGUMENT...]
        wine.sh [--build-dir DIR] [--prefix NAME] --prepare
 Runs PROGRAM in one of the project's Wine prefixes and ends with its exit code.
 
@@ -17,6 +17,8 @@ Runs PROGRAM in one of the project's Wine prefixes and ends with its exit code.
   --prefix screen      like scan, with Wine's graphics on: for xvfb-run or a desktop
   --build-dir DIR      where bin/ and the prefixes (wine/NAME) are; default: build/mingw32 of the source tree
   --prepare            only makes the prefix and brings its files up to date
+  --hold-stderr        shows what the program writes to stderr when it has ended: Wine's desktop process keeps
+                       stderr open for a second or two, for which whoever reads a pipe would have to wait
 WINEDEBUG is passed on when it is set.
 EOF
 }
@@ -24,11 +26,13 @@ EOF
 build_dir=$REPO/build/mingw32
 prefix_name=scan
 prepare_only=
+hold_stderr=
 while (($# > 0)); do
   case $1 in
     --build-dir) need_value "$@"; build_dir=$2; shift 2 ;;
     --prefix) need_value "$@"; prefix_name=$2; shift 2 ;;
     --prepare) prepare_only=yes; shift ;;
+    --hold-stderr) hold_stderr=yes; shift ;;
     --help) usage; exit 0 ;;
     --) shift; break ;;
     -*) fail "unknown option $1 (wine.sh --help lists the options)" ;;
@@ -131,4 +135,14 @@ install_files
 [[ -z $prepare_only ]] || exit 0
 
 export WINEPREFIX=$prefix
-exec wine "$@"
+if [[ -z $hold_stderr ]]; then
+  exec wine "$@"
+fi
+held=$(mktemp "$wine_dir/stderr.XXXXXX")
+exec 8>"$held"
+exec 7<"$held"
+rm -- "$held"
+rc=0
+wine "$@" 2>&8 7<&- 8>&- || rc=$?
+cat <&7 >&2
+exit "$rc"
