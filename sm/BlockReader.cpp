@@ -1,0 +1,117 @@
+// Memory transfer, pulled: each call fetches one strip into the host's buffer.
+#include <algorithm>
+#include <cstring>
+
+#include "StripBuffer.h"
+#include "TScanModule.h"
+#include "TransferRecords.h"
+
+namespace {
+
+constexpr uint32_t imageOver = 0xFFFFFFFF;
+constexpr int32_t resultSourceCancelled = -4;
+// A source of the maker's own takes any buffer, also one below its minimum.
+constexpr char brand[] = "KAVRO";
+
+// The image under way; it lives from one call to the next.
+struct PulledImage {
+    uint32_t bytesPerPixel;  // in the host's buffer, whatever the depth: 3 for RGB, else 1; 0: no image
+    int32_t width;           // pixels; not above 0 when the source doesn't know
+    StripBufferSizes sizes;
+} image = {};
+
+// Copies row by row, without the source's padding. Kept: whole rows, so the last one may run past `size` by
+// less than a row. Only a row as wide as the image says may: a strip that claims more is cut at `size`.
+uint32_t copyRows(uint8_t* destination, uint32_t size, const TW_IMAGEMEMXFER& strip,
+                  const GlobalBuffer& buffer) {
+    const uint64_t rowBytes = static_cast<uint64_t>(image.bytesPerPixel) * strip.Columns;
+    if (rowBytes == 0) return 0;
+    const bool honest = image.width > 0 && strip.Columns <= static_cast<uint32_t>(image.width);
+    uint64_t offset = 0;
+    uint32_t count = 0;
+    for (uint32_t row = 0; row < strip.Rows && count < size && offset < buffer.size(); ++row) {
+        const auto taken =
+            static_cast<uint32_t>(honest ? rowBytes : std::min<uint64_t>(rowBytes, size - count));
+        // Beyond the buffer's end there is nothing to copy; packed depths count more bytes than they have.
+        std::memcpy(destination + count, buffer.data() + offset,
+                    static_cast<size_t>(std::min<uint64_t>(taken, buffer.size() - offset)));
+        count += taken;
+        offset += strip.BytesPerRow;
+    }
+    return count;
+}
+
+uint32_t copyStrip(uint8_t* destination, uint32_t size, const TW_IMAGEMEMXFER& strip,
+                   const GlobalBuffer& buffer) {
+    if (strip.BytesWritten == 0) return 0;
+    if (static_cast<uint64_t>(image.bytesPerPixel) * strip.Columns != strip.BytesPerRow) {
+        return copyRows(destination, size, strip, buffer);
+    }
+    // Kept: what doesn't fit is dropped.
+    const uint32_t count = std::min<uint32_t>(size, strip.BytesWritten);
+    std::memcpy(destination, buffer.data(), count);
+    return count;
+}
+
+}  // namespace
+
+void TScanModule::ReadBlock(uint8_t* destination, uint32_t size, uint32_t* count) {
+    // Kept: all its lines name the pushed form.
+    const MethodTrace trace{"TScanModule::DoMemXfer"};
+    if (image.bytesPerPixel == 0) {
+        GetMemXferSize(&image.sizes.min, &image.sizes.max, &image.sizes.preferred);
+        TW_IMAGEINFO info = {};
+        getImageInfo(&info);
+        image.bytesPerPixel = info.PixelType == TWPT_RGB ? 3 : 1;
+        image.width = info.ImageWidth;
+    }
+    const int32_t result = pullStrip(trace, destination, size, count);
+    if (cancelAll_ != 0 || result == TWCC_OPERATIONERROR) {
+        // Kept: after an operation error for the second time.
+        *count = imageOver;
+        EndAllXfer();
+    }
+}
+
+// One strip; the result decides only whether all images end.
+int32_t TScanModule::pullStrip(const MethodTrace& trace, uint8_t* destination, uint32_t size,
+                               uint32_t* count) {
+    StripBufferSizes sizes = image.sizes;
+    if (std::strcmp(dsIdentity_.Manufacturer, brand) == 0) {
+        sizes.preferred = size;
+    } else {
+        image.sizes.preferred = sizes.preferred = std::min(sizes.preferred, size);
+    }
+    clearCancel();
+    transferArea.buffer = SmBufferDescriptor{};
+    GlobalBuffer buffer;
+    if (!allocateStripBuffer(trace, sizes, buffer)) return TWCC_LOWMEMORY;
+
+    uint16_t pending;
+    TW_IMAGEMEMXFER strip = makeStripRequest(buffer.data(), buffer.size());
+    const TW_UINT16 code = fetchStrip(strip, buffer.size());
+    if (code == TWRC_CANCEL) {
+        image.bytesPerPixel = 0;
+        *count = imageOver;
+        EndThisXfer(&pending);
+        EndAllXfer();
+        return 0;
+    }
+    if (code != TWRC_SUCCESS && code != TWRC_XFERDONE) {
+        const int32_t result = GetTWAINStatusCode();
+        if (result == TWCC_OPERATIONERROR || result == resultSourceCancelled) {
+            EndAllXfer();
+            *count = imageOver;
+        }
+        return result;
+    }
+    *count = copyStrip(destination, size, strip, buffer);
+    buffer.Free();
+    if (!cancelRequested() && code == TWRC_XFERDONE) {
+        // Kept: how long the last strip is isn't said; its bytes are in the host's buffer.
+        image.bytesPerPixel = 0;
+        *count = imageOver;
+        EndThisXfer(&pending);
+    }
+    return 0;
+}

@@ -1,0 +1,67 @@
+// Offers the host's messages to the source and reacts to what the source signals through them.
+#include <cstring>
+
+#include "TScanModule.h"
+
+namespace {
+
+// Only this value hands the images to the host suite's own path; 1 does not, on purpose.
+constexpr UINT suppressTransfer = 2;
+
+// "ZR_Scan.INI" in the host suite's data folder; the folder's text is expected to end in a backslash. Without
+// the registry value it is the bare name, which the profile functions look up in the Windows directory.
+struct SettingsPath {
+    static constexpr char fileName[] = "ZR_Scan.INI";
+    static constexpr DWORD folderSize = 260;
+    char text[folderSize + sizeof fileName] = "";
+
+    SettingsPath() {
+        HKEY key;
+        if (RegOpenKeyExA(HKEY_CURRENT_USER, "Software\\Lumivo", 0, KEY_ALL_ACCESS, &key) == ERROR_SUCCESS) {
+            DWORD size = folderSize;
+            const LSTATUS status =
+                RegQueryValueExA(key, "DataDir", nullptr, nullptr, reinterpret_cast<BYTE*>(text), &size);
+            // The value need not be terminated; after a failure the buffer may hold anything.
+            text[status == ERROR_SUCCESS ? size : 0] = '\0';
+            RegCloseKey(key);
+        }
+        lstrcatA(text, fileName);
+    }
+};
+
+bool transferSuppressed() {
+    const SettingsPath path;
+    return GetPrivateProfileIntA("Settings", "SuppressTWAIN", 0, path.text) == suppressTransfer;
+}
+
+}  // namespace
+
+BOOL TScanModule::IsDSEvent(MSG* msg) {
+    // No trace of its own: this runs for every message of the host.
+    if (loader_.state < stateSourceEnabled) return FALSE;
+    TW_EVENT event = {msg, MSG_NULL};
+    const TW_UINT16 code = callSource(DG_CONTROL, DAT_EVENT, MSG_PROCESSEVENT, &event);
+    switch (event.TWMessage) {
+        case MSG_XFERREADY: {
+            const MethodTrace trace{"TScanModule::IsDSEvent capturing MSG_XFERREADY"};
+            if (scanToFile_ != 0) {
+                ProcessPrestoScanImage();
+            } else if (!transferSuppressed()) {
+                ProcessScanImage();
+            }
+            break;
+        }
+        case MSG_CLOSEDSREQ: {
+            const MethodTrace trace{"TScanModule::IsDSEvent capturing MSG_CLOSEDSREQ"};
+            if (scanToFile_ != 0) {
+                DisableDS();
+                CloseDS();
+                tellHost(scanToFileDSClosed_, 0);
+            } else {
+                tellHost(closeDSReq_, 0);
+            }
+            break;
+        }
+    }
+    return code == TWRC_DSEVENT;
+}

@@ -1,0 +1,83 @@
+// The shape that nearly all getters and setters share, and the small descriptors that say what is particular
+// to one method. The routines that take them are members of TScanModule (Negotiation.cpp).
+#pragma once
+
+#include <scanmodule/twain_types.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+#include "Containers.h"
+
+// A constant list of TWAIN codes, tried in its order.
+class CodeList {
+public:
+    template <size_t count>
+    constexpr CodeList(const TW_UINT16 (&codes)[count]) : begin_(codes), end_(codes + count) {}
+    constexpr const TW_UINT16* begin() const { return begin_; }
+    constexpr const TW_UINT16* end() const { return end_; }
+
+private:
+    const TW_UINT16* begin_;
+    const TW_UINT16* end_;
+};
+
+// Item types a setter tries until the source takes one.
+constexpr TW_UINT16 booleanTypes[] = {TWTY_BOOL, TWTY_UINT16, TWTY_INT16};
+constexpr TW_UINT16 enumeratedTypes[] = {TWTY_UINT16, TWTY_INT16, TWTY_BOOL};
+constexpr TW_UINT16 countTypes[] = {TWTY_INT16, TWTY_UINT16, TWTY_BOOL};
+constexpr TW_UINT16 uint16Type[] = {TWTY_UINT16};
+constexpr TW_UINT16 fix32Type[] = {TWTY_FIX32};
+
+// Messages a getter tries until one yields a value.
+constexpr TW_UINT16 currentThenAll[] = {MSG_GETCURRENT, MSG_GET};
+constexpr TW_UINT16 allThenCurrent[] = {MSG_GET, MSG_GETCURRENT};
+constexpr TW_UINT16 allOnly[] = {MSG_GET};
+
+// Container kinds a getter reads, as bits.
+enum ContainerKinds : unsigned { OneValue = 1, EnumCurrent = 2, RangeCurrent = 4 };
+
+constexpr char buildReturnsFailure[] = "BuildupOneValue returns failure";
+// Kept: some setters say it this way, and log readers search for it.
+constexpr char buildReturnFailure[] = "BuildupOneValue return failure";
+
+struct Setter {
+    TW_UINT16 capability;
+    CodeList itemTypes;
+    const char* buildFailure = buildReturnsFailure;
+};
+
+struct Getter {
+    TW_UINT16 capability;
+    CodeList messages;
+    unsigned containers;
+};
+
+// From a source's value to what the method gives.
+using Conversion = uint16_t (*)(TW_UINT32 value);
+inline uint16_t asGiven(TW_UINT32 value) {
+    return static_cast<uint16_t>(value);
+}
+
+// Pixel types, paper sizes and units are one-bit codes for the host: 1 << value.
+constexpr TW_UINT16 lastCodedValue = 8;
+// The value behind such a code; what is none is sent as given.
+TW_UINT16 valueOfCode(uint16_t code);
+
+// How reading one container went: nothing for a container kind that the method doesn't handle, else the
+// codec's result.
+using Reading = std::optional<TW_UINT16>;
+
+// The single value of a container of one of the given kinds, as raw bits.
+Reading readValue(const TW_CAPABILITY& cap, unsigned containers, TW_UINT32& value);
+
+// The smallest and largest item of an enumeration, taken as FIX32. Untouched when the list can't be read.
+struct Bounds {
+    double min;
+    double max;
+};
+TW_UINT16 readEnumerationBounds(const TW_CAPABILITY& cap, Bounds& bounds);
+
+// One field of a range, taken as FIX32 whatever the container's item type says.
+TW_UINT16 readRangeField(const TW_CAPABILITY& cap, RangeField field, double& value);

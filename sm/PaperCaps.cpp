@@ -1,0 +1,80 @@
+// Units, the largest scan area and paper sizes.
+#include "TScanModule.h"
+#include "Units.h"
+
+namespace {
+
+// What stands in for the area when the source's unit is none that can be converted.
+constexpr double fallbackWidth = 8.0;
+constexpr double fallbackHeight = 11.0;
+
+uint16_t paperSizeCode(TW_UINT32 paperSize) {
+    return static_cast<uint16_t>(paperSize <= lastCodedValue ? 1 << paperSize : +SM_PAPER_NONE);
+}
+
+}  // namespace
+
+int32_t TScanModule::GetUnit(uint16_t* code) {
+    const MethodTrace trace{"TScanModule::GetUnit"};
+    if (const int32_t refused = checkReady(trace)) return refused;
+    TW_UINT32 unit = TWUN_INCHES;
+    const int32_t result = askValue(trace, {ICAP_UNITS, currentThenAll, OneValue | EnumCurrent}, unit);
+    *code = unitCodeOf(unit);
+    return result;
+}
+
+int32_t TScanModule::getLength(const MethodTrace& trace, TW_UINT16 capability, double& length,
+                               TracePoint at) {
+    TW_UINT32 bits;
+    const int32_t result = askValue(trace, {capability, currentThenAll, OneValue}, bits, at);
+    if (result == 0) length = fix32ToNumber(fix32FromBits(bits));
+    return result;
+}
+
+int32_t TScanModule::GetMaxArea(double* width, double* height) {
+    const MethodTrace trace{"TScanModule::GetMaxArea"};
+    if (const int32_t refused = checkReady(trace)) return refused;
+    double across, down;
+    if (const int32_t failure = getLength(trace, ICAP_PHYSICALWIDTH, across)) return failure;
+    if (const int32_t failure = getLength(trace, ICAP_PHYSICALHEIGHT, down)) return failure;
+    uint16_t unit = 0;
+    GetUnit(&unit);
+    uint16_t resolution = 0, lowest, highest;
+    GetXResolution(&resolution, &lowest, &highest);
+    if (unit == SM_UNIT_PIXELS && resolution != 0) {
+        // Kept: the height too is divided by the X resolution.
+        *width = across / resolution;
+        *height = down / resolution;
+    } else if (factorsOf(unit).code == unit && unit != SM_UNIT_PIXELS) {
+        *width = across * factorsOf(unit).toInches;
+        *height = down * factorsOf(unit).toInches;
+    } else {
+        *width = fallbackWidth;
+        *height = fallbackHeight;
+    }
+    return 0;
+}
+
+int32_t TScanModule::GetPaperSize(uint16_t* code) {
+    const MethodTrace trace{"TScanModule::GetPaperSize"};
+    return getValue(trace, {ICAP_SUPPORTEDSIZES, currentThenAll, OneValue | EnumCurrent}, code,
+                    paperSizeCode);
+}
+
+int32_t TScanModule::SetPaperSize(uint16_t code) {
+    const MethodTrace trace{"TScanModule::SetPaperSize"};
+    return setValue(trace, {ICAP_SUPPORTEDSIZES, enumeratedTypes}, valueOfCode(code));
+}
+
+int32_t TScanModule::GetSupportedPaperSize(uint16_t* codes) {
+    const MethodTrace trace{"TScanModule::GetSupportedPaperSize"};
+    return getSupported(trace, ICAP_SUPPORTEDSIZES, codes);
+}
+
+int32_t TScanModule::SetSupportedPaperSize(uint16_t codes) {
+    const MethodTrace trace{"TScanModule::SetSupportedPaperSize"};
+    if (const int32_t refused = checkReady(trace)) return refused;
+    uint16_t present = 0;
+    GetPaperSize(&present);
+    return setSupported(trace, ICAP_SUPPORTEDSIZES, codes, present);
+}

@@ -1,0 +1,251 @@
+// Which source later sessions use: the manager's dialog, the list of the maker's sources, the default driver.
+#include <cstring>
+
+#include "TScanModule.h"
+
+namespace {
+
+constexpr char brand[] = "KAVRO";
+// Sources that only wrap another driver model; they are never listed.
+constexpr char wrapperMark[] = "WIA";
+constexpr char listSection[] = "DS";
+constexpr char defaultSection[] = "Twain";
+constexpr char defaultKey[] = "Default Source";
+constexpr int32_t notFound = TWCC_BADDEST;
+// More answers than any machine has sources: a manager that never ends its list must not hang the host.
+constexpr int mostAnswers = 4096;
+
+bool isListed(const TW_IDENTITY& source) {
+    return std::strcmp(source.Manufacturer, brand) == 0 &&
+           std::strstr(source.ProductName, wrapperMark) == nullptr;
+}
+
+bool isNamed(const TW_IDENTITY& source, const char* productName) {
+    return lstrcmpiA(source.ProductName, productName) == 0;
+}
+
+// The profile that GetAllDS writes.
+class SourceList {
+public:
+    explicit SourceList(const char* path) : path_(path) {}
+
+    void setDefault(const TW_IDENTITY& source) {
+        hasDefault_ = isListed(source);
+        write("name0", hasDefault_ ? source.ProductName : "");
+    }
+    void start() { next_ = 1; }
+    void markEmpty() { write("name1", ""); }
+    void add(const TW_IDENTITY& source) {
+        if (!isListed(source)) return;
+        char key[16];
+        wsprintfA(key, "name%d", next_);
+        write(key, source.ProductName);
+        if (!hasDefault_) write("name0", source.ProductName);
+        ++next_;
+    }
+    void writeCount() {
+        char count[16];
+        wsprintfA(count, "%d", next_ == 0 ? 0 : next_ - 1);
+        write("count", count);
+    }
+
+private:
+    void write(const char* key, const char* value) {
+        WritePrivateProfileStringA(listSection, key, value, path_);
+    }
+
+    const char* path_;
+    bool hasDefault_ = false;
+    int next_ = 0;
+};
+
+// One of the user's folders by its name in the registry; empty when it isn't there.
+struct ShellFolder {
+    static constexpr DWORD size = 260;
+    char text[size + 1] = "";
+
+    explicit ShellFolder(const char* name) {
+        HKEY key;
+        if (RegOpenKeyExA(HKEY_CURRENT_USER,
+                          "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders", 0,
+                          KEY_READ, &key) != ERROR_SUCCESS) {
+            return;
+        }
+        DWORD length = size;
+        const LSTATUS status =
+            RegQueryValueExA(key, name, nullptr, nullptr, reinterpret_cast<BYTE*>(text), &length);
+        text[status == ERROR_SUCCESS ? length : 0] = '\0';
+        RegCloseKey(key);
+    }
+};
+
+// The Japanese edition of the host suite searches the driver folders itself.
+bool searchesDriverFolders() {
+    const ShellFolder appData{"AppData"};
+    constexpr char settingsFile[] = "\\Lumivo\\Applet.ini";
+    char path[ShellFolder::size + sizeof settingsFile];
+    lstrcpyA(path, appData.text);
+    lstrcatA(path, settingsFile);
+    char regional[260];
+    GetPrivateProfileStringA("Aboutdlg", "Regional", "E", regional, sizeof regional, path);
+    return std::strcmp(regional, "J") == 0;
+}
+
+// Joins folder and name, or gives an empty text when the path would be too long to exist.
+void joinPath(char (&path)[MAX_PATH], const char* folder, const char* name) {
+    path[0] = '\0';
+    if (std::strlen(folder) + 1 + std::strlen(name) < sizeof path) wsprintfA(path, "%s\\%s", folder, name);
+}
+
+bool isSubfolder(const WIN32_FIND_DATAA& entry) {
+    return (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 &&
+           std::strcmp(entry.cFileName, ".") != 0 && std::strcmp(entry.cFileName, "..") != 0;
+}
+
+}  // namespace
+
+int32_t TScanModule::SelectDS(HWND parent) {
+    const MethodTrace trace{"TScanModule::SelectDS"};
+    if (const int32_t refused = checkAvailable(trace)) return refused;
+    parent = validParent(trace, parent);
+    if (const int32_t failure = OpenDSM(parent)) {
+        trace.warn("OpenDSM returns failure");
+        return failure;
+    }
+    dsIdentity_ = TW_IDENTITY{};
+    int32_t result = 0;
+    switch (askIdentity(MSG_USERSELECT, &dsIdentity_)) {
+        case TWRC_SUCCESS:
+            break;
+        case TWRC_CANCEL:
+            result = SM_RESULT_SELECT_CANCELLED;
+            break;
+        default:
+            result = callFailed(trace);
+    }
+    if (result != 0) dsIdentity_ = TW_IDENTITY{};
+    CloseDSM(parent);
+    return result;
+}
+
+int32_t TScanModule::GetAllDS(const char* profilePath) {
+    const MethodTrace trace{"TScanModule::GetAllDS"};
+    if (const int32_t refused = checkAvailable(trace)) return refused;
+    const HWND parent = GetDesktopWindow();
+    if (const int32_t failure = OpenDSM(parent)) {
+        // Kept: this line names the sibling method.
+        warnText("OpenDSM returns failure in TScanModule::SelectDS");
+        return failure;
+    }
+    SourceList list{profilePath};
+    TW_IDENTITY source = {};
+    if (askIdentity(MSG_GETDEFAULT, &source) != TWRC_SUCCESS) source = TW_IDENTITY{};
+    list.setDefault(source);
+
+    int32_t result = 0;
+    source = TW_IDENTITY{};
+    if (askIdentity(MSG_GETFIRST, &source) != TWRC_SUCCESS) {
+        list.markEmpty();
+        result = callFailed(trace);
+    } else {
+        list.start();
+        list.add(source);
+        for (int answer = 0; answer < mostAnswers; ++answer) {
+            const TW_UINT16 code = askIdentity(MSG_GETNEXT, &source);
+            if (code == TWRC_ENDOFLIST) break;
+            if (code == TWRC_SUCCESS) list.add(source);
+        }
+    }
+    CloseDSM(parent);
+    list.writeCount();
+    return result;
+}
+
+int32_t TScanModule::SetDefaultDriver(HWND parent, const char* productName) {
+    const MethodTrace trace{"TScanModule::SetDefaultDriver"};
+    if (const int32_t refused = checkAvailable(trace)) return refused;
+    parent = validParent(trace, parent);
+    if (const int32_t failure = OpenDSM(parent)) {
+        trace.warn("OpenDSM returns failure");
+        return failure;
+    }
+    dsIdentity_ = TW_IDENTITY{};
+    const bool hasDefault = askIdentity(MSG_GETDEFAULT, &dsIdentity_) == TWRC_SUCCESS;
+    if (!hasDefault) callFailed(trace);
+    int32_t result = 0;
+    if (!hasDefault || !isNamed(dsIdentity_, productName)) {
+        result = searchesDriverFolders() ? findInDriverFolders(productName) : findInManagerList(productName);
+        if (result != 0) dsIdentity_ = TW_IDENTITY{};
+    }
+    CloseDSM(parent);
+    return result;
+}
+
+// A match is what the next OpenDS opens; the system's default stays as it is.
+int32_t TScanModule::findInManagerList(const char* productName) {
+    TW_UINT16 code = askIdentity(MSG_GETFIRST, &dsIdentity_);
+    for (int answer = 0; answer < mostAnswers && code != TWRC_ENDOFLIST; ++answer) {
+        if (code == TWRC_SUCCESS && isNamed(dsIdentity_, productName)) return 0;
+        code = askIdentity(MSG_GETNEXT, &dsIdentity_);
+    }
+    return notFound;
+}
+
+int32_t TScanModule::findInDriverFolders(const char* productName) {
+    char saved[260];
+    GetProfileStringA(defaultSection, defaultKey, "", saved, sizeof saved);
+    char windows[MAX_PATH] = "";
+    GetWindowsDirectoryA(windows, sizeof windows);
+    int32_t result = notFound;
+    for (const char* name : {"twain_32", "twain"}) {
+        char folder[MAX_PATH];
+        joinPath(folder, windows, name);
+        result = SetDefaultDS(folder, productName);
+        if (result != 0) result = findInSubfolders(folder, productName);
+        if (result == 0) return 0;
+    }
+    // An entry that was not there is removed again.
+    WriteProfileStringA(defaultSection, defaultKey, saved[0] != '\0' ? saved : nullptr);
+    return result;
+}
+
+int32_t TScanModule::findInSubfolders(const char* folder, const char* productName) {
+    int32_t result = notFound;
+    char pattern[MAX_PATH];
+    joinPath(pattern, folder, "*.*");
+    WIN32_FIND_DATAA entry;
+    const HANDLE search = FindFirstFileA(pattern, &entry);
+    if (search == INVALID_HANDLE_VALUE) return result;
+    do {
+        if (!isSubfolder(entry)) continue;
+        char subfolder[MAX_PATH];
+        joinPath(subfolder, folder, entry.cFileName);
+        result = SetDefaultDS(subfolder, productName);
+    } while (result != 0 && FindNextFileA(search, &entry));
+    FindClose(search);
+    return result;
+}
+
+int32_t TScanModule::SetDefaultDS(const char* directory, const char* productName) {
+    const MethodTrace trace{"TScanModule::SetDefaultDS"};
+    int32_t result = notFound;
+    char pattern[MAX_PATH];
+    joinPath(pattern, directory, "*.ds");
+    WIN32_FIND_DATAA file;
+    const HANDLE search = FindFirstFileA(pattern, &file);
+    for (bool found = search != INVALID_HANDLE_VALUE; found && result != 0;
+         found = FindNextFileA(search, &file)) {
+        char path[MAX_PATH];
+        joinPath(path, directory, file.cFileName);
+        // The manager takes the entry for its default source.
+        WriteProfileStringA(defaultSection, defaultKey, path);
+        if (askIdentity(MSG_GETDEFAULT, &dsIdentity_) != TWRC_SUCCESS) {
+            result = callFailed(trace);
+        } else if (isNamed(dsIdentity_, productName)) {
+            result = 0;
+        }
+    }
+    // Kept: also closed when the search found nothing, which does no harm.
+    FindClose(search);
+    return result;
+}

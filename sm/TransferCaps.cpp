@@ -1,0 +1,61 @@
+// Transfer mechanism and counts.
+#include "TScanModule.h"
+
+namespace {
+
+uint16_t mechanismCode(TW_UINT32 mechanism) {
+    switch (mechanism) {
+        case TWSX_NATIVE:
+            return SM_MECH_NATIVE;
+        case TWSX_FILE:
+            return SM_MECH_FILE;
+        default:
+            return SM_MECH_MEMORY;
+    }
+}
+
+// What is no code is sent as given.
+TW_UINT16 mechanismOfCode(uint16_t code) {
+    switch (code) {
+        case SM_MECH_NATIVE:
+            return TWSX_NATIVE;
+        case SM_MECH_FILE:
+            return TWSX_FILE;
+        case SM_MECH_MEMORY:
+            return TWSX_MEMORY;
+        default:
+            return code;
+    }
+}
+
+}  // namespace
+
+int32_t TScanModule::GetXferMech(uint16_t* code) {
+    const MethodTrace trace{"TScanModule::GetXferMech"};
+    return getValue(trace, {ICAP_XFERMECH, currentThenAll, OneValue | EnumCurrent}, code, mechanismCode);
+}
+
+int32_t TScanModule::SetXferMech(uint16_t code) {
+    const MethodTrace trace{"TScanModule::SetXferMech"};
+    return setValue(trace, {ICAP_XFERMECH, enumeratedTypes}, mechanismOfCode(code));
+}
+
+int32_t TScanModule::GetXferCount(int16_t* count) {
+    const MethodTrace trace{"TScanModule::GetXferCount"};
+    uint16_t raw = 0;
+    const int32_t result = getValue(trace, {CAP_XFERCOUNT, currentThenAll, OneValue | EnumCurrent}, &raw);
+    if (result == 0) *count = static_cast<int16_t>(raw);
+    return result;
+}
+
+int32_t TScanModule::SetXferCount(int32_t count) {
+    const MethodTrace trace{"TScanModule::SetXferCount"};
+    return setValue(trace, {CAP_XFERCOUNT, countTypes}, count);
+}
+
+int32_t TScanModule::GetPendingCount(uint16_t* count) {
+    const MethodTrace trace{"TScanModule::GetPendingCount"};
+    if (const int32_t refused = checkReady(trace, stateSourceEnabled)) return refused;
+    *count = pendingCount_;
+    return 0;
+}

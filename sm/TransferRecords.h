@@ -1,0 +1,29 @@
+// What the module shows a host about a transfer. These live as long as the module; a host must not keep their
+// addresses beyond an image.
+#pragma once
+
+#include <scanmodule/scanmodule.h>
+#include <scanmodule/twain_types.h>
+
+#include <cstdint>
+
+// One record for each mechanism. They are never cleared: an image of unknown pixel type keeps the flag of the
+// image before it.
+struct TransferRecords {
+    TXferImageInfo native;
+    TXferImageInfo file;
+    TXferImageInfo memory;
+};
+extern TransferRecords transferRecords;
+
+// One area for the three mechanisms' targets, which are never in use at the same time.
+union TransferArea {
+    char fileName[SM_FILE_NAME_SIZE];
+    HGLOBAL dib;
+    SmBufferDescriptor buffer;
+};
+extern TransferArea transferArea;
+
+// The file-transfer set-up for a path. Kept: the path is used as a format text, so a "%" in it is
+// interpreted; its directives find zeros. The result is cut to the field.
+TW_SETUPFILEXFER makeFileSetup(const char* path);

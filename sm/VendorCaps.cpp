@@ -1,0 +1,207 @@
+// The maker's extensions, and CAP_CLEARPAGE, which hosts use with them.
+#include <cstring>
+
+#include "TScanModule.h"
+
+namespace {
+
+enum VendorCapability : TW_UINT16 {
+    kvVersion = 0x8001,
+    kvDraftScan = 0x8004,
+    kvExposureMode = 0x8005,
+    kvLut1 = 0x8007,
+    kvLut2 = 0x8008,
+    kvColorCorrection = 0x8009,
+    kvDescreening = 0x800a,
+    kvDescreeningMaxResolution = 0x800b,
+    kvUnsharpMask = 0x800e,
+    kvUiMode = 0x800f,
+    kvPimFlag = 0x8010
+};
+
+enum VendorDataType : TW_UINT16 { kvAutoExposure = 0x8001, kvDefaultRgbMatrix = 0x8002 };
+
+constexpr unsigned vendorContainers = OneValue | EnumCurrent;
+
+// Kept: the source's mode 2 reads as 0 like every unknown one.
+uint16_t hostUiMode(uint16_t mode) {
+    switch (mode) {
+        case 1:
+            return 1;
+        case 3:
+            return 2;
+        default:
+            return 0;
+    }
+}
+
+}  // namespace
+
+// A switch is sent as given, in a container built here: through BuildupOneValue it would write lines of its
+// own.
+int32_t TScanModule::sendSwitch(const MethodTrace& trace, TW_UINT16 capability, BOOL on, TracePoint at) {
+    TW_CAPABILITY cap = {capability, TWON_ONEVALUE,
+                         GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, sizeof(TW_ONEVALUE))};
+    const TW_ONEVALUE container = {TWTY_BOOL, static_cast<TW_UINT32>(on)};
+    void* block = cap.hContainer != nullptr ? GlobalLock(cap.hContainer) : nullptr;
+    if (block == nullptr) {
+        trace.warn("Memory alloc error", at);
+        GlobalFree(cap.hContainer);
+        return TWCC_LOWMEMORY;
+    }
+    std::memcpy(block, &container, sizeof container);
+    GlobalUnlock(cap.hContainer);
+    return sendContainer(trace.method(), cap, at);
+}
+
+int32_t TScanModule::setSwitch(const MethodTrace& trace, TW_UINT16 capability, BOOL on, TracePoint at) {
+    if (const int32_t refused = checkReady(trace, stateSourceOpen, at)) return refused;
+    return sendSwitch(trace, capability, on, at);
+}
+
+int32_t TScanModule::callImage(const MethodTrace& trace, TW_UINT16 argumentType, TW_UINT16 message,
+                               void* data, TracePoint at) {
+    return callSource(DG_IMAGE, argumentType, message, data) == TWRC_SUCCESS ? 0 : callFailed(trace, at);
+}
+
+int32_t TScanModule::SetKvUnSharpMask(BOOL on) {
+    const MethodTrace trace{"TScanModule::SetKvUnSharpMask"};
+    return setSwitch(trace, kvUnsharpMask, on);
+}
+
+int32_t TScanModule::GetKvUnSharpMask(uint16_t* on) {
+    const MethodTrace trace{"TScanModule::GetKvUnSharpMask"};
+    return getValue(trace, {kvUnsharpMask, currentThenAll, vendorContainers}, on);
+}
+
+int32_t TScanModule::SetClearPage(BOOL on) {
+    const MethodTrace trace{"TScanModule::SetClearPage"};
+    // Kept: no state check of its own.
+    if (const int32_t refused = checkAvailable(trace)) return refused;
+    return sendSwitch(trace, CAP_CLEARPAGE, on);
+}
+
+int32_t TScanModule::GetClearPage(uint16_t* on) {
+    const MethodTrace trace{"TScanModule::GetClearPage"};
+    return getValue(trace, {CAP_CLEARPAGE, currentThenAll, vendorContainers}, on);
+}
+
+int32_t TScanModule::SetKvUIMode(uint16_t mode) {
+    const MethodTrace trace{"TScanModule::SetKvUIMode"};
+    return setValue(trace, {kvUiMode, uint16Type, buildReturnFailure}, mode);
+}
+
+int32_t TScanModule::GetKvUIMode(uint16_t* mode) {
+    const MethodTrace trace{"TScanModule::GetKvUIMode"};
+    if (const int32_t refused = checkReady(trace)) return refused;
+    return ask(
+        trace, kvUiMode, currentThenAll,
+        [&](const TW_CAPABILITY& cap) {
+            TW_UINT32 value;
+            const Reading reading = readValue(cap, vendorContainers, value);
+            if (reading == Reading{TWCC_SUCCESS}) *mode = hostUiMode(static_cast<uint16_t>(value));
+            return reading;
+        },
+        // Kept: a failed attempt maps what the output then holds.
+        [&] { *mode = hostUiMode(*mode); });
+}
+
+int32_t TScanModule::SetPIMFlag(BOOL on) {
+    const MethodTrace trace{"TScanModule::SetPIMFlag"};
+    // Kept: no state check of its own.
+    if (const int32_t refused = checkAvailable(trace)) return refused;
+    return sendSwitch(trace, kvPimFlag, on);
+}
+
+int32_t TScanModule::GetPIMFlag(uint16_t* on) {
+    const MethodTrace trace{"TScanModule::GetPIMFlag"};
+    return getValue(trace, {kvPimFlag, currentThenAll, vendorContainers}, on);
+}
+
+int32_t TScanModule::GetKvVersion(uint16_t* version) {
+    const MethodTrace trace{"TScanModule::GetKvVersion"};
+    if (const int32_t refused = checkReady(trace)) return refused;
+    TW_CAPABILITY cap = {kvVersion, TWON_ONEVALUE, nullptr};
+    if (CapNegotiate(MSG_GET, &cap) != TWRC_SUCCESS) {
+        trace.warn("CapNegotiate returns failure");
+        *version = 0;
+        return GetTWAINStatusCode();
+    }
+    const ContainerOwner owner{cap};
+    TW_UINT32 value = 0;
+    const Reading reading = readValue(cap, vendorContainers, value);
+    // Kept: this line names another method.
+    if (!reading) warnText("Invalid container type in TScanModule::GetUnit");
+    *version = static_cast<uint16_t>(value);
+    return reading.value_or(TWCC_BADVALUE);
+}
+
+int32_t TScanModule::GetKvLUT1(uint16_t* table) {
+    const MethodTrace trace{"TScanModule::GetKvLUT1"};
+    return getValue(trace, {kvLut1, currentThenAll, vendorContainers}, table);
+}
+
+int32_t TScanModule::GetKvLUT2(uint16_t* table) {
+    const MethodTrace trace{"TScanModule::GetKvLUT2"};
+    // Kept: no state check of its own.
+    if (const int32_t refused = checkAvailable(trace)) return refused;
+    TW_UINT32 value;
+    const int32_t result = askValue(trace, {kvLut2, currentThenAll, vendorContainers}, value);
+    if (result == 0) *table = static_cast<uint16_t>(value);
+    return result;
+}
+
+int32_t TScanModule::GetKvCC(uint16_t* correction) {
+    const MethodTrace trace{"TScanModule::GetKvCC"};
+    return getValue(trace, {kvColorCorrection, currentThenAll, vendorContainers}, correction);
+}
+
+int32_t TScanModule::SetKvDraftScan(BOOL on) {
+    const MethodTrace trace{"TScanModule::SetKvDraftScan"};
+    return setSwitch(trace, kvDraftScan, on);
+}
+
+int32_t TScanModule::SetKvDescreeing(BOOL on) {
+    const MethodTrace trace{"TScanModule::SetKvDescreeing"};
+    return setSwitch(trace, kvDescreening, on);
+}
+
+int32_t TScanModule::SetKvExposureMode(uint16_t mode) {
+    const MethodTrace trace{"TScanModule::SetKvExposureMode"};
+    return setValue(trace, {kvExposureMode, uint16Type, buildReturnFailure}, mode);
+}
+
+int32_t TScanModule::GetMaxResForKvDescreeing(double* resolution) {
+    const MethodTrace trace{"TScanModule::GetMaxResForKvDescreeing"};
+    if (const int32_t refused = checkReady(trace)) return refused;
+    TW_UINT32 bits;
+    const int32_t result = askValue(trace, {kvDescreeningMaxResolution, allOnly, vendorContainers}, bits);
+    if (result == 0) *resolution = fix32ToNumber(fix32FromBits(bits));
+    return result;
+}
+
+int32_t TScanModule::SetKvAutoExposureMode(void* block) {
+    const MethodTrace trace{"TScanModule::SetKvAutoExposureMode"};
+    if (const int32_t refused = checkReady(trace)) return refused;
+    return callImage(trace, kvAutoExposure, MSG_SET, block);
+}
+
+int32_t TScanModule::GetKvDefaultRgbMatrix(void* block) {
+    const MethodTrace trace{"TScanModule::GetKvDefaultRgbMatrix"};
+    if (const int32_t refused = checkReady(trace)) return refused;
+    return callImage(trace, kvDefaultRgbMatrix, MSG_GETDEFAULT, block);
+}
+
+int32_t TScanModule::SetKvRgbResponse(void* response) {
+    const MethodTrace trace{"TScanModule::SetKvRgbResponse"};
+    // Kept: no state check of its own.
+    if (const int32_t refused = checkAvailable(trace)) return refused;
+    return callImage(trace, DAT_RGBRESPONSE, MSG_SET, response);
+}
+
+int32_t TScanModule::GetKvRgbResponse(void* response) {
+    const MethodTrace trace{"TScanModule::GetKvRgbResponse"};
+    // Kept: no state check of its own.
+    if (const int32_t refused = checkAvailable(trace)) return refused;
+    return callImage(trace, DAT_RGBRESPONSE, MSG_GET, response);
+}
