@@ -1,0 +1,61 @@
+#include "Console.h"
+
+#include <windows.h>
+
+#include <cstdio>
+
+#include "ProgressText.h"
+
+namespace smscan {
+
+void tell(const std::string& line) {
+    std::printf("%s\n", line.c_str());
+    std::fflush(stdout);
+}
+
+void note(const std::string& line) {
+    std::fprintf(stderr, "%s\n", line.c_str());
+    std::fflush(stderr);
+}
+
+namespace {
+
+bool isTerminal(DWORD standardHandle) {
+    DWORD mode = 0;
+    return GetConsoleMode(GetStdHandle(standardHandle), &mode) != FALSE;
+}
+
+}  // namespace
+
+// The page lines go to stdout: a bar between them would only hurt in a file, so both must be terminals.
+Progress::Progress(bool shown)
+    : shown_(shown), terminal_(isTerminal(STD_ERROR_HANDLE) && isTerminal(STD_OUTPUT_HANDLE)) {}
+
+void Progress::update(int page, int done, int total) {
+    if (!shown_) return;
+    constexpr int plainPercent = 25;
+    constexpr int plainLines = 500;
+    constexpr int barLines = 10;
+    int step;
+    if (total > 0)
+        step = percentOf(done, total) / (terminal_ ? 1 : plainPercent);
+    else
+        step = done / (terminal_ ? barLines : plainLines);
+    if (page == lastPage_ && step == lastStep_) return;
+    lastPage_ = page;
+    lastStep_ = step;
+    if (terminal_) {
+        std::fprintf(stderr, "\r%s", progressBar(page, done, total).c_str());
+        std::fflush(stderr);
+        open_ = true;
+    } else {
+        note(progressLine(page, done, total));
+    }
+}
+
+void Progress::end() {
+    if (open_) std::fputs("\n", stderr);
+    open_ = false;
+}
+
+}  // namespace smscan

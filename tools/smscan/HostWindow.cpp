@@ -1,0 +1,96 @@
+#include "HostWindow.h"
+
+#include <atomic>
+
+namespace smscan {
+
+namespace {
+
+constexpr const char* windowClass = "smscan host";
+constexpr UINT_PTR watchdogTimer = 1;
+constexpr UINT watchdogMilliseconds = 200;
+
+std::atomic<bool> cancelled{false};
+DWORD hostThread = 0;
+
+// Runs on a thread of the system's.
+BOOL WINAPI onConsoleEvent(DWORD) {
+    if (cancelled.exchange(true)) return FALSE;
+    PostThreadMessageA(hostThread, WM_NULL, 0, 0);
+    return TRUE;
+}
+
+}  // namespace
+
+bool cancelRequested() {
+    return cancelled;
+}
+
+HostWindow::HostWindow() {
+    WNDCLASSA definition{};
+    definition.lpfnWndProc = windowProcedure;
+    definition.hInstance = GetModuleHandleA(nullptr);
+    definition.lpszClassName = windowClass;
+    RegisterClassA(&definition);
+    window_ = CreateWindowA(windowClass, "smscan", WS_OVERLAPPEDWINDOW, 0, 0, 0, 0, nullptr, nullptr,
+                            definition.hInstance, this);
+    if (!window_) throw Failure{ExitCode::SourceError, "Windows gives no window to receive the pages with."};
+    SetTimer(window_, watchdogTimer, watchdogMilliseconds, nullptr);
+    hostThread = GetCurrentThreadId();
+    SetConsoleCtrlHandler(onConsoleEvent, TRUE);
+}
+
+HostWindow::~HostWindow() {
+    SetConsoleCtrlHandler(onConsoleEvent, FALSE);
+    DestroyWindow(window_);
+}
+
+void HostWindow::on(const char* message, Handler handler) {
+    handlers_[RegisterWindowMessageA(message)] = std::move(handler);
+}
+
+void HostWindow::keepFailure(const Failure& failure) {
+    if (!failure_) failure_ = failure;
+}
+
+HostWindow::End HostWindow::run(const ModuleLibrary& module, int timeoutSeconds) {
+    touch();
+    while (!finished_) {
+        if (cancelRequested()) return End::Cancelled;
+        const DWORD idle = GetTickCount() - lastActivity_;
+        if (timeoutSeconds > 0 && idle > static_cast<DWORD>(timeoutSeconds) * 1000) return End::TimedOut;
+        MSG message;
+        if (GetMessageA(&message, nullptr, 0, 0) <= 0) break;
+        if (module.smIsDSEvent(&message)) continue;
+        TranslateMessage(&message);
+        DispatchMessageA(&message);
+    }
+    return End::Finished;
+}
+
+void HostWindow::dispatch(const Handler& handler, WPARAM wParam, LPARAM lParam) {
+    touch();
+    try {
+        handler(wParam, lParam);
+    } catch (const Failure& failure) {
+        keepFailure(failure);
+    }
+}
+
+LRESULT CALLBACK HostWindow::windowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == WM_NCCREATE) {
+        const auto* const create = reinterpret_cast<const CREATESTRUCTA*>(lParam);
+        SetWindowLongA(window, GWL_USERDATA, reinterpret_cast<LONG>(create->lpCreateParams));
+    }
+    auto* const host = reinterpret_cast<HostWindow*>(GetWindowLongA(window, GWL_USERDATA));
+    if (host) {
+        const auto found = host->handlers_.find(message);
+        if (found != host->handlers_.end()) {
+            host->dispatch(found->second, wParam, lParam);
+            return 0;
+        }
+    }
+    return DefWindowProcA(window, message, wParam, lParam);
+}
+
+}  // namespace smscan

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <windows.h>
+
+#include <functional>
+#include <map>
+#include <optional>
+
+#include "Failure.h"
+#include "ModuleLibrary.h"
+
+namespace smscan {
+
+// True from the first Ctrl+C on. A second one ends the process, for a source that hangs.
+bool cancelRequested();
+
+// The hidden window that the module sends its messages to, with the message loop around it.
+class HostWindow {
+public:
+    using Handler = std::function<void(WPARAM, LPARAM)>;
+
+    HostWindow();
+    HostWindow(const HostWindow&) = delete;
+    HostWindow& operator=(const HostWindow&) = delete;
+    ~HostWindow();
+
+    HWND handle() const { return window_; }
+
+    // Has `handler` called for a registered message. A Failure that it throws is kept for failure().
+    void on(const char* message, Handler handler);
+
+    // The first Failure of a handler; handlers go on being called after it.
+    const std::optional<Failure>& failure() const { return failure_; }
+    void keepFailure(const Failure& failure);
+
+    // Ends run().
+    void finish() { finished_ = true; }
+
+    // Something has happened: the time for run()'s limit counts anew.
+    void touch() { lastActivity_ = GetTickCount(); }
+
+    enum class End { Finished, Cancelled, TimedOut };
+
+    // Gets messages until finish(), Ctrl+C, or nothing has happened for `timeoutSeconds` (0: no limit). Every
+    // message is offered to the module first. A timer keeps the loop going when there are none.
+    End run(const ModuleLibrary& module, int timeoutSeconds);
+
+private:
+    static LRESULT CALLBACK windowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+    void dispatch(const Handler& handler, WPARAM wParam, LPARAM lParam);
+
+    HWND window_ = nullptr;
+    std::map<UINT, Handler> handlers_;
+    std::optional<Failure> failure_;
+    bool finished_ = false;
+    DWORD lastActivity_ = 0;
+};
+
+}  // namespace smscan

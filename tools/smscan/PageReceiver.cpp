@@ -1,0 +1,221 @@
+#include "PageReceiver.h"
+
+#include <cmath>
+#include <cstring>
+
+#include "BlockReader.h"
+#include "Conditions.h"
+#include "Text.h"
+
+namespace smscan {
+
+namespace {
+
+// The module reads the path as a wsprintf format.
+std::string escapedForModule(const std::string& path) {
+    std::string text;
+    for (const char character : path)
+        text += character == '%' ? "%%" : std::string(1, character);
+    return text;
+}
+
+}  // namespace
+
+PageReceiver::PageReceiver(const ModuleLibrary& module, const Options& options, const PageNames& names,
+                           HostWindow& window)
+    : module_(module), options_(options), names_(names), window_(window), progress_(options.progress) {
+    window.on(SM_MESSAGE_XFERSTART, [this](WPARAM, LPARAM info) {
+        guarded([&] { onStart(*reinterpret_cast<TXferImageInfo*>(info)); });
+    });
+    window.on(SM_MESSAGE_XFERDATA, [this](WPARAM, LPARAM strip) {
+        guarded([&] { onStrip(*reinterpret_cast<const TXferStripInfo*>(strip)); });
+    });
+    window.on(SM_MESSAGE_XFEREND, [this](WPARAM result, LPARAM info) {
+        guarded([&] { onEnd(static_cast<int>(result), *reinterpret_cast<const TXferImageInfo*>(info)); });
+    });
+    window.on(SM_MESSAGE_CLOSEDSREQ, [this](WPARAM, LPARAM) { window_.finish(); });
+}
+
+template <class Step>
+void PageReceiver::guarded(Step step) {
+    try {
+        step();
+    } catch (const Failure& failure) {
+        progress_.end();
+        dropPage();
+        window_.keepFailure(failure);
+        expectCancel_ = true;
+        module_.smCancelAllXfer();
+        window_.finish();
+    }
+}
+
+void PageReceiver::onStart(TXferImageInfo& info) {
+    const bool enough = options_.pages != allPages && pages_ >= options_.pages;
+    expectCancel_ = cancelRequested() || enough || window_.failure();
+    if (expectCancel_) {
+        module_.smCancelAllXfer();
+        return;
+    }
+    noteArea(info);
+    start(info);
+}
+
+void PageReceiver::start(TXferImageInfo& info) {
+    if (options_.mechanism == Mechanism::Block) {
+        pullPages(info);
+        expectCancel_ = true;
+        module_.smCancelAllXfer();
+        return;
+    }
+    file_.emplace(fullPath(names_.pathOf(pages_ + 1)));
+    if (info.XferMech == SM_MECH_NATIVE) {
+        dib_ = nullptr;
+        info.Target.Dib = &dib_;
+    } else if (info.XferMech == SM_MECH_FILE) {
+        const std::string name = escapedForModule(file_->name());
+        if (name.size() >= SM_FILE_NAME_SIZE)
+            throw Failure{ExitCode::CannotWrite,
+                          format("The path \"%s\" is too long for a source that writes the file itself (255 "
+                                 "characters). Choose a shorter --output.",
+                                 file_->name().c_str())};
+        std::memcpy(info.Target.FileName, name.c_str(), name.size() + 1);
+    } else {
+        const PageImage image = planImage(module_, info);
+        writer_.emplace(file_->name(), image.format, info.ImageLength, image.layout);
+        progress_.update(pages_ + 1, 0, info.ImageLength);
+    }
+}
+
+void PageReceiver::onStrip(const TXferStripInfo& strip) {
+    if (cancelRequested()) module_.smCancelAllXfer();
+    if (!writer_ || cancelRequested()) return;
+    const SmBufferDescriptor& buffer = *strip.Buffer;
+    writer_->add({static_cast<const uint8_t*>(buffer.BufferPointer), buffer.BufferSize, strip.BytesPerRow,
+                  strip.Columns, strip.Rows, strip.XOffset, strip.YOffset});
+    const int height = writer_->announcedHeight();
+    const int done = writer_->plane() * height + writer_->rows();
+    progress_.update(pages_ + 1, done, height < 0 ? height : height * writer_->planes());
+}
+
+void PageReceiver::onEnd(int result, const TXferImageInfo& info) {
+    progress_.end();
+    const bool cancelled = expectCancel_ || cancelRequested();
+    if (result == SM_XFEREND_DONE && file_) {
+        finishPage(info);
+        return;
+    }
+    dropPage();
+    if (cancelled) {
+        module_.smCancelAllXfer();
+        if (!options_.ui || cancelRequested()) window_.finish();
+        return;
+    }
+    failTransfer(result);
+}
+
+void PageReceiver::failTransfer(int result) const {
+    const int page = pages_ + 1;
+    if (result == SM_XFEREND_CANCELLED_BY_SOURCE)
+        throw Failure{ExitCode::Cancelled, format("Page %d was cancelled at the source.", page)};
+    const std::string advice = conditionAdvice(result);
+    throw Failure{ExitCode::SourceError, format("Page %d: %s.%s%s", page, conditionWords(result).c_str(),
+                                                advice.empty() ? "" : " ", advice.c_str())};
+}
+
+void PageReceiver::finishPage(const TXferImageInfo& info) {
+    DibFacts facts{};
+    if (writer_)
+        facts = finishStrips(info);
+    else if (info.XferMech == SM_MECH_NATIVE)
+        facts = finishDib(info);
+    else
+        facts = readBmpFacts(file_->name());
+    reportPage(facts, resolutionOf(module_, info));
+}
+
+DibFacts PageReceiver::finishStrips(const TXferImageInfo& info) {
+    if (writer_->rows() == 0)
+        throw Failure{ExitCode::SourceError,
+                      format("Page %d: the source says that the page is done, but delivered nothing of it.",
+                             pages_ + 1)};
+    if (!writer_->complete())
+        note(format("Note: page %d ended early, at line %d of %d.", pages_ + 1, writer_->rows(),
+                    info.ImageLength));
+    const DibFacts facts = writer_->finish();
+    writer_.reset();
+    return facts;
+}
+
+DibFacts PageReceiver::finishDib(const TXferImageInfo& info) {
+    struct DibOwner {
+        HGLOBAL handle;
+        const void* bits;
+        ~DibOwner() {
+            GlobalUnlock(handle);
+            GlobalFree(handle);
+        }
+    };
+    if (!dib_)
+        throw Failure{ExitCode::SourceError,
+                      format("Page %d: the source failed and gave no reason.", pages_ + 1)};
+    const DibOwner dib{dib_, GlobalLock(dib_)};
+    dib_ = nullptr;
+    const DotsPerInch dots = resolutionOf(module_, info);
+    return writeDib(file_->name(), dib.bits, GlobalSize(dib.handle), dots.x, dots.y);
+}
+
+void PageReceiver::reportPage(const DibFacts& facts, const DotsPerInch& dots) {
+    file_->keep();
+    ++pages_;
+    const std::string path = names_.pathOf(pages_);
+    file_.reset();
+    tell(pageLine(path, facts, dots));
+    if (pages_ == options_.pages) window_.finish();
+}
+
+void PageReceiver::dropPage() {
+    writer_.reset();
+    file_.reset();
+    if (dib_) GlobalFree(dib_);
+    dib_ = nullptr;
+}
+
+void PageReceiver::noteArea(const TXferImageInfo& info) {
+    if (areaNoted_ || !options_.area || options_.ui) return;
+    areaNoted_ = true;
+    const DotsPerInch dots = resolutionOf(module_, info);
+    const Area& area = *options_.area;
+    const long width = std::lround((area.right - area.left) * dots.x);
+    const long height = std::lround((area.bottom - area.top) * dots.y);
+    // Sources round to bytes, to steps of their motor, and so on.
+    constexpr long tolerance = 16;
+    const bool widthDiffers = std::labs(width - info.ImageWidth) > tolerance;
+    const bool heightDiffers = info.ImageLength >= 0 && std::labs(height - info.ImageLength) > tolerance;
+    if (widthDiffers || heightDiffers)
+        note(format("Note: --area asks for %ld x %ld pixels, the source made it %d x %d.", width, height,
+                    info.ImageWidth, info.ImageLength));
+}
+
+void PageReceiver::pullPages(const TXferImageInfo& info) {
+    int width = info.ImageWidth;
+    int height = info.ImageLength;
+    const DotsPerInch dots = resolutionOf(module_, info);
+    while (width != 0 && (options_.pages == allPages || pages_ < options_.pages) && !cancelRequested()) {
+        file_.emplace(fullPath(names_.pathOf(pages_ + 1)));
+        PageImage image = planImage(module_, info);
+        image.format.width = width;
+        const DibFacts facts =
+            readPageByBlocks(module_, image, info.BitsPerPixel, height, file_->name(), [&](int rows) {
+                window_.touch();
+                progress_.update(pages_ + 1, rows, height);
+            });
+        progress_.end();
+        if (cancelRequested()) break;
+        reportPage(facts, dots);
+        module_.smGetImageDim(&width, &height);
+    }
+    dropPage();
+}
+
+}  // namespace smscan

@@ -1,0 +1,218 @@
+#include "SourceSettings.h"
+
+#include <cmath>
+
+#include "Conditions.h"
+#include "Console.h"
+#include "Failure.h"
+#include "Text.h"
+
+namespace smscan {
+
+namespace {
+
+[[noreturn]] void refuse(const std::string& text) {
+    throw Failure{ExitCode::Usage, text + " smscan --caps shows what the source offers."};
+}
+
+void requireSet(const std::string& what, int result) {
+    if (result == SM_RESULT_OK) return;
+    throw Failure{ExitCode::SourceError,
+                  format("The source refuses %s: %s.", what.c_str(), conditionWords(result).c_str())};
+}
+
+void compare(const std::string& option, const std::string& asked, const std::string& got) {
+    if (asked != got)
+        note(format("Note: %s %s was asked for, the source made it %s.", option.c_str(), asked.c_str(),
+                    got.c_str()));
+}
+
+// A choice that the module codes as one bit: pixel types and papers.
+struct Choice {
+    const char* option;
+    int(WINAPI* set)(unsigned short);
+    int(WINAPI* get)(unsigned short*);
+    int(WINAPI* getSupported)(unsigned short*);
+};
+
+template <size_t Count>
+void applyChoice(const Choice& choice, const std::array<NamedCode, Count>& names, unsigned short asked) {
+    unsigned short supported = 0;
+    const bool known = choice.getSupported(&supported) == SM_RESULT_OK && supported != 0;
+    if (known && !(supported & asked)) {
+        std::vector<std::string> words;
+        for (const NamedCode& entry : names)
+            if (supported & entry.code) words.push_back(entry.name);
+        refuse(format("The source doesn't offer %s %s, but %s.", choice.option, nameOf(names, asked).c_str(),
+                      joined(words).c_str()));
+    }
+    requireSet(format("%s %s", choice.option, nameOf(names, asked).c_str()), choice.set(asked));
+    unsigned short got = asked;
+    if (choice.get(&got) == SM_RESULT_OK) compare(choice.option, nameOf(names, asked), nameOf(names, got));
+}
+
+struct Resolution {
+    const char* words;
+    int(WINAPI* get)(unsigned short*, unsigned short*, unsigned short*);
+    int(WINAPI* set)(unsigned short);
+};
+
+void applyResolution(const Resolution& resolution, int asked) {
+    unsigned short current = 0;
+    unsigned short lowest = 0;
+    unsigned short highest = 0;
+    const bool known = resolution.get(&current, &lowest, &highest) == SM_RESULT_OK;
+    if (known && (asked < lowest || asked > highest))
+        refuse(format("The source offers %s from %d to %d dpi, not %d.", resolution.words, lowest, highest,
+                      asked));
+    requireSet(format("%s %d dpi", resolution.words, asked),
+               resolution.set(static_cast<unsigned short>(asked)));
+    if (resolution.get(&current, &lowest, &highest) == SM_RESULT_OK)
+        compare(resolution.words, format("%d dpi", asked), format("%d dpi", current));
+}
+
+void applyArea(const ModuleLibrary& module, const Area& area) {
+    double width = 0;
+    double height = 0;
+    // Areas are read from decimals and sources count in 1/65536: the whole page must pass.
+    constexpr double tolerance = 0.001;
+    const bool known = module.smGetMaxArea(&width, &height) == SM_RESULT_OK && width > 0 && height > 0;
+    if (known && (area.right > width + tolerance || area.bottom > height + tolerance))
+        refuse(format(
+            "The source scans up to %.2f x %.2f inches (%.1f x %.1f cm); --area reaches to %.2f x %.2f "
+            "inches.",
+            width, height, width * 2.54, height * 2.54, area.right, area.bottom));
+    const SmImageLayout layout{area.left, area.top, area.right, area.bottom};
+    requireSet("--area", module.smSetImageLayout(layout, SM_UNIT_INCHES));
+}
+
+struct Tone {
+    const char* option;
+    const std::optional<int>& value;
+    int lowest;
+    int highest;
+    int(WINAPI* set)(short, short, short);
+    int(WINAPI* get)(short*, short, short);  // null: can't be read back
+};
+
+void applyTone(const Tone& tone) {
+    if (!tone.value) return;
+    const short lowest = static_cast<short>(tone.lowest);
+    const short highest = static_cast<short>(tone.highest);
+    requireSet(format("%s %d", tone.option, *tone.value),
+               tone.set(static_cast<short>(*tone.value), lowest, highest));
+    short got = 0;
+    if (tone.get && tone.get(&got, lowest, highest) == SM_RESULT_OK)
+        compare(tone.option, std::to_string(*tone.value), std::to_string(got));
+}
+
+void applyTones(const ModuleLibrary& module, const Options& options) {
+    const Tone tones[] = {
+        {"--brightness", options.brightness, percentLowest, percentHighest, module.smSetBrightness,
+         module.smGetBrightness},
+        {"--contrast", options.contrast, percentLowest, percentHighest, module.smSetContrast,
+         module.smGetContrast},
+        {"--highlight", options.highlight, levelLowest, levelHighest, module.smSetHighlight,
+         module.smGetHighlight},
+        {"--shadow", options.shadow, levelLowest, levelHighest, module.smSetShadow, module.smGetShadow},
+        {"--threshold", options.threshold, levelLowest, levelHighest, module.smSetThreshold, nullptr},
+    };
+    for (const Tone& tone : tones)
+        applyTone(tone);
+    if (!options.gamma) return;
+    requireSet(format("--gamma %g", *options.gamma), module.smSetGamma(*options.gamma));
+    double got = 0;
+    if (module.smGetGamma(&got) == SM_RESULT_OK)
+        compare("--gamma", format("%.2f", *options.gamma), format("%.2f", got));
+}
+
+// How one --set name is set and read back.
+struct SettingCalls {
+    int(WINAPI* setSwitch)(int) = nullptr;
+    int(WINAPI* setCode)(unsigned short) = nullptr;
+    int(WINAPI* get)(unsigned short*) = nullptr;  // null: can't be read back
+};
+
+SettingCalls callsOf(const ModuleLibrary& module, Setting setting) {
+    switch (setting) {
+        case Setting::UnsharpMask:
+            return {module.smSetKvUnSharpMask, nullptr, module.smGetKvUnSharpMask};
+        case Setting::DraftScan:
+            return {module.smSetKvDraftScan, nullptr, nullptr};
+        case Setting::Descreening:
+            return {module.smSetKvDescreeing, nullptr, nullptr};
+        case Setting::ExposureMode:
+            return {nullptr, module.smSetKvExposureMode, nullptr};
+        case Setting::UiMode:
+            return {nullptr, module.smSetKvUIMode, module.smGetKvUIMode};
+        case Setting::ClearPage:
+            return {module.smSetClearPage, nullptr, module.smGetClearPage};
+        case Setting::Pim:
+            return {module.smSetPIMFlag, nullptr, module.smGetPIMFlag};
+        case Setting::LightPath:
+            return {nullptr, module.smSetLightpath, nullptr};
+        case Setting::Indicators:
+            return {module.smSetIndicatorEnable, nullptr, nullptr};
+        case Setting::Feeder:
+            return {module.smSetADFEnable, nullptr, module.smGetADFEnable};
+        case Setting::AutoFeed:
+            return {module.smSetAutoFeedEnable, nullptr, nullptr};
+    }
+    return {};
+}
+
+void applySetting(const ModuleLibrary& module, const SettingValue& asked) {
+    const SettingCalls calls = callsOf(module, asked.setting);
+    const std::string words = format("--set %s", nameOf(asked.setting).name);
+    const int result = calls.setSwitch ? calls.setSwitch(asked.value)
+                                       : calls.setCode(static_cast<unsigned short>(asked.value));
+    requireSet(format("%s=%d", words.c_str(), asked.value), result);
+    unsigned short got = 0;
+    if (!calls.get || calls.get(&got) != SM_RESULT_OK) return;
+    // The module numbers the window modes 0, 1, 3 of the source as 0, 1, 2.
+    if (asked.setting == Setting::UiMode && got == 2) got = 3;
+    compare(words, std::to_string(asked.value), std::to_string(got));
+}
+
+}  // namespace
+
+void prepareFeeder(const ModuleLibrary& module, const Options& options) {
+    unsigned short available = 0;
+    const bool hasFeeder = module.smIsADFAvailable(&available) == SM_RESULT_OK && available;
+    if (options.pages != 1) {
+        if (hasFeeder) {
+            requireSet("its feeder", module.smSetADFEnable(1));
+            module.smSetAutoFeedEnable(1);  // not every feeder has this switch
+        } else {
+            note("Note: the source has no feeder, so there is one page.");
+        }
+    }
+    unsigned short enabled = 0;
+    unsigned short loaded = 1;
+    const bool feeds = hasFeeder && module.smGetADFEnable(&enabled) == SM_RESULT_OK && enabled;
+    const bool empty = feeds && module.smIsPaperLoaded(&loaded) == SM_RESULT_OK && !loaded;
+    // With the source's window open the user can still put paper in.
+    if (empty && !options.ui)
+        throw Failure{ExitCode::SourceError, "The feeder is empty. Put the pages in and try again."};
+}
+
+void applySettings(const ModuleLibrary& module, const Options& options) {
+    if (options.pixelType)
+        applyChoice({"--mode", module.smSetPixelType, module.smGetPixelType, module.smGetSupportedPixelType},
+                    pixelTypes, *options.pixelType);
+    if (options.resolution) {
+        applyResolution({"X resolution", module.smGetXResolution, module.smSetXResolution},
+                        *options.resolution);
+        applyResolution({"Y resolution", module.smGetYResolution, module.smSetYResolution},
+                        *options.resolution);
+    }
+    if (options.paper)
+        applyChoice({"--paper", module.smSetPaperSize, module.smGetPaperSize, module.smGetSupportedPaperSize},
+                    papers, *options.paper);
+    if (options.area) applyArea(module, *options.area);
+    applyTones(module, options);
+    for (const SettingValue& value : options.settings)
+        applySetting(module, value);
+}
+
+}  // namespace smscan

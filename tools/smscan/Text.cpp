@@ -1,0 +1,25 @@
+#include "Text.h"
+
+#include <cstdarg>
+#include <cstdio>
+
+namespace smscan {
+
+std::string format(const char* pattern, ...) {
+    va_list arguments;
+    va_start(arguments, pattern);
+    va_list again;
+    va_copy(again, arguments);
+    const int length = std::vsnprintf(nullptr, 0, pattern, arguments);
+    va_end(arguments);
+    std::string text(length > 0 ? length : 0, '\0');
+    std::vsnprintf(text.data(), text.size() + 1, pattern, again);
+    va_end(again);
+    return text;
+}
+
+std::string counted(int count, const char* singular) {
+    return format("%d %s%s", count, singular, count == 1 ? "" : "s");
+}
+
+}  // namespace smscan
