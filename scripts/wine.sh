@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Runs a Windows program under Wine in a prefix of the project's own, made on first use inside the build
 # folder; nobody's ~/.wine is touched and no display is needed.
+# shellcheck disable=SC2317 # most functions are called by name, through run_step and locked
 set -euo pipefail
 # shellcheck source-path=SCRIPTDIR source=lib.sh
 source "$(dirname -- "${BASH_SOURCE[0]}")/lib.sh"

@@ -1,0 +1,48 @@
+#!/usr/bin/env bash
+# Builds and runs the benchmark programs (bin/bench_*.exe of the release build), one after the other.
+set -euo pipefail
+# shellcheck source-path=SCRIPTDIR source=lib.sh
+source "$(dirname -- "${BASH_SOURCE[0]}")/lib.sh"
+
+usage() {
+  cat <<'EOF'
+usage: bench.sh [--prefix NAME] [BENCHMARK...]
+Runs all benchmarks, or those named ("strips" is bench_strips.exe), in one of the prefixes of wine.sh; without
+--prefix in the one with the scriptable TWAIN manager, tests.
+EOF
+}
+
+prefix=tests
+names=()
+while (($# > 0)); do
+  case $1 in
+    --prefix) need_value "$@"; prefix=$2; shift ;;
+    --help) usage; exit 0 ;;
+    -*) fail "unknown option $1 (bench.sh --help lists the options)" ;;
+    *) names+=("$1") ;;
+  esac
+  shift
+done
+
+"$REPO/scripts/setup.sh"
+build mingw32
+
+bin=$REPO/build/mingw32/bin
+programs=()
+if ((${#names[@]} > 0)); then
+  for name in "${names[@]}"; do
+    program=$bin/bench_${name#bench_}.exe
+    [[ -f $program ]] || fail "there is no benchmark '$name' ($program is not built)"
+    programs+=("$program")
+  done
+else
+  shopt -s nullglob
+  programs=("$bin"/bench_*.exe)
+  ((${#programs[@]} > 0)) || fail "there are no benchmarks: $bin/bench_*.exe matches nothing"
+fi
+
+cd -- "$bin"
+for program in "${programs[@]}"; do
+  printf '== %s\n' "${program##*/}"
+  "$REPO/scripts/wine.sh" --prefix "$prefix" "$program"
+done
