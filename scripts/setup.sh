@@ -41,9 +41,9 @@ ID='' VERSION_ID='' VERSION_CODENAME='' PRETTY_NAME='an unknown system'
 # shellcheck source=/dev/null
 [[ ! -r /etc/os-release ]] || source /etc/os-release
 [[ $ID == debian && $VERSION_ID == 12 ]] ||
-  by_hand "this is $PRETTY_NAME; packages are installed by themselves on Debian 12 only."
+  by_hand "this is $PRETTY_NAME; packages are installed on Debian 12 only."
 [[ $(dpkg --print-architecture) == amd64 ]] ||
-  by_hand "this is a $(dpkg --print-architecture) machine; packages are installed by themselves on amd64 only."
+  by_hand "this is a $(dpkg --print-architecture) machine; packages are installed on amd64 only."
 
 as_root=()
 if ((EUID != 0)); then
