@@ -9,7 +9,11 @@
 namespace smscan {
 
 void tell(const std::string& line) {
-    std::printf("%s\n", line.c_str());
+    tellText(line + "\n");
+}
+
+void tellText(const std::string& lines) {
+    std::fputs(lines.c_str(), stdout);
     std::fflush(stdout);
 }
 

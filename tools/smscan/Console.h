@@ -4,8 +4,11 @@
 
 namespace smscan {
 
-// A line on stdout: results. A line on stderr: everything else.
+// On stdout: results. tellText takes whole lines.
 void tell(const std::string& line);
+void tellText(const std::string& lines);
+
+// A line on stderr: everything else.
 void note(const std::string& line);
 
 // How far a page is, on stderr: a bar that is drawn over itself on a terminal, else a plain line each quarter

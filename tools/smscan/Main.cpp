@@ -1,7 +1,5 @@
 #include <Version.h>
 
-#include <cstdio>
-
 #include "CapsQuery.h"
 #include "Console.h"
 #include "Failure.h"
@@ -77,7 +75,7 @@ void scan(const ModuleLibrary& module, const Options& options, const PageNames& 
 }
 
 void run(const Options& options) {
-    if (options.action == Action::Help) return tell(helpText());
+    if (options.action == Action::Help) return tellText(helpText());
     if (options.action == Action::Version) return tell("smscan " SCANMODULE_VERSION_TEXT);
 
     const PageNames names(options.output, options.pages != 1 && !options.presto);
@@ -99,8 +97,7 @@ void run(const Options& options) {
             const OpenSource source(module, window.handle());
             const std::vector<CapsRow> rows = queryCaps(module);
             const std::string name = productName(module);
-            std::fputs((options.json ? capsAsJson(name, rows) : capsAsTable(name, rows)).c_str(), stdout);
-            return;
+            return tellText(options.json ? capsAsJson(name, rows) : capsAsTable(name, rows));
         }
         default:
             return options.presto ? scanOneShot(module, options, names, window)
