@@ -36,7 +36,10 @@ locked() {
   shift
   mkdir -p -- "${file%/*}"
   exec 9>"$file"
-  flock 9
+  if ! flock -n 9; then
+    say "Waiting for another run of these scripts to let go of $file ..."
+    flock 9
+  fi
   "$@" 9>&-
   exec 9>&-
 }
