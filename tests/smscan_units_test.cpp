@@ -2,7 +2,7 @@
 // rows, texts.
 #include <doctest.h>
 
-#include <cstdlib>
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -169,7 +169,7 @@ TEST_CASE("page names come from the pattern") {
     CHECK(unfinishedName("C:\\a.b\\page1.bmp") == "C:\\a.b\\page1.part.bmp");
     CHECK(unfinishedName("C:\\a.b\\page1") == "C:\\a.b\\page1.part");
 
-    for (const char* pattern : {"%s.bmp", "p%", "p%3d", "%d-%d.bmp", "%0123d", ""}) {
+    for (const char* pattern : {"%s.bmp", "p%", "p%3d", "%d-%d.bmp", "%012d", ""}) {
         CAPTURE(pattern);
         CHECK_THROWS_AS(PageNames(pattern, false), Failure);
     }
@@ -240,6 +240,41 @@ TEST_CASE("pixels are placed by their layout") {
                     PixelLayout::Packed,
                     1,
                     {{left, 1, 1, 5, 1, 0, 0}, {right, 1, 1, 3, 1, 5, 0}}}) == "fd000000");
+}
+
+TEST_CASE("a page that is longer or shorter than announced keeps its rows, also when they fill many blocks") {
+    constexpr uint32_t width = 1000;
+    constexpr uint32_t height = 900;
+    std::vector<uint8_t> pixels(width * height);
+    for (size_t i = 0; i < pixels.size(); ++i)
+        pixels[i] = static_cast<uint8_t>(i * 7 / 1000 + i);
+    for (const int announced : {300, 899, 901, 2000}) {
+        CAPTURE(announced);
+        const TemporaryFile file;
+        StripWriter writer(file.path, formatOf(width, 8), announced, PixelLayout::Packed);
+        for (uint32_t row = 0; row < height; row += 300)
+            writer.add({pixels.data() + row * width, 300 * width, width, width, 300, 0, row});
+        CHECK(writer.complete() == (announced <= 900));
+        CHECK(writer.finish().height == 900);
+        const std::vector<uint8_t> content = contentOf(file.path);
+        REQUIRE(content.size() == 54 + pixels.size());
+        for (uint32_t row = 0; row < height; ++row)
+            REQUIRE(std::equal(pixels.begin() + row * width, pixels.begin() + (row + 1) * width,
+                               content.begin() + 54 + (height - 1 - row) * width));
+    }
+}
+
+TEST_CASE("a planar page is complete with the last row of its third plane") {
+    const uint8_t samples[] = {1, 2};
+    const TemporaryFile file;
+    StripWriter writer(file.path, formatOf(2, 24), 2, PixelLayout::Planar24);
+    for (uint32_t strip = 0; strip < 6; ++strip) {
+        CHECK_FALSE(writer.complete());
+        writer.add({samples, 2, 2, 2, 1, 0, strip % 2});
+        CHECK(writer.plane() == static_cast<int>(strip / 2));
+        CHECK(writer.rows() == static_cast<int>(strip % 2 + 1));
+    }
+    CHECK(writer.complete());
 }
 
 TEST_CASE("a strip's numbers count only as far as its bytes and the page go") {

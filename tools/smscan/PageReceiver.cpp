@@ -1,5 +1,6 @@
 #include "PageReceiver.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -91,8 +92,9 @@ void PageReceiver::onStrip(const TXferStripInfo& strip) {
     if (cancelRequested()) module_.smCancelAllXfer();
     if (!writer_ || cancelRequested()) return;
     const SmBufferDescriptor& buffer = *strip.Buffer;
-    writer_->add({static_cast<const uint8_t*>(buffer.BufferPointer), buffer.BufferSize, strip.BytesPerRow,
-                  strip.Columns, strip.Rows, strip.XOffset, strip.YOffset});
+    const size_t bytes = std::min(buffer.BufferSize, strip.BytesWritten);
+    writer_->add({static_cast<const uint8_t*>(buffer.BufferPointer), bytes, strip.BytesPerRow, strip.Columns,
+                  strip.Rows, strip.XOffset, strip.YOffset});
     const int height = writer_->announcedHeight();
     const int done = writer_->plane() * height + writer_->rows();
     progress_.update(pages_ + 1, done, height < 0 ? height : height * writer_->planes());
