@@ -57,8 +57,9 @@ private:
 
 template <typename Record>
 void append(std::vector<std::uint8_t>& bytes, const Record& record) {
-    const auto* start = reinterpret_cast<const std::uint8_t*>(&record);
-    bytes.insert(bytes.end(), start, start + sizeof record);
+    const std::size_t end = bytes.size();
+    bytes.resize(end + sizeof record);
+    std::memcpy(bytes.data() + end, &record, sizeof record);
 }
 
 }  // namespace

@@ -99,11 +99,11 @@ struct VirtualScannerSettings {
     OddContainers oddContainers = OddContainers::None;
 };
 
-// One key. `apply` reads a text into the settings and answers what is wrong with it, or an empty text; `show`
-// writes the present value as it would stand in the file.
+// One key. `apply` reads a text into the settings and answers whether it could; `show` writes the present
+// value as it would stand in the file.
 struct SettingKey {
-    const char* name;
-    const char* accepts;  // for messages: "a whole number from 0 to 9999"
+    std::string name;
+    std::string accepts;  // for messages: "a whole number from 0 to 9999"
     std::function<bool(VirtualScannerSettings&, const std::string&)> apply;
     std::function<std::string(const VirtualScannerSettings&)> show;
 };
@@ -121,6 +121,12 @@ struct FoundSetting {
 // such a setting changes nothing. Keys are compared without regard to case.
 std::vector<std::string> applySettings(VirtualScannerSettings& settings,
                                        const std::vector<FoundSetting>& found);
+
+// The bits per pixel that a pixel type comes in, the usual one first.
+std::vector<int> bitDepthsOf(int pixelType);
+
+// Settings that are good one by one but contradict each other; one line for each, saying what counts.
+std::vector<std::string> contradictions(const VirtualScannerSettings& settings);
 
 // The settings of section [Scanner] in the text of an INI file; lines that are no setting are reported.
 std::vector<FoundSetting> parseIni(const std::string& text, const std::string& fileName,

@@ -5,12 +5,15 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 
 #include "PageRenderer.h"
 #include "Settings.h"
 #include "scanmodule/twain_types.h"
 
 namespace vscan {
+
+class ScannerCore;
 
 class VirtualScanner {
 public:
@@ -33,10 +36,11 @@ public:
     const PageContent& content() const;
     Picture expectedPage() const;  // request() rendered: what a memory transfer delivers
     const VirtualScannerSettings& settings() const;
+    // Why the user's page can't be scanned (the source then doesn't open), or an empty text.
+    const std::string& pageComplaint() const;
 
 private:
-    class Impl;
-    std::unique_ptr<Impl> impl_;
+    std::unique_ptr<ScannerCore> core_;
 };
 
 }  // namespace vscan

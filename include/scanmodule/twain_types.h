@@ -357,7 +357,10 @@ enum {
     TWSS_A5 = 5,
     TWSS_B4 = 6,
     TWSS_B6 = 7,
-    TWSS_B = 8
+    TWSS_B = 8,
+    TWSS_USLEDGER = 9,
+    TWSS_A3 = 11,
+    TWSS_A6 = 13
 };
 enum { TWFF_BMP = 2 };
 enum { TWPA_RGB = 0, TWPA_GRAY = 1, TWPA_CMY = 2 };

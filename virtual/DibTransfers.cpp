@@ -1,0 +1,96 @@
+// Native and file transfer: both deliver a bottom-up bitmap, one into memory, one into a file.
+#include <windows.h>
+
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <utility>
+
+#include "BmpFile.h"
+#include "GlobalMemory.h"
+#include "ImageTransfers.h"
+
+namespace vscan {
+
+namespace {
+
+// A page as a bitmap: header first, then the rows from the lowest up.
+class DibPage {
+public:
+    DibPage(const PageRequest& page, const PageContent& content, double xResolution, double yResolution)
+        : renderer_(inDibKind(page), content),
+          stride_(paddedRowBytes(renderer_.kind(), renderer_.width())),
+          row_(stride_),
+          header_(dibHeader(renderer_.kind(), renderer_.width(), renderer_.height(), xResolution, yResolution,
+                            paletteOf(renderer_.kind(), page.vanilla))) {}
+
+    const std::vector<std::uint8_t>& header() const { return header_; }
+    int height() const { return renderer_.height(); }
+    std::size_t stride() const { return stride_; }
+    std::size_t pixelBytes() const { return stride_ * static_cast<std::size_t>(height()); }
+    // Row `upward`, counted from the foot of the page, padded.
+    const std::vector<std::uint8_t>& row(int upward) {
+        renderer_.render(height() - 1 - upward, row_.data());
+        if (renderer_.kind() == PixelKind::Rgb24)
+            for (int x = 0; x < renderer_.width(); ++x)
+                std::swap(row_[3u * x], row_[3u * x + 2]);
+        return row_;
+    }
+
+private:
+    static PageRequest inDibKind(PageRequest page) {
+        page.kind = dibKind(page.kind);
+        return page;
+    }
+
+    PageRenderer renderer_;
+    std::size_t stride_;
+    std::vector<std::uint8_t> row_;
+    std::vector<std::uint8_t> header_;
+};
+
+struct FileCloser {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
+bool writeAll(std::FILE* file, const std::vector<std::uint8_t>& bytes) {
+    return std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
+}
+
+bool writeBmp(std::FILE* file, DibPage& page) {
+    if (!writeAll(file, bmpFileHeader(page.header().size(), page.pixelBytes()))) return false;
+    if (!writeAll(file, page.header())) return false;
+    for (int upward = 0; upward < page.height(); ++upward)
+        if (!writeAll(file, page.row(upward))) return false;
+    return true;
+}
+
+}  // namespace
+
+Outcome transferNative(const PageRequest& page, const PageContent& content, const Density& density,
+                       TW_UINT32& handle) {
+    DibPage dib(page, content, density.x, density.y);
+    const HGLOBAL block = makeGlobal(dib.header().size() + dib.pixelBytes(), [&](std::uint8_t* target) {
+        std::memcpy(target, dib.header().data(), dib.header().size());
+        target += dib.header().size();
+        for (int upward = 0; upward < dib.height(); ++upward, target += dib.stride())
+            std::memcpy(target, dib.row(upward).data(), dib.stride());
+    });
+    if (!block) return failure(TWCC_LOWMEMORY);
+    handle = static_cast<TW_UINT32>(reinterpret_cast<UINT_PTR>(block));
+    return returning(TWRC_XFERDONE);
+}
+
+Outcome transferFile(const PageRequest& page, const PageContent& content, const Density& density,
+                     const std::string& path) {
+    DibPage dib(page, content, density.x, density.y);
+    std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path.c_str(), "wb"));
+    if (!file) return failure(TWCC_FILEWRITEERROR);
+    bool complete = writeBmp(file.get(), dib);
+    complete = std::fclose(file.release()) == 0 && complete;
+    if (complete) return returning(TWRC_XFERDONE);
+    DeleteFileA(path.c_str());
+    return failure(TWCC_FILEWRITEERROR);
+}
+
+}  // namespace vscan
