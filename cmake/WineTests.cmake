@@ -5,8 +5,8 @@
 # of the project's own below the build folder; a fixture makes the prefix and brings its files up to date.
 #
 #   PREFIX tests   (the default) C:\windows\twain_32.dll is the scriptable manager, bin/tests/twain_32.dll
-#   PREFIX scan    Wine's own TWAIN manager; the virtual scanner, bin/vscan.ds, is system32\sane.ds, with the
-#                  source tree's vscan.ini beside it (the test's own VSCAN_<KEY> go into ENVIRONMENT)
+#   PREFIX scan    Wine's own TWAIN manager; the virtual scanner, bin/vscan.ds, is C:\windows\twain_32\sane.ds,
+#                  with the source tree's vscan.ini beside it (a test's own VSCAN_<KEY> go into ENVIRONMENT)
 #   RESOURCE_LOCK  tests naming the same lock never run at the same time: for INI files, registry, windows
 #                  that are found by name. All tests of one kind of prefix share one Windows folder.
 #   TIMEOUT        in seconds, 120 when left out

@@ -118,15 +118,16 @@ install_built() {
 }
 
 install_files() {
-  local system32=$prefix/drive_c/windows/system32 settings=$REPO/virtual/vscan.ini
+  local sources=$prefix/drive_c/windows/twain_32 settings=$REPO/virtual/vscan.ini
   if [[ $prefix_name == tests ]]; then
     install_built tests/twain_32.dll "$prefix/drive_c/windows/twain_32.dll" "scriptable TWAIN manager"
     return
   fi
-  # Wine's manager looks for a source of this name.
-  install_built vscan.ds "$system32/sane.ds" "virtual scanner"
-  if [[ -f $settings && ( $prefix_name == scan-tests || ! -e $system32/vscan.ini ) ]]; then
-    install_file "$settings" "$system32/vscan.ini"
+  # Wine's manager knows the sources sane.ds and gphoto2.ds only; Debian's Wine has a mere placeholder for the
+  # first one.
+  install_built vscan.ds "$sources/sane.ds" "virtual scanner"
+  if [[ $prefix_name == scan-tests || ! -e $sources/vscan.ini ]]; then
+    install_file "$settings" "$sources/vscan.ini"
   fi
 }
 
