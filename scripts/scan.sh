@@ -27,6 +27,8 @@ for argument in "$@"; do
     argument=--output=$(absolute "${argument#*=}")
   fi
   [[ $argument != --output* ]] || output_given=yes
+  [[ $argument != --help ]] ||
+    echo "scan.sh hands its options to smscan; its default for --output is $REPO/out/page%03d.bmp."
   arguments+=("$argument")
   previous=$argument
 done
