@@ -1,0 +1,31 @@
+// A list of recorded texts, compared as a whole and printed one per line when a comparison fails.
+#pragma once
+
+#include <initializer_list>
+#include <ostream>
+#include <string>
+#include <vector>
+
+class Lines : public std::vector<std::string> {
+public:
+    using std::vector<std::string>::vector;
+
+    Lines& operator+=(const Lines& more) {
+        insert(end(), more.begin(), more.end());
+        return *this;
+    }
+    friend Lines operator+(Lines first, const Lines& second) { return first += second; }
+    friend Lines operator*(int count, const Lines& lines) {
+        Lines all;
+        for (int i = 0; i < count; ++i)
+            all += lines;
+        return all;
+    }
+
+    friend std::ostream& operator<<(std::ostream& out, const Lines& lines) {
+        out << lines.size() << " lines";
+        for (const std::string& line : lines)
+            out << "\n    " << line;
+        return out << "\n";
+    }
+};

@@ -1,0 +1,171 @@
+#include "ModuleCalls.h"
+
+#include <cstring>
+#include <type_traits>
+
+namespace {
+
+ModuleCalls* current = nullptr;
+
+std::string fileName(const char* path) {
+    const char* separator = std::strrchr(path, '\\');
+    return separator != nullptr ? separator + 1 : path;
+}
+
+std::string text(const char* string) {
+    return string != nullptr ? string : "(null)";
+}
+
+}  // namespace
+
+// The functions that take the place of Windows' own in the module's import table.
+struct ModuleCallsHooks {
+    static HGLOBAL WINAPI globalAlloc(UINT flags, SIZE_T size) {
+        current->allocations.push_back(size);
+        if (size >= current->largestAllocation) return nullptr;
+        const HGLOBAL block = GlobalAlloc(flags, size);
+        if (block != nullptr) current->owned_[block] = 0;
+        return block;
+    }
+
+    static HGLOBAL WINAPI globalFree(HGLOBAL block) {
+        if (block == nullptr) return nullptr;
+        const auto found = current->owned_.find(block);
+        if (found == current->owned_.end()) {
+            current->memoryFaults_.push_back("freed a block that isn't the module's (any more)");
+            return block;
+        }
+        current->owned_.erase(found);
+        return GlobalFree(block);
+    }
+
+    static LPVOID WINAPI globalLock(HGLOBAL block) {
+        if (current->locksThatSucceed <= 0) return nullptr;
+        --current->locksThatSucceed;
+        void* const pointer = GlobalLock(block);
+        const auto found = current->owned_.find(block);
+        if (pointer != nullptr && found != current->owned_.end()) ++found->second;
+        return pointer;
+    }
+
+    static BOOL WINAPI globalUnlock(HGLOBAL block) {
+        const auto found = current->owned_.find(block);
+        if (found != current->owned_.end() && --found->second < 0)
+            current->memoryFaults_.push_back("unlocked a block that wasn't locked");
+        return GlobalUnlock(block);
+    }
+
+    static int WINAPI messageBox(HWND owner, LPCSTR message, LPCSTR caption, UINT style) {
+        current->messageBoxes.push_back(
+            {owner, text(message), caption != nullptr, caption != nullptr ? caption : "", style});
+        return current->messageBoxAnswer;
+    }
+
+    static UINT WINAPI registerWindowMessage(LPCSTR name) {
+        return current->messagesThatCannotRegister.count(name) != 0 ? 0 : RegisterWindowMessageA(name);
+    }
+
+    static UINT WINAPI getPrivateProfileInt(LPCSTR section, LPCSTR key, INT fallback, LPCSTR file) {
+        current->profileCalls.push_back("read " + text(section) + " " + text(key) + " of " + fileName(file));
+        return GetPrivateProfileIntA(section, key, fallback, file);
+    }
+
+    static BOOL WINAPI writePrivateProfileString(LPCSTR section, LPCSTR key, LPCSTR value, LPCSTR file) {
+        current->profileCalls.push_back("write " + text(section) + " " + text(key) + "=" + text(value) +
+                                        " of " + fileName(file));
+        return WritePrivateProfileStringA(section, key, value, file);
+    }
+
+    static HFILE WINAPI openFile(LPCSTR path, LPOFSTRUCT facts, UINT style) {
+        if (style == OF_EXIST) current->profileCalls.push_back("exists " + fileName(path));
+        return OpenFile(path, facts, style);
+    }
+
+    static HMODULE WINAPI loadLibrary(LPCSTR path) {
+        current->libraryCalls.push_back("load " + text(path));
+        return LoadLibraryA(path);
+    }
+
+    static BOOL WINAPI freeLibrary(HMODULE library) {
+        current->libraryCalls.push_back("free");
+        return FreeLibrary(library);
+    }
+};
+
+namespace {
+
+struct Hook {
+    const char* function;
+    void* replacement;
+};
+
+template <class Function>
+Hook hook(const char* name, Function* replacement) {
+    static_assert(std::is_function_v<Function>);
+    return {name, reinterpret_cast<void*>(replacement)};
+}
+
+const Hook hooks[] = {
+    hook("GlobalAlloc", ModuleCallsHooks::globalAlloc),
+    hook("GlobalFree", ModuleCallsHooks::globalFree),
+    hook("GlobalLock", ModuleCallsHooks::globalLock),
+    hook("GlobalUnlock", ModuleCallsHooks::globalUnlock),
+    hook("MessageBoxA", ModuleCallsHooks::messageBox),
+    hook("RegisterWindowMessageA", ModuleCallsHooks::registerWindowMessage),
+    hook("GetPrivateProfileIntA", ModuleCallsHooks::getPrivateProfileInt),
+    hook("WritePrivateProfileStringA", ModuleCallsHooks::writePrivateProfileString),
+    hook("OpenFile", ModuleCallsHooks::openFile),
+    hook("LoadLibraryA", ModuleCallsHooks::loadLibrary),
+    hook("FreeLibrary", ModuleCallsHooks::freeLibrary),
+};
+
+void replace(void** slot, void* replacement) {
+    DWORD protection = 0;
+    VirtualProtect(slot, sizeof *slot, PAGE_READWRITE, &protection);
+    *slot = replacement;
+    VirtualProtect(slot, sizeof *slot, protection, &protection);
+}
+
+void hookImport(void** slot, const char* name) {
+    for (const Hook& hook : hooks) {
+        if (std::strcmp(hook.function, name) == 0) replace(slot, hook.replacement);
+    }
+}
+
+}  // namespace
+
+ModuleCalls::ModuleCalls() {
+    current = this;
+}
+ModuleCalls::~ModuleCalls() {
+    current = nullptr;
+}
+
+void ModuleCalls::attachTo(HMODULE module) {
+    if (current == nullptr) return;
+    auto* const base = reinterpret_cast<uint8_t*>(module);
+    const auto* const dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
+    const auto* const headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
+    const IMAGE_DATA_DIRECTORY& imports = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
+    const auto* library = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(base + imports.VirtualAddress);
+    for (; library->Name != 0; ++library) {
+        const auto* names = reinterpret_cast<const IMAGE_THUNK_DATA*>(base + library->OriginalFirstThunk);
+        auto* slots = reinterpret_cast<void**>(base + library->FirstThunk);
+        for (; names->u1.AddressOfData != 0; ++names, ++slots) {
+            if (IMAGE_SNAP_BY_ORDINAL(names->u1.Ordinal)) continue;
+            const auto* named = reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + names->u1.AddressOfData);
+            hookImport(slots, reinterpret_cast<const char*>(named->Name));
+        }
+    }
+}
+
+void ModuleCalls::adopt(HGLOBAL block) {
+    if (current != nullptr && block != nullptr) current->owned_[block] = 0;
+}
+
+Lines ModuleCalls::memoryComplaints() const {
+    Lines complaints = memoryFaults_;
+    for (const auto& [block, locks] : owned_)
+        complaints.push_back(locks == 0 ? "a block was not freed" : "a block was left locked and not freed");
+    return complaints;
+}

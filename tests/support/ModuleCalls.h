@@ -1,0 +1,62 @@
+// What the module asks of Windows. While a ModuleCalls lives, modules that get loaded call through it: their
+// memory is accounted for, their message boxes are answered, and single calls can be made to fail.
+#pragma once
+
+#include <windows.h>
+
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "Lines.h"
+
+struct MessageBoxCall {
+    HWND owner;
+    std::string text;
+    bool hasCaption;
+    std::string caption;
+    UINT style;
+};
+
+class ModuleCalls {
+public:
+    ModuleCalls();
+    ~ModuleCalls();
+    ModuleCalls(const ModuleCalls&) = delete;
+    ModuleCalls& operator=(const ModuleCalls&) = delete;
+
+    // Puts the calls of a freshly mapped module through the live instance.
+    static void attachTo(HMODULE module);
+
+    // The module is handed this block and has to free it.
+    static void adopt(HGLOBAL block);
+    // The module hands the block on: it must not free it.
+    void release(HGLOBAL block) { owned_.erase(block); }
+
+    // What is wrong with the module's memory: blocks not freed, freed twice or not its own, locks left. Empty
+    // when all is well.
+    Lines memoryComplaints() const;
+    size_t ownedBlocks() const { return owned_.size(); }
+
+    std::vector<MessageBoxCall> messageBoxes;
+    int messageBoxAnswer = IDOK;
+
+    // Allocations of this size and more fail.
+    SIZE_T largestAllocation = ~SIZE_T{0};
+    std::vector<SIZE_T> allocations;
+    // So many of the next locks succeed, the others fail.
+    int locksThatSucceed = 0x7fffffff;
+    std::set<std::string> messagesThatCannotRegister;
+
+    // Files and profiles looked at: "exists DEBUGSM.INI", "read Debug Trace", "write Debug Trace=1".
+    Lines profileCalls;
+    // Libraries: "load <file name>", "free".
+    Lines libraryCalls;
+
+private:
+    friend struct ModuleCallsHooks;
+
+    std::map<HGLOBAL, int> owned_;  // block -> locks held
+    Lines memoryFaults_;
+};

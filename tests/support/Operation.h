@@ -1,0 +1,68 @@
+// One kind of TWAIN operation: what a script answers and what a record names.
+#pragma once
+
+#include <scanmodule/twain_types.h>
+
+#include <string>
+#include <tuple>
+
+struct Operation {
+    TW_UINT32 group;
+    TW_UINT16 argumentType;
+    TW_UINT16 message;
+    TW_UINT16 capability = 0;  // of a DAT_CAPABILITY operation; 0 stands for any
+
+    friend bool operator<(const Operation& a, const Operation& b) {
+        return std::tie(a.group, a.argumentType, a.message, a.capability) <
+               std::tie(b.group, b.argumentType, b.message, b.capability);
+    }
+};
+
+namespace operation {
+
+constexpr Operation openDsm{DG_CONTROL, DAT_PARENT, MSG_OPENDSM};
+constexpr Operation closeDsm{DG_CONTROL, DAT_PARENT, MSG_CLOSEDSM};
+constexpr Operation getDefault{DG_CONTROL, DAT_IDENTITY, MSG_GETDEFAULT};
+constexpr Operation getFirst{DG_CONTROL, DAT_IDENTITY, MSG_GETFIRST};
+constexpr Operation getNext{DG_CONTROL, DAT_IDENTITY, MSG_GETNEXT};
+constexpr Operation userSelect{DG_CONTROL, DAT_IDENTITY, MSG_USERSELECT};
+constexpr Operation openDs{DG_CONTROL, DAT_IDENTITY, MSG_OPENDS};
+constexpr Operation closeDs{DG_CONTROL, DAT_IDENTITY, MSG_CLOSEDS};
+constexpr Operation enableDs{DG_CONTROL, DAT_USERINTERFACE, MSG_ENABLEDS};
+constexpr Operation disableDs{DG_CONTROL, DAT_USERINTERFACE, MSG_DISABLEDS};
+constexpr Operation status{DG_CONTROL, DAT_STATUS, MSG_GET};
+constexpr Operation processEvent{DG_CONTROL, DAT_EVENT, MSG_PROCESSEVENT};
+constexpr Operation imageInfo{DG_IMAGE, DAT_IMAGEINFO, MSG_GET};
+constexpr Operation imageLayoutSet{DG_IMAGE, DAT_IMAGELAYOUT, MSG_SET};
+constexpr Operation palette{DG_IMAGE, DAT_PALETTE8, MSG_GET};
+constexpr Operation setupFile{DG_CONTROL, DAT_SETUPFILEXFER, MSG_SET};
+constexpr Operation setupMemory{DG_CONTROL, DAT_SETUPMEMXFER, MSG_GET};
+constexpr Operation nativeTransfer{DG_IMAGE, DAT_IMAGENATIVEXFER, MSG_GET};
+constexpr Operation fileTransfer{DG_IMAGE, DAT_IMAGEFILEXFER, MSG_GET};
+constexpr Operation memoryTransfer{DG_IMAGE, DAT_IMAGEMEMXFER, MSG_GET};
+constexpr Operation endTransfer{DG_CONTROL, DAT_PENDINGXFERS, MSG_ENDXFER};
+constexpr Operation resetTransfers{DG_CONTROL, DAT_PENDINGXFERS, MSG_RESET};
+
+constexpr Operation capability(TW_UINT16 message, TW_UINT16 capability) {
+    return {DG_CONTROL, DAT_CAPABILITY, message, capability};
+}
+constexpr Operation get(TW_UINT16 id) {
+    return capability(MSG_GET, id);
+}
+constexpr Operation getCurrent(TW_UINT16 id) {
+    return capability(MSG_GETCURRENT, id);
+}
+constexpr Operation set(TW_UINT16 id) {
+    return capability(MSG_SET, id);
+}
+
+// The operation that DSM_Entry was called for.
+Operation of(TW_UINT32 group, TW_UINT16 argumentType, TW_UINT16 message, TW_MEMREF data);
+
+// "ICAP_UNITS"; vendor capabilities as "CAP 0x8005".
+std::string capabilityName(TW_UINT16 id);
+
+// One line for a record: "SET ICAP_UNITS one UINT16 1", "OPENDS", "ENABLEDS show 1 modal 0", "ENDXFER".
+std::string text(const Operation& operation, TW_MEMREF data);
+
+}  // namespace operation

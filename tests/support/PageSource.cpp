@@ -1,0 +1,122 @@
+#include "PageSource.h"
+
+#include <algorithm>
+#include <cstring>
+
+Strip endedBy(TW_UINT16 returnCode) {
+    Strip strip;
+    strip.returnCode = returnCode;
+    return strip;
+}
+
+Strip failedWith(TW_UINT16 conditionCode) {
+    Strip strip = endedBy(TWRC_FAILURE);
+    strip.conditionCode = conditionCode;
+    return strip;
+}
+
+TW_IMAGEINFO imageInfo(TW_INT16 pixelType, TW_INT16 bits, TW_INT32 width, TW_INT32 length) {
+    TW_IMAGEINFO info = {};
+    info.XResolution.Whole = info.YResolution.Whole = 300;
+    info.ImageWidth = width;
+    info.ImageLength = length;
+    info.SamplesPerPixel = pixelType == TWPT_RGB ? 3 : 1;
+    std::fill_n(info.BitsPerSample, info.SamplesPerPixel, static_cast<TW_INT16>(bits / info.SamplesPerPixel));
+    info.BitsPerPixel = bits;
+    info.PixelType = pixelType;
+    info.Compression = TWCP_NONE;
+    return info;
+}
+
+std::vector<Strip> cutRows(const Bytes& rows, TW_UINT32 bytesPerRow, TW_UINT32 columns,
+                           TW_UINT32 rowsPerStrip) {
+    std::vector<Strip> strips;
+    const auto count = static_cast<TW_UINT32>(rows.size() / bytesPerRow);
+    for (TW_UINT32 row = 0; row < count; row += rowsPerStrip) {
+        Strip strip{bytesPerRow, columns, std::min(rowsPerStrip, count - row), 0, row};
+        strip.bytesWritten = strip.rows * bytesPerRow;
+        const auto begin = rows.begin() + row * bytesPerRow;
+        strip.bytes.assign(begin, begin + strip.bytesWritten);
+        strips.push_back(strip);
+    }
+    strips.back().returnCode = TWRC_XFERDONE;
+    return strips;
+}
+
+Bytes pattern(size_t size) {
+    Bytes bytes(size);
+    for (size_t i = 0; i < size; ++i)
+        bytes[i] = static_cast<uint8_t>(1 + i * 37 % 251);
+    return bytes;
+}
+
+PageSource::PageSource(ScriptedManager& manager, std::vector<Page> pages) {
+    put(std::move(pages));
+    manager.useSource([this](TW_UINT32 group, TW_UINT16 argumentType, TW_UINT16 message, TW_MEMREF data) {
+        return call(group, argumentType, message, data);
+    });
+}
+
+TW_UINT16 PageSource::call(TW_UINT32 group, TW_UINT16 argumentType, TW_UINT16 message, TW_MEMREF data) {
+    if (group == DG_IMAGE && argumentType == DAT_IMAGEINFO)
+        return giveImageInfo(*static_cast<TW_IMAGEINFO*>(data));
+    if (group == DG_IMAGE && argumentType == DAT_IMAGEMEMXFER)
+        return giveStrip(*static_cast<TW_IMAGEMEMXFER*>(data));
+    switch (argumentType) {
+        case DAT_IDENTITY:
+        case DAT_USERINTERFACE:
+            return TWRC_SUCCESS;
+        case DAT_EVENT:
+            return TWRC_NOTDSEVENT;
+        case DAT_CAPABILITY:
+            return message == MSG_SET ? TW_UINT16{TWRC_SUCCESS} : fail(TWCC_BADCAP);
+        case DAT_SETUPFILEXFER:
+            return TWRC_SUCCESS;
+        case DAT_SETUPMEMXFER:
+            *static_cast<TW_SETUPMEMXFER*>(data) = sizes_;
+            return TWRC_SUCCESS;
+        case DAT_PENDINGXFERS:
+            return endPages(message, *static_cast<TW_PENDINGXFERS*>(data));
+        case DAT_STATUS:
+            static_cast<TW_STATUS*>(data)->ConditionCode = conditionCode_;
+            return TWRC_SUCCESS;
+        default:
+            return fail(TWCC_BADPROTOCOL);
+    }
+}
+
+TW_UINT16 PageSource::giveImageInfo(TW_IMAGEINFO& info) {
+    if (pages_.empty()) return fail(TWCC_SEQERROR);
+    info = pages_.front().info;
+    return TWRC_SUCCESS;
+}
+
+TW_UINT16 PageSource::giveStrip(TW_IMAGEMEMXFER& transfer) {
+    requests_.push_back(transfer.Memory);
+    if (pages_.empty() || nextStrip_ >= pages_.front().strips.size()) return fail(TWCC_SEQERROR);
+    const Strip& strip = pages_.front().strips[nextStrip_++];
+    if (strip.returnCode == TWRC_FAILURE) return fail(strip.conditionCode);
+    transfer.Compression = pages_.front().info.Compression;
+    transfer.BytesPerRow = strip.bytesPerRow;
+    transfer.Columns = strip.columns;
+    transfer.Rows = strip.rows;
+    transfer.XOffset = strip.xOffset;
+    transfer.YOffset = strip.yOffset;
+    transfer.BytesWritten = strip.bytesWritten;
+    const size_t size = std::min<size_t>(strip.bytes.size(), transfer.Memory.Length);
+    if (size != 0) std::memcpy(transfer.Memory.TheMem, strip.bytes.data(), size);
+    return strip.returnCode;
+}
+
+TW_UINT16 PageSource::endPages(TW_UINT16 message, TW_PENDINGXFERS& pending) {
+    nextStrip_ = 0;
+    if (message == MSG_RESET) pages_.clear();
+    if (!pages_.empty()) pages_.pop_front();
+    pending.Count = static_cast<TW_UINT16>(pages_.size());
+    return TWRC_SUCCESS;
+}
+
+TW_UINT16 PageSource::fail(TW_UINT16 conditionCode) {
+    conditionCode_ = conditionCode;
+    return TWRC_FAILURE;
+}

@@ -1,0 +1,68 @@
+// A source that knows no capability but has pages: what it says of each, and the strips it hands over. Unlike
+// a real source it says whatever the test wants it to say. A manager's script goes before it.
+#pragma once
+
+#include <deque>
+#include <vector>
+
+#include "ScriptedManager.h"
+
+using Bytes = std::vector<uint8_t>;
+
+// What one request for a strip gets.
+struct Strip {
+    TW_UINT32 bytesPerRow = 0;
+    TW_UINT32 columns = 0;
+    TW_UINT32 rows = 0;
+    TW_UINT32 xOffset = 0;
+    TW_UINT32 yOffset = 0;
+    TW_UINT32 bytesWritten = 0;  // as the source says
+    Bytes bytes = {};            // what it really writes, as far as the buffer reaches
+    TW_UINT16 returnCode = TWRC_SUCCESS;
+    TW_UINT16 conditionCode = TWCC_SUCCESS;
+};
+
+struct Page {
+    TW_IMAGEINFO info;
+    std::vector<Strip> strips;
+};
+
+// A request that brings no strip but this.
+Strip endedBy(TW_UINT16 returnCode);
+Strip failedWith(TW_UINT16 conditionCode);
+
+// An uncompressed chunky image at 300 dots per inch; the bits are those of a pixel.
+TW_IMAGEINFO imageInfo(TW_INT16 pixelType, TW_INT16 bits, TW_INT32 width, TW_INT32 length);
+
+// Whole rows cut into strips, the last one shorter when it has to be; TWRC_XFERDONE comes with the last.
+std::vector<Strip> cutRows(const Bytes& rows, TW_UINT32 bytesPerRow, TW_UINT32 columns,
+                           TW_UINT32 rowsPerStrip);
+
+// So many bytes, none of them 0 and no neighbours alike.
+Bytes pattern(size_t size);
+
+class PageSource {
+public:
+    explicit PageSource(ScriptedManager& manager, std::vector<Page> pages = {});
+    PageSource(const PageSource&) = delete;
+    PageSource& operator=(const PageSource&) = delete;
+
+    void put(std::vector<Page> pages) { pages_.assign(pages.begin(), pages.end()); }
+    void setBufferSizes(TW_UINT32 min, TW_UINT32 max, TW_UINT32 preferred) { sizes_ = {min, max, preferred}; }
+
+    // The memory that each request for a strip named.
+    const std::vector<TW_MEMORY>& requests() const { return requests_; }
+
+private:
+    TW_UINT16 call(TW_UINT32 group, TW_UINT16 argumentType, TW_UINT16 message, TW_MEMREF data);
+    TW_UINT16 giveImageInfo(TW_IMAGEINFO& info);
+    TW_UINT16 giveStrip(TW_IMAGEMEMXFER& transfer);
+    TW_UINT16 endPages(TW_UINT16 message, TW_PENDINGXFERS& pending);
+    TW_UINT16 fail(TW_UINT16 conditionCode);
+
+    std::deque<Page> pages_;
+    size_t nextStrip_ = 0;
+    TW_SETUPMEMXFER sizes_ = {64, 4096, 1024};
+    TW_UINT16 conditionCode_ = TWCC_SUCCESS;
+    std::vector<TW_MEMORY> requests_;
+};

@@ -1,0 +1,43 @@
+// The diagnostic viewer of a test: a real window of the viewer's class with its shared memory, which records
+// the lines that the module sends.
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+#include "Lines.h"
+
+class RecordingViewer {
+public:
+    enum class Memory { Shared, Missing };
+
+    // Missing: the window is there, its shared memory is not.
+    explicit RecordingViewer(Memory memory = Memory::Shared);
+    ~RecordingViewer();
+    RecordingViewer(const RecordingViewer&) = delete;
+    RecordingViewer& operator=(const RecordingViewer&) = delete;
+
+    // Whole lines as they came: "Trace sm/Session.cpp 85: [SM] text".
+    const Lines& rawLines() const { return raw_; }
+    // Without path and number: "Trace: text", "Warning: text"; separators stay as they are.
+    Lines lines() const;
+    // The texts of the warnings (and of fatal lines, with their level in front).
+    Lines warnings() const;
+    // The texts of the Trace lines.
+    Lines traces() const;
+    void forget() { raw_.clear(); }
+
+    static constexpr size_t bufferSize = 1024;
+    // The memory after the first 1024 bytes is as it was.
+    bool isTailUntouched() const;
+
+private:
+    static LRESULT CALLBACK windowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+    void receive(WPARAM wParam, LPARAM lParam);
+
+    HWND window_ = nullptr;
+    HANDLE mapping_ = nullptr;
+    char* view_ = nullptr;
+    Lines raw_;
+};

@@ -1,0 +1,102 @@
+// The TWAIN source manager of a test: records every operation of the module as a line of text and answers as
+// the test says. Unscripted, it is a manager with one plain source: it opens, enables and closes, accepts
+// every MSG_SET, knows no capability and has no image. useSource() puts another source in its place.
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <map>
+#include <optional>
+#include <vector>
+
+#include "ContainerImage.h"
+#include "Lines.h"
+#include "Operation.h"
+
+// What a source's own entry takes.
+using SourceEntry =
+    std::function<TW_UINT16(TW_UINT32 group, TW_UINT16 argumentType, TW_UINT16 message, TW_MEMREF data)>;
+
+// What one operation gets. A failure's condition code waits for the next status request.
+struct Answer {
+    TW_UINT16 returnCode = TWRC_SUCCESS;
+    TW_UINT16 conditionCode = TWCC_SUCCESS;
+    std::optional<ContainerImage> container;
+    std::function<void(TW_MEMREF)> act;  // reads or fills the operation's record
+};
+
+Answer succeed();
+Answer failWith(TW_UINT16 conditionCode);
+Answer returnCode(TW_UINT16 code);
+Answer give(ContainerImage container);
+// Succeeds after act has filled a record of type Record.
+template <class Record>
+Answer fill(std::function<void(Record&)> act) {
+    return {TWRC_SUCCESS, TWCC_SUCCESS, {}, [act](TW_MEMREF data) { act(*static_cast<Record*>(data)); }};
+}
+template <class Record>
+Answer copy(const Record& record) {
+    return fill<Record>([record](Record& target) { target = record; });
+}
+// The source's notification for the message that the host's loop hands over.
+Answer notification(TW_UINT16 message);
+// So many images remain.
+Answer pending(TW_UINT16 count);
+
+class ScriptedManager {
+public:
+    ScriptedManager();
+    ~ScriptedManager();
+    ScriptedManager(const ScriptedManager&) = delete;
+    ScriptedManager& operator=(const ScriptedManager&) = delete;
+
+    // A standing answer; answers of answerNext() come first, in their order, one per call.
+    void answer(const Operation& operation, Answer answer);
+    void answerNext(const Operation& operation, Answer answer);
+    // Whatever isn't scripted goes to this source from now on.
+    void useSource(SourceEntry source) { source_ = std::move(source); }
+    // The source has something to say: delivered with the next message that the host's loop hands over.
+    void notify(TW_UINT16 message) { notifications_.push_back(message); }
+
+    Lines calls() const { return calls_; }
+    void forgetCalls() { calls_.clear(); }
+    // The lines since the last call of this function.
+    Lines takeCalls();
+
+    // The TWAIN state that the module has brought manager and source into: 2 to 5.
+    int state() const { return state_; }
+    const TW_IDENTITY& application() const { return application_; }
+    TW_IDENTITY& defaultSource() { return defaultSource_; }
+    const TW_USERINTERFACE& userInterface() const { return userInterface_; }
+    HWND parent() const { return parent_; }
+    const MSG* eventMessage() const { return eventMessage_; }
+
+    TW_UINT16 call(pTW_IDENTITY origin, pTW_IDENTITY destination, const Operation& operation, TW_MEMREF data);
+
+private:
+    bool scripted(const Operation& operation, Answer& answer);
+    TW_UINT16 apply(const Answer& answer, const Operation& operation, TW_MEMREF data);
+    TW_UINT16 answerPlainly(const Operation& operation, TW_MEMREF data);
+    TW_UINT16 giveIdentity(const Operation& operation, TW_MEMREF data);
+    TW_UINT16 answerPlainSource(const Operation& operation);
+    void moveState(const Operation& operation);
+    TW_UINT16 answerEvent(TW_MEMREF data);
+    TW_UINT16 askSource(const Operation& operation, TW_MEMREF data);
+    TW_UINT16 fail(TW_UINT16 conditionCode);
+    TW_UINT16 giveStatus(TW_MEMREF data);
+    void remember(const Operation& operation, pTW_IDENTITY origin, TW_MEMREF data);
+
+    Lines calls_;
+    std::map<Operation, Answer> standing_;
+    std::map<Operation, std::deque<Answer>> queued_;
+    int state_ = 2;
+    TW_UINT16 conditionCode_ = TWCC_SUCCESS;
+    TW_IDENTITY application_{};
+    TW_IDENTITY defaultSource_{};
+    TW_USERINTERFACE userInterface_{};
+    HWND parent_ = nullptr;
+    const MSG* eventMessage_ = nullptr;
+    SourceEntry source_;
+    bool sourceHasStatus_ = false;  // the last failure was the other source's own
+    std::deque<TW_UINT16> notifications_;
+};

@@ -1,0 +1,38 @@
+// Everything around one module: the manager, the host, the viewer and the record of what the module asks of
+// Windows.
+#pragma once
+
+#include "Module.h"
+#include "ModuleCalls.h"
+#include "RecordingHost.h"
+#include "RecordingViewer.h"
+#include "ScriptedManager.h"
+#include "WindowsFiles.h"
+
+class Stage {
+public:
+    Stage() = default;
+    ~Stage();
+    Stage(const Stage&) = delete;
+    Stage& operator=(const Stage&) = delete;
+
+    // Brings the session into TWAIN state 4 or 5, and forgets what was recorded on the way.
+    void open();
+    void enable(bool showUI = false, bool modalUI = false);
+    // To state 2, 4 or 5.
+    void bringTo(int state);
+    void forget();
+
+    // Hands the module a message of the host's loop, on which the source has something to say.
+    bool deliver(TW_UINT16 notification);
+
+    TraceSwitches switches;
+    ModuleCalls windows;
+    RecordingViewer viewer;
+    ScriptedManager manager;
+    RecordingHost host;
+    Module module;
+};
+
+// What stands in a record for a failed operation: itself and the question for its condition code.
+Lines refused(const std::string& call);
