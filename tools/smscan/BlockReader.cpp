@@ -1,7 +1,7 @@
 #include "BlockReader.h"
 
 #include <algorithm>
-#include <cstring>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -15,8 +15,23 @@ namespace {
 
 constexpr unsigned int untouched = 0xfffffffe;  // a count that the module never writes
 
-// Bytes that tell afterwards whether anything was written over them: the last block comes without its length.
-constexpr uint8_t marker[] = {0x5a, 0xc3, 0x96, 0x0f, 0xe1, 0x78, 0x2d, 0xb4};
+// What the buffer holds before each call, so that the last block's length shows, which isn't told: where the
+// page's own bytes begin to differ. Rows of a page don't look like this.
+uint8_t fillerAt(size_t offset) {
+    return static_cast<uint8_t>(offset * 167 + (offset >> 8) * 29 + 90);
+}
+
+void fill(std::vector<uint8_t>& buffer) {
+    for (size_t i = 0; i < buffer.size(); ++i)
+        buffer[i] = fillerAt(i);
+}
+
+size_t bytesWritten(const std::vector<uint8_t>& buffer) {
+    size_t count = buffer.size();
+    while (count > 0 && buffer[count - 1] == fillerAt(count - 1))
+        --count;
+    return count;
+}
 
 // The module hands colours over as red, green, blue; files have them the other way round.
 void swapRedAndBlue(uint8_t* pixels, size_t bytes) {
@@ -29,17 +44,13 @@ struct BlockPlan {
     unsigned int size;  // to ask for at a time
 };
 
-BlockPlan planBlocks(const ModuleLibrary& module, const PageImage& image, int sourceBits, int height) {
+BlockPlan planBlocks(const ModuleLibrary& module, const PageImage& image, int sourceBits) {
     if (image.layout != PixelLayout::Packed)
         throw Failure{
             ExitCode::CannotWrite,
             format("Pages with %d bits per pixel%s can't be pulled block by block without loss. Use "
                    "--mech memory.",
                    sourceBits, image.format.bits == 24 && sourceBits == 24 ? " in planes" : "")};
-    if (height < 0)
-        throw Failure{ExitCode::CannotWrite,
-                      "The source doesn't know how long the page is, which pulling block by "
-                      "block needs. Use --mech memory."};
     const size_t width = static_cast<size_t>(image.format.width);
     const size_t rowBytes = image.format.bits == 24 ? 3 * width : width;
     // Below 8 bits the rows that the module hands over are longer than those that the source delivers, and
@@ -56,45 +67,42 @@ BlockPlan planBlocks(const ModuleLibrary& module, const PageImage& image, int so
     return {rowBytes, std::max(std::min(preferred, most), atLeastOneRow)};
 }
 
-[[noreturn]] void failEarly(int rows, int height) {
+[[noreturn]] void failEarly(int rows) {
     throw Failure{
         ExitCode::SourceError,
-        format("The source ended the page at line %d of %d: cancelled there, or failed.", rows, height)};
+        format("the source cancelled or failed at line %d; pulled block by block it gives no reason.", rows)};
 }
 
 }  // namespace
 
-DibFacts readPageByBlocks(const ModuleLibrary& module, const PageImage& image, int sourceBits, int height,
-                          const std::string& path, const std::function<void(int rows)>& onRows) {
-    const BlockPlan plan = planBlocks(module, image, sourceBits, height);
-    StripWriter writer(path, image.format, height, image.layout);
-    std::vector<uint8_t> buffer(plan.size + plan.rowBytes + sizeof marker);
+std::unique_ptr<StripWriter> readPageByBlocks(const ModuleLibrary& module, const PageImage& image,
+                                              int sourceBits, int height, const std::string& path,
+                                              const std::function<void(int rows)>& onRows) {
+    const BlockPlan plan = planBlocks(module, image, sourceBits);
+    auto writer = std::make_unique<StripWriter>(path, image.format, height, image.layout);
+    std::vector<uint8_t> buffer(plan.size + plan.rowBytes);
     onRows(0);
     for (bool over = false; !over && !cancelRequested();) {
+        fill(buffer);
         unsigned int count = untouched;
-        std::memcpy(buffer.data(), marker, sizeof marker);
         over = module.smReadBlock(buffer.data(), plan.size, &count) != 0;
-        if (count == untouched) failEarly(writer.rows(), height);
-        size_t rows = count / plan.rowBytes;
-        if (over) {
-            // The last block holds what is missing, if anything was delivered at all.
-            rows = static_cast<size_t>(height - writer.rows());
-            const bool delivered = std::memcmp(buffer.data(), marker, sizeof marker) != 0;
-            if (rows > 0 && (!delivered || rows * plan.rowBytes > buffer.size()))
-                failEarly(writer.rows(), height);
-        } else if (count % plan.rowBytes != 0) {
-            throw Failure{ExitCode::SourceError,
-                          "The source delivers parts of rows, which can't be told apart when "
-                          "pulled block by block. Use --mech memory."};
-        }
+        if (count == untouched) failEarly(writer->rows());
+        const size_t bytes = over ? bytesWritten(buffer) : count;
+        // The last bytes of a page may happen to look like what was there before.
+        const size_t rows = over ? (bytes + plan.rowBytes - 1) / plan.rowBytes : bytes / plan.rowBytes;
+        if (!over && bytes % plan.rowBytes != 0)
+            throw Failure{
+                ExitCode::SourceError,
+                "the source delivers parts of rows, which can't be told apart when they are pulled block "
+                "by block. Use --mech memory."};
         if (image.format.bits == 24) swapRedAndBlue(buffer.data(), rows * plan.rowBytes);
-        writer.add({buffer.data(), buffer.size(), static_cast<uint32_t>(plan.rowBytes),
-                    static_cast<uint32_t>(image.format.width), static_cast<uint32_t>(rows), 0,
-                    static_cast<uint32_t>(writer.rows())});
-        onRows(writer.rows());
+        writer->add({buffer.data(), buffer.size(), static_cast<uint32_t>(plan.rowBytes),
+                     static_cast<uint32_t>(image.format.width), static_cast<uint32_t>(rows), 0,
+                     static_cast<uint32_t>(writer->rows())});
+        onRows(writer->rows());
+        if (over && rows == 0 && !(height >= 0 && writer->complete())) failEarly(writer->rows());
     }
-    if (writer.rows() > 0) return writer.finish();
-    return {};
+    return writer;
 }
 
 }  // namespace smscan

@@ -7,7 +7,7 @@ namespace smscan {
 namespace {
 
 std::string plainText(const CapsValue& value) {
-    if (const double* number = std::get_if<double>(&value)) return format("%.10g", *number);
+    if (const double* number = std::get_if<double>(&value)) return format("%.6g", *number);
     if (const std::string* text = std::get_if<std::string>(&value)) return *text;
     return joined(std::get<std::vector<std::string>>(value));
 }
@@ -28,7 +28,7 @@ std::string quoted(const std::string& text) {
 }
 
 std::string jsonText(const CapsValue& value) {
-    if (const double* number = std::get_if<double>(&value)) return format("%.10g", *number);
+    if (const double* number = std::get_if<double>(&value)) return format("%.6g", *number);
     if (const std::string* text = std::get_if<std::string>(&value)) return quoted(*text);
     std::vector<std::string> words;
     for (const std::string& word : std::get<std::vector<std::string>>(value))
@@ -59,6 +59,8 @@ std::string capsAsTable(const std::string& source, const std::vector<CapsRow>& r
         std::string line = format("  %-18s ", row.name.c_str());
         if (row.fields.empty())
             line += "-  " + row.problem;
+        else if (row.fields[0].name == "width")
+            line += plainText(row.fields[0].value) + " x " + plainText(row.fields[1].value) + " " + row.unit;
         else
             line += format("%-20s %s", (plainText(row.fields[0].value) + " " + row.unit).c_str(),
                            offered(row).c_str());

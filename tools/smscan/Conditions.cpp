@@ -17,7 +17,8 @@ struct Condition {
 constexpr Condition conditions[] = {
     {0, "failure without a reason", ""},
     {SM_RESULT_NOT_AVAILABLE, "no TWAIN manager", ""},
-    {SM_CONDITION_BUMMER, "failure of unknown cause", "Switch the scanner off and on and try again."},
+    {SM_CONDITION_BUMMER, "failure of unknown cause",
+     "Look whether the scanner is switched on and connected, and try again."},
     {SM_CONDITION_LOW_MEMORY, "not enough memory", "Scan at a lower resolution or a smaller area."},
     {SM_CONDITION_NO_DS, "no such source", "Install the scanner's driver."},
     {SM_CONDITION_MAX_CONNECTIONS, "the source is in use by another program",

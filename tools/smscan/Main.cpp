@@ -57,6 +57,8 @@ void reportEnd(HostWindow::End end, const PageReceiver& receiver, const HostWind
     if (pages == 0)
         throw Failure{ExitCode::SourceError,
                       "The source ended without a page. Look whether there is paper in it."};
+    if (!receiver.incomplete().empty())
+        throw Failure{ExitCode::SourceError, receiver.incomplete() + keptPages(pages)};
     if (options.pages > pages)
         note(format("Note: the source had %s, not %d.", counted(pages, "page").c_str(), options.pages));
 }

@@ -44,7 +44,7 @@ void PageReceiver::guarded(Step step) {
     } catch (const Failure& failure) {
         progress_.end();
         dropPage();
-        window_.keepFailure(failure);
+        window_.keepFailure({failure.code, format("Page %d: %s", pages_ + 1, failure.text.c_str())});
         expectCancel_ = true;
         module_.smCancelAllXfer();
         window_.finish();
@@ -117,18 +117,17 @@ void PageReceiver::onEnd(int result, const TXferImageInfo& info) {
 }
 
 void PageReceiver::failTransfer(int result) const {
-    const int page = pages_ + 1;
     if (result == SM_XFEREND_CANCELLED_BY_SOURCE)
-        throw Failure{ExitCode::Cancelled, format("Page %d was cancelled at the source.", page)};
+        throw Failure{ExitCode::Cancelled, "cancelled at the source."};
     const std::string advice = conditionAdvice(result);
-    throw Failure{ExitCode::SourceError, format("Page %d: %s.%s%s", page, conditionWords(result).c_str(),
+    throw Failure{ExitCode::SourceError, format("%s.%s%s", conditionWords(result).c_str(),
                                                 advice.empty() ? "" : " ", advice.c_str())};
 }
 
 void PageReceiver::finishPage(const TXferImageInfo& info) {
     DibFacts facts{};
     if (writer_)
-        facts = finishStrips(info);
+        facts = finishStrips();
     else if (info.XferMech == SM_MECH_NATIVE)
         facts = finishDib(info);
     else
@@ -136,17 +135,20 @@ void PageReceiver::finishPage(const TXferImageInfo& info) {
     reportPage(facts, resolutionOf(module_, info));
 }
 
-DibFacts PageReceiver::finishStrips(const TXferImageInfo& info) {
+DibFacts PageReceiver::finishStrips() {
     if (writer_->rows() == 0)
         throw Failure{ExitCode::SourceError,
-                      format("Page %d: the source says that the page is done, but delivered nothing of it.",
-                             pages_ + 1)};
-    if (!writer_->complete())
-        note(format("Note: page %d ended early, at line %d of %d.", pages_ + 1, writer_->rows(),
-                    info.ImageLength));
+                      "the source says that the page is done, but delivered nothing of it."};
+    checkComplete(*writer_);
     const DibFacts facts = writer_->finish();
     writer_.reset();
     return facts;
+}
+
+void PageReceiver::checkComplete(const StripWriter& writer) {
+    if (writer.complete()) return;
+    incomplete_ += format("Page %d ended early, at line %d of %d; it is kept as far as it came. ", pages_ + 1,
+                          writer.rows(), writer.announcedHeight());
 }
 
 DibFacts PageReceiver::finishDib(const TXferImageInfo& info) {
@@ -158,9 +160,7 @@ DibFacts PageReceiver::finishDib(const TXferImageInfo& info) {
             GlobalFree(handle);
         }
     };
-    if (!dib_)
-        throw Failure{ExitCode::SourceError,
-                      format("Page %d: the source failed and gave no reason.", pages_ + 1)};
+    if (!dib_) throw Failure{ExitCode::SourceError, "the source failed and gave no reason."};
     const DibOwner dib{dib_, GlobalLock(dib_)};
     dib_ = nullptr;
     const DotsPerInch dots = resolutionOf(module_, info);
@@ -207,14 +207,16 @@ void PageReceiver::pullPages(const TXferImageInfo& info) {
         file_.emplace(fullPath(names_.pathOf(pages_ + 1)));
         PageImage image = planImage(module_, info);
         image.format.width = width;
-        const DibFacts facts =
+        const int page = pages_ + 1;
+        const auto writer =
             readPageByBlocks(module_, image, info.BitsPerPixel, height, file_->name(), [&](int rows) {
                 window_.touch();
-                progress_.update(pages_ + 1, rows, height);
+                progress_.update(page, rows, height);
             });
         progress_.end();
         if (cancelRequested()) break;
-        reportPage(facts, dots);
+        checkComplete(*writer);
+        reportPage(writer->finish(), dots);
         module_.smGetImageDim(&width, &height);
     }
     dropPage();

@@ -21,6 +21,8 @@ public:
 
     // Pages that are complete and have their final names.
     int pages() const { return pages_; }
+    // Says which pages are shorter than announced; empty when none is.
+    const std::string& incomplete() const { return incomplete_; }
 
 private:
     void onStart(TXferImageInfo& info);
@@ -30,7 +32,8 @@ private:
     void start(TXferImageInfo& info);
     void pullPages(const TXferImageInfo& info);
     void finishPage(const TXferImageInfo& info);
-    DibFacts finishStrips(const TXferImageInfo& info);
+    DibFacts finishStrips();
+    void checkComplete(const StripWriter& writer);
     DibFacts finishDib(const TXferImageInfo& info);
     void reportPage(const DibFacts& facts, const DotsPerInch& dots);
     void dropPage();
@@ -47,6 +50,7 @@ private:
     HostWindow& window_;
     Progress progress_;
     int pages_ = 0;
+    std::string incomplete_;
     bool expectCancel_ = false;  // this batch was ended from here
     bool areaNoted_ = false;
     std::optional<UnfinishedFile> file_;

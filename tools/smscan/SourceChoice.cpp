@@ -160,6 +160,10 @@ OpenSource::OpenSource(const ModuleLibrary& module, HWND parent) : module_(modul
     open_ = result == SM_RESULT_OK;
     if (open_) return;
     const std::string name = productName(module);
+    // This one is asked after the opening, and so the source is closed and its name gone.
+    if (result == SM_CONDITION_OPERATION_ERROR && name.empty())
+        throw Failure{ExitCode::SourceError,
+                      conditionSentence("The source opens, but can't be used", result)};
     if (name.empty()) throw Failure{ExitCode::NoSource, explainNoSource(result, "")};
     throw Failure{ExitCode::SourceError,
                   conditionSentence(format("Cannot open the source \"%s\"", name.c_str()), result)};
