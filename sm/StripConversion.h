@@ -1,5 +1,6 @@
 // Byte and channel exchanges in place, from the order in which sources send strips to that of a Windows DIB.
-// Pure. Nothing outside the strip's bytes is touched, whatever its description says.
+// Pure. Nothing outside the strip's bytes is touched, whatever its description says: columns count up to the
+// end of their row, and rows as far as they lie within the strip.
 #pragma once
 
 #include <cstddef>
@@ -14,9 +15,14 @@ struct StripRows {
     uint32_t columns;  // pixels of a row
 };
 
+// How a strip is converted. The bytes that come out are the same; Ssse3 needs a processor that has it.
+enum class ConversionPath { Plain, Ssse3 };
+// The best that the processor has.
+ConversionPath fastestConversionPath();
+
 // Exchanges the two bytes of every sample of 16-bit gray.
-void swapSampleBytes16(const StripRows& strip);
+void swapSampleBytes16(const StripRows& strip, ConversionPath path = fastestConversionPath());
 // Exchanges red and blue of 24-bit pixels.
-void swapRedBlue24(const StripRows& strip);
+void swapRedBlue24(const StripRows& strip, ConversionPath path = fastestConversionPath());
 // Reverses the six bytes of 48-bit pixels: red and blue change places, and the bytes of each sample.
-void reversePixels48(const StripRows& strip);
+void reversePixels48(const StripRows& strip, ConversionPath path = fastestConversionPath());
