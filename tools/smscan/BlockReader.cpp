@@ -48,7 +48,7 @@ BlockPlan planBlocks(const ModuleLibrary& module, const PageImage& image, int so
     if (image.layout != PixelLayout::Packed)
         throw Failure{
             ExitCode::CannotWrite,
-            format("Pages with %d bits per pixel%s can't be pulled block by block without loss. Use "
+            format("pages with %d bits per pixel%s can't be pulled block by block without loss. Use "
                    "--mech memory.",
                    sourceBits, image.format.bits == 24 && sourceBits == 24 ? " in planes" : "")};
     const size_t width = static_cast<size_t>(image.format.width);

@@ -1,13 +1,19 @@
 #include "CapsTable.h"
 
+#include <cmath>
+
 #include "Text.h"
 
 namespace smscan {
 
 namespace {
 
+std::string numberText(double number) {
+    return std::floor(number) == number ? format("%.0f", number) : format("%.6g", number);
+}
+
 std::string plainText(const CapsValue& value) {
-    if (const double* number = std::get_if<double>(&value)) return format("%.6g", *number);
+    if (const double* number = std::get_if<double>(&value)) return numberText(*number);
     if (const std::string* text = std::get_if<std::string>(&value)) return *text;
     return joined(std::get<std::vector<std::string>>(value));
 }
@@ -28,7 +34,7 @@ std::string quoted(const std::string& text) {
 }
 
 std::string jsonText(const CapsValue& value) {
-    if (const double* number = std::get_if<double>(&value)) return format("%.6g", *number);
+    if (const double* number = std::get_if<double>(&value)) return numberText(*number);
     if (const std::string* text = std::get_if<std::string>(&value)) return quoted(*text);
     std::vector<std::string> words;
     for (const std::string& word : std::get<std::vector<std::string>>(value))

@@ -65,6 +65,7 @@ void reportEnd(HostWindow::End end, const PageReceiver& receiver, const HostWind
 
 void scan(const ModuleLibrary& module, const Options& options, const PageNames& names, HostWindow& window) {
     OpenSource source(module, window.handle());
+    useInches(module);
     setMechanism(module, options.mechanism);
     applySettings(module, options);
     prepareFeeder(module, options);
@@ -97,6 +98,7 @@ void run(const Options& options) {
             return printSources(module, window.handle());
         case Action::Caps: {
             const OpenSource source(module, window.handle());
+            useInches(module);
             const std::vector<CapsRow> rows = queryCaps(module);
             const std::string name = productName(module);
             return tellText(options.json ? capsAsJson(name, rows) : capsAsTable(name, rows));

@@ -15,6 +15,7 @@
     USE(smCloseDS)                   \
     USE(smGetAllDS)                  \
     USE(smSetDefaultDriver)          \
+    USE(smCapNegotiate)              \
     USE(smGetDSProductName)          \
     USE(smGetDSProductFamily)        \
     USE(smIsADFAvailable)            \

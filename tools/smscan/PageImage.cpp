@@ -13,7 +13,7 @@ namespace {
 std::vector<BmpColor> sourcePalette(const ModuleLibrary& module, int bits) {
     SmPalette palette{};
     if (module.smGetDSPalette(&palette) != SM_RESULT_OK)
-        throw Failure{ExitCode::SourceError, "The source doesn't tell the colours of its palette."};
+        throw Failure{ExitCode::SourceError, "the source doesn't tell the colours of its palette."};
     std::vector<BmpColor> colors;
     for (int i = 0; i < 1 << bits; ++i) {
         const SmPaletteEntry& entry = palette.Entries[i];
@@ -30,7 +30,7 @@ bool zeroIsWhite(const ModuleLibrary& module) {
 [[noreturn]] void refuse(const TXferImageInfo& info) {
     throw Failure{
         ExitCode::CannotWrite,
-        format("Pages of type %s with %d bits per pixel%s%s can't be written as BMP files. Choose another "
+        format("pages of type %s with %d bits per pixel%s%s can't be written as BMP files. Choose another "
                "--mode.",
                nameOf(pixelTypes, info.PixelTypeFlag).c_str(), info.BitsPerPixel,
                info.Planar ? ", in planes" : "", info.Compression ? ", compressed" : "")};

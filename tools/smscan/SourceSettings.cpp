@@ -174,7 +174,44 @@ void applySetting(const ModuleLibrary& module, const SettingValue& asked) {
     compare(words, std::to_string(asked.value), std::to_string(got));
 }
 
+// As the TWAIN standard lays them out, for the one capability that the module has no setter for.
+#pragma pack(push, 2)
+struct Capability {
+    unsigned short id;
+    unsigned short containerKind;
+    HGLOBAL container;
+};
+
+struct OneValue {
+    unsigned short itemType;
+    unsigned int item;
+};
+#pragma pack(pop)
+
 }  // namespace
+
+void useInches(const ModuleLibrary& module) {
+    unsigned short unit = SM_UNIT_INCHES;
+    module.smGetUnit(&unit);
+    if (unit == SM_UNIT_INCHES) return;
+
+    constexpr unsigned short messageSet = 6;
+    constexpr unsigned short capabilityUnits = 0x0102;
+    constexpr unsigned short kindOneValue = 5;
+    constexpr unsigned short typeUint16 = 4;
+    constexpr unsigned int unitInches = 0;
+    Capability capability{capabilityUnits, kindOneValue, GlobalAlloc(GHND, sizeof(OneValue))};
+    if (auto* const value = static_cast<OneValue*>(GlobalLock(capability.container))) {
+        *value = {typeUint16, unitInches};
+        GlobalUnlock(capability.container);
+        module.smCapNegotiate(messageSet, &capability);
+    }
+    GlobalFree(capability.container);
+    module.smGetUnit(&unit);
+    if (unit != SM_UNIT_INCHES)
+        note(format("Note: the source works in %s and doesn't change to inches: resolutions may be wrong.",
+                    nameOf(units, unit).c_str()));
+}
 
 void prepareFeeder(const ModuleLibrary& module, const Options& options) {
     unsigned short available = 0;

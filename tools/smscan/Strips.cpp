@@ -124,7 +124,7 @@ void StripWriter::makeRoom(const Strip& strip) {
     if (end <= static_cast<uint64_t>(file_.height())) return;
     // A picture may be longer than announced, but only without a gap: else the numbers are wrong.
     if (strip.yOffset > static_cast<uint64_t>(std::max(rowsSeen_, file_.height())))
-        throw Failure{ExitCode::SourceError, "The source delivered rows far outside the page."};
+        throw Failure{ExitCode::SourceError, "the source delivered rows far outside the page."};
     file_.setHeight(static_cast<int>(end));
 }
 
