@@ -78,9 +78,16 @@ initialise_base() {
     [[ -f $1/drive_c/windows/twain_32.dll ]]
 }
 
+# What an interrupted run left behind; its Wine may still be at work there.
+discard() {
+  [[ -d $1 ]] || return 0
+  stop_server "$1"
+  rm -rf -- "$1"
+}
+
 # The prefix all others are copied from. It gets its name when it is complete.
 make_base() {
-  rm -rf -- "$wine_dir/base.new"
+  discard "$wine_dir/base.new"
   mkdir -p -- "$wine_dir/base.new"
   run_step "Making a Wine prefix below $wine_dir (once, about 15 s) ..." "$wine_dir/create.log" \
     initialise_base "$wine_dir/base.new"
@@ -90,7 +97,7 @@ make_base() {
 make_prefix() {
   [[ -d $prefix ]] && return # another run was faster
   [[ -d $wine_dir/base ]] || make_base
-  rm -rf -- "$prefix.new"
+  discard "$prefix.new"
   # Half a gigabyte of Wine's own files is hard-linked; what programs write to is copied.
   cp -al -- "$wine_dir/base" "$prefix.new"
   (cd -- "$wine_dir/base" && find . -type f -not -path './drive_c/windows/system32/*' \
