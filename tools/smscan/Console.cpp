@@ -8,6 +8,12 @@
 
 namespace smscan {
 
+void writeWholeTexts() {
+    constexpr size_t bufferBytes = 4096;
+    std::setvbuf(stdout, nullptr, _IOFBF, bufferBytes);
+    std::setvbuf(stderr, nullptr, _IOFBF, bufferBytes);
+}
+
 void tell(const std::string& line) {
     tellText(line + "\n");
 }
@@ -58,7 +64,7 @@ void Progress::update(int page, int done, int total) {
 }
 
 void Progress::end() {
-    if (open_) std::fputs("\n", stderr);
+    if (open_) note("");
     open_ = false;
 }
 

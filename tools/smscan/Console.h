@@ -4,6 +4,9 @@
 
 namespace smscan {
 
+// Has texts written to consoles in one go; to be called first. Otherwise each character is a call of its own.
+void writeWholeTexts();
+
 // On stdout: results. tellText takes whole lines.
 void tell(const std::string& line);
 void tellText(const std::string& lines);

@@ -114,6 +114,7 @@ void run(const Options& options) {
 }  // namespace smscan
 
 int main(int argumentCount, char** arguments) {
+    smscan::writeWholeTexts();
     try {
         smscan::run(smscan::parseOptions({arguments + 1, arguments + argumentCount}));
     } catch (const smscan::Failure& failure) {
