@@ -10,8 +10,8 @@ fail() {
   exit 1
 }
 
-# need_value OPTION "$@": an option that takes a value was given as the last word.
-need_value() { (($# > 2)) || fail "$1 needs a value"; }
+# need_value "$@": fails when the option that stands first, which takes a value, is the last word.
+need_value() { (($# > 1)) || fail "$1 needs a value"; }
 
 # run_step TITLE LOG COMMAND...: runs a command quietly; its output goes to LOG, of which the end is shown
 # when the command fails.
