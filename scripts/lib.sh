@@ -13,8 +13,8 @@ fail() {
 # need_value "$@": fails when the option that stands first, which takes a value, is the last word.
 need_value() { (($# > 1)) || fail "$1 needs a value"; }
 
-# run_step TITLE LOG COMMAND...: runs a command quietly; its output goes to LOG, of which the end is shown
-# when the command fails.
+# run_step TITLE LOG COMMAND...: runs a command quietly; its output goes to LOG, of which the first errors and
+# the end are shown when the command fails.
 run_step() {
   local title=$1 log=$2 rc=0
   shift 2
@@ -22,7 +22,9 @@ run_step() {
   say "$title"
   "$@" >"$log" 2>&1 </dev/null || rc=$?
   if ((rc != 0)); then
-    tail -n 60 -- "$log" >&2
+    tail -n 40 -- "$log" >&2
+    say "The first errors in it:"
+    grep -m 10 -E '^FAILED|[Ee]rror[: ]' -- "$log" >&2 || say "  (no line tells of one)"
     fail "this step failed with exit code $rc: $title
   command: $*
   its whole output: $log"
@@ -48,7 +50,6 @@ locked() {
 build() {
   local preset=$1
   shift
-  mkdir -p -- "$REPO/build/$preset"
   locked "$REPO/build/$preset.lock" build_unlocked "$preset" "$@"
 }
 
