@@ -28,13 +28,17 @@ for argument in "$@"; do
   fi
   [[ $argument != --output* ]] || output_given=yes
   [[ $argument != --help ]] ||
-    echo "scan.sh hands its options to smscan; its default for --output is $REPO/out/page%03d.bmp."
+    echo "scan.sh hands its options to smscan; its default for --output is out/page%03d.bmp in $REPO."
   arguments+=("$argument")
   previous=$argument
 done
 if [[ -z $output_given ]]; then
   mkdir -p -- "$REPO/out"
-  arguments+=(--output "${REPO//%/%%}/out/page%03d.bmp")
+  if [[ $PWD == "$REPO" ]]; then
+    arguments+=(--output out/page%03d.bmp)
+  else
+    arguments+=(--output "${REPO//%/%%}/out/page%03d.bmp")
+  fi
 fi
 
 [[ $PWD != "$REPO"/build/* ]] || cd -- "$REPO"
