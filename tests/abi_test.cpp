@@ -14,7 +14,7 @@ namespace {
 
 struct Export {
     int ordinal;
-    const char* name;
+    std::string name;
     int argumentBytes;
 };
 
@@ -239,7 +239,7 @@ TEST_CASE("every export removes the bytes of its arguments") {
     uint8_t memory[2048] = {};
     for (const Export& row : expectedExports) {
         CAPTURE(row.name);
-        const FARPROC function = GetProcAddress(module.handle(), row.name);
+        const FARPROC function = GetProcAddress(module.handle(), row.name.c_str());
         const bool isThere = function != nullptr;
         REQUIRE(isThere);
         std::memset(memory, 0, sizeof memory);

@@ -7,7 +7,7 @@ namespace {
 
 struct Unit {
     TW_UINT16 twain;
-    const char* name;
+    std::string name;
     double perInch;
 };
 
@@ -22,7 +22,7 @@ void useUnit(Stage& stage, TW_UINT16 unit) {
 }
 
 struct Axis {
-    const char* letter;
+    std::string letter;
     TW_UINT16 resolution;
     TW_UINT16 scaling;
     decltype(Module::GetXResolution) Module::*getResolution;
@@ -76,7 +76,7 @@ TEST_CASE("a resolution from every container") {
         const std::string badContainer = in("Invalid container type", "Get", axis, "Resolution");
         const Lines unit = {"GETCURRENT ICAP_UNITS"};
         struct Row {
-            const char* name;
+            std::string name;
             Answer first, second;
             int result;
             const char* numbers;
@@ -266,7 +266,7 @@ TEST_CASE("scaling from every container") {
         const std::string refusal = in("CapNegotiate returns failure", "Get", axis, "Scale");
         const std::string badContainer = in("Invalid container type", "Get", axis, "Scale");
         struct Row {
-            const char* name;
+            std::string name;
             Answer first, second;
             int result;
             const char* numbers;
@@ -344,7 +344,7 @@ TEST_CASE("resolution and scaling without an open source") {
 
 TEST_CASE("the largest area in inches, whatever the source's unit") {
     struct Row {
-        const char* name;
+        std::string name;
         TW_UINT16 unit;
         double width, height;  // as the source says
         double inchWidth, inchHeight;

@@ -33,7 +33,7 @@ enum class Kinds { OneValue, OneValueAndList };
 enum class StateCheck { SourceOpen, None };
 
 struct GetterRow {
-    const char* method;
+    std::string method;
     Reader read;
     TW_UINT16 capability;
     TW_UINT16 itemType;
@@ -145,7 +145,7 @@ std::string asking(const char* message, TW_UINT16 capability) {
     return std::string(message) + " " + operation::capabilityName(capability);
 }
 
-std::string in(const char* method) {
+std::string in(const std::string& method) {
     return std::string(" in TScanModule::") + method;
 }
 
@@ -288,7 +288,7 @@ TEST_CASE("a getter without a manager says so and leaves its output alone") {
 namespace {
 
 struct ListRow {
-    const char* method;
+    std::string method;
     Reader read;
     TW_UINT16 capability;
 };
@@ -302,7 +302,7 @@ const ListRow lists[] = {
 
 TEST_CASE("the supported values are the bits of a list") {
     struct Row {
-        const char* name;
+        std::string name;
         Answer answer;
         int result;
         int output;

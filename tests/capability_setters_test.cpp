@@ -23,7 +23,7 @@ struct Sample {
 enum class StateCheck { SourceOpen, None };
 
 struct SetterRow {
-    const char* method;
+    std::string method;
     Writer write;
     TW_UINT16 capability;
     std::vector<const char*> types;  // in the order in which they are tried
@@ -266,7 +266,7 @@ TEST_CASE("a container that can't be built is not sent") {
 namespace {
 
 struct ScaleRow {
-    const char* method;
+    std::string method;
     decltype(Module::SetXScale) Module::*set;
     TW_UINT16 capability;
 };
@@ -301,7 +301,7 @@ TEST_CASE("numbers go as TW_FIX32, once") {
 namespace {
 
 struct SupportedRow {
-    const char* method;
+    std::string method;
     Writer write;
     TW_UINT16 capability;
 };

@@ -109,7 +109,7 @@ TEST_CASE("a host may close the source from its close request handler") {
 
 TEST_CASE("only the value 2 of the host suite's settings suppresses the transfer") {
     struct Row {
-        const char* settings;
+        std::string settings;
         bool suppressed;
     };
     const Row rows[] = {

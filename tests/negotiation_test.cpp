@@ -72,7 +72,7 @@ TEST_CASE("a host's negotiation needs no open source, only a manager") {
 
 TEST_CASE("the mechanism is recorded from the container of a successful set") {
     struct Row {
-        const char* name;
+        std::string name;
         ContainerImage image;
         const char* mechanism;
     };
@@ -128,7 +128,7 @@ namespace {
 
 struct Tone {
     TW_UINT16 capability;
-    const char* words;
+    std::string words;
     int (*set)(Module&, short value, short min, short max);
 };
 
@@ -166,7 +166,7 @@ TEST_CASE("the source's tone ranges") {
         CAPTURE(tone.words);
         const std::string method = std::string(" in TScanModule::GetDS") + tone.words + "Range";
         struct Row {
-            const char* name;
+            std::string name;
             Answer first, second;  // MSG_GET, MSG_GETCURRENT
             Lines warnings;
             const char *low, *third, *high;

@@ -272,7 +272,7 @@ TEST_CASE("a manager that doesn't close is closed by the next call") {
 // One row: a call in a state it isn't made for.
 TEST_CASE("calls out of sequence ask nothing of the source") {
     struct Row {
-        const char* name;
+        std::string name;
         int state;
         int (*call)(Stage&);
         int result;
@@ -304,7 +304,7 @@ TEST_CASE("without a manager every call of the session says so") {
     Stage stage;
     stage.forget();
     struct Row {
-        const char* method;
+        std::string method;
         int (*call)(Stage&);
     };
     const Row rows[] = {

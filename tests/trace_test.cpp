@@ -132,7 +132,7 @@ TEST_CASE("a Leaving whose Coming was switched off brings the nesting below zero
 
 TEST_CASE("the switch file is made with both switches on, and left alone once it has a trace switch") {
     struct Row {
-        const char* name;
+        std::string name;
         const char* before;  // null: no file
         const char* trace;
         const char* warning;

@@ -44,14 +44,16 @@ struct ModuleCallsHooks {
         --current->locksThatSucceed;
         void* const pointer = GlobalLock(block);
         const auto found = current->owned_.find(block);
-        if (pointer != nullptr && found != current->owned_.end()) ++found->second;
-        return pointer;
+        if (pointer == nullptr || found == current->owned_.end()) return pointer;
+        ++found->second;
+        return current->guardBlocks ? current->lockGuarded(block) : pointer;
     }
 
     static BOOL WINAPI globalUnlock(HGLOBAL block) {
         const auto found = current->owned_.find(block);
         if (found != current->owned_.end() && --found->second < 0)
             current->memoryFaults_.push_back("unlocked a block that wasn't locked");
+        current->unlockGuarded(block);
         return GlobalUnlock(block);
     }
 
@@ -66,6 +68,7 @@ struct ModuleCallsHooks {
     }
 
     static UINT WINAPI getPrivateProfileInt(LPCSTR section, LPCSTR key, INT fallback, LPCSTR file) {
+        if (current->switchesOff) return 0;
         current->profileCalls.push_back("read " + text(section) + " " + text(key) + " of " + fileName(file));
         return GetPrivateProfileIntA(section, key, fallback, file);
     }
@@ -161,6 +164,25 @@ void ModuleCalls::attachTo(HMODULE module) {
 
 void ModuleCalls::adopt(HGLOBAL block) {
     if (current != nullptr && block != nullptr) current->owned_[block] = 0;
+}
+
+// The block itself is locked by the caller.
+void* ModuleCalls::lockGuarded(HGLOBAL block) {
+    auto& guarded = guarded_[block];
+    if (!guarded) {
+        guarded = std::make_unique<GuardedBuffer>(GlobalSize(block));
+        std::memcpy(guarded->data(), GlobalLock(block), guarded->size());
+        GlobalUnlock(block);
+    }
+    return guarded->data();
+}
+
+void ModuleCalls::unlockGuarded(HGLOBAL block) {
+    const auto found = guarded_.find(block);
+    if (found == guarded_.end()) return;
+    std::memcpy(GlobalLock(block), found->second->data(), found->second->size());
+    GlobalUnlock(block);
+    guarded_.erase(found);
 }
 
 Lines ModuleCalls::memoryComplaints() const {

@@ -5,10 +5,12 @@
 #include <windows.h>
 
 #include <map>
+#include <memory>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "GuardedBuffer.h"
 #include "Lines.h"
 
 struct MessageBoxCall {
@@ -42,6 +44,8 @@ public:
     std::vector<MessageBoxCall> messageBoxes;
     int messageBoxAnswer = IDOK;
 
+    // Locks give memory that ends at a page nobody may touch: a read past a block's end is a crash.
+    bool guardBlocks = false;
     // Allocations of this size and more fail.
     SIZE_T largestAllocation = ~SIZE_T{0};
     std::vector<SIZE_T> allocations;
@@ -49,6 +53,8 @@ public:
     int locksThatSucceed = 0x7fffffff;
     std::set<std::string> messagesThatCannotRegister;
 
+    // Every switch reads as off, without a look at the disk: for what a test doesn't want to record.
+    bool switchesOff = false;
     // Files and profiles looked at: "exists DEBUGSM.INI", "read Debug Trace", "write Debug Trace=1".
     Lines profileCalls;
     // Libraries: "load <file name>", "free".
@@ -57,6 +63,10 @@ public:
 private:
     friend struct ModuleCallsHooks;
 
+    void* lockGuarded(HGLOBAL block);
+    void unlockGuarded(HGLOBAL block);
+
     std::map<HGLOBAL, int> owned_;  // block -> locks held
+    std::map<HGLOBAL, std::unique_ptr<GuardedBuffer>> guarded_;
     Lines memoryFaults_;
 };

@@ -10,7 +10,9 @@ Stage::~Stage() {
 }
 
 void Stage::open() {
+    windows.switchesOff = true;
     if (module.OpenDS(host.window(), "Test Host") != 0) throw std::runtime_error("the source doesn't open");
+    windows.switchesOff = false;
     forget();
 }
 
