@@ -33,11 +33,10 @@ std::vector<Strip> cutRows(const Bytes& rows, TW_UINT32 bytesPerRow, TW_UINT32 c
     std::vector<Strip> strips;
     const auto count = static_cast<TW_UINT32>(rows.size() / bytesPerRow);
     for (TW_UINT32 row = 0; row < count; row += rowsPerStrip) {
-        Strip strip{bytesPerRow, columns, std::min(rowsPerStrip, count - row), 0, row};
-        strip.bytesWritten = strip.rows * bytesPerRow;
+        const TW_UINT32 stripRows = std::min(rowsPerStrip, count - row);
         const auto begin = rows.begin() + row * bytesPerRow;
-        strip.bytes.assign(begin, begin + strip.bytesWritten);
-        strips.push_back(strip);
+        strips.push_back({{bytesPerRow, columns, stripRows, 0, row, stripRows * bytesPerRow},
+                          Bytes(begin, begin + stripRows * bytesPerRow)});
     }
     strips.back().returnCode = TWRC_XFERDONE;
     return strips;
@@ -93,16 +92,18 @@ TW_UINT16 PageSource::giveImageInfo(TW_IMAGEINFO& info) {
 
 TW_UINT16 PageSource::giveStrip(TW_IMAGEMEMXFER& transfer) {
     requests_.push_back(transfer.Memory);
+    if (whileTransferring) whileTransferring();
     if (pages_.empty() || nextStrip_ >= pages_.front().strips.size()) return fail(TWCC_SEQERROR);
     const Strip& strip = pages_.front().strips[nextStrip_++];
     if (strip.returnCode == TWRC_FAILURE) return fail(strip.conditionCode);
     transfer.Compression = pages_.front().info.Compression;
-    transfer.BytesPerRow = strip.bytesPerRow;
-    transfer.Columns = strip.columns;
-    transfer.Rows = strip.rows;
-    transfer.XOffset = strip.xOffset;
-    transfer.YOffset = strip.yOffset;
-    transfer.BytesWritten = strip.bytesWritten;
+    const StripFacts& facts = strip.facts;
+    transfer.BytesPerRow = facts.bytesPerRow;
+    transfer.Columns = facts.columns;
+    transfer.Rows = facts.rows;
+    transfer.XOffset = facts.xOffset;
+    transfer.YOffset = facts.yOffset;
+    transfer.BytesWritten = facts.bytesWritten;
     const size_t size = std::min<size_t>(strip.bytes.size(), transfer.Memory.Length);
     if (size != 0) std::memcpy(transfer.Memory.TheMem, strip.bytes.data(), size);
     return strip.returnCode;
@@ -112,7 +113,7 @@ TW_UINT16 PageSource::endPages(TW_UINT16 message, TW_PENDINGXFERS& pending) {
     nextStrip_ = 0;
     if (message == MSG_RESET) pages_.clear();
     if (!pages_.empty()) pages_.pop_front();
-    pending.Count = static_cast<TW_UINT16>(pages_.size());
+    pending.Count = static_cast<TW_UINT16>(countIsKnown_ || pages_.empty() ? pages_.size() : 0xFFFF);
     return TWRC_SUCCESS;
 }
 

@@ -9,15 +9,20 @@
 
 using Bytes = std::vector<uint8_t>;
 
-// What one request for a strip gets.
-struct Strip {
+// What a source says of a strip.
+struct StripFacts {
     TW_UINT32 bytesPerRow = 0;
     TW_UINT32 columns = 0;
     TW_UINT32 rows = 0;
     TW_UINT32 xOffset = 0;
     TW_UINT32 yOffset = 0;
-    TW_UINT32 bytesWritten = 0;  // as the source says
-    Bytes bytes = {};            // what it really writes, as far as the buffer reaches
+    TW_UINT32 bytesWritten = 0;
+};
+
+// What one request for a strip gets.
+struct Strip {
+    StripFacts facts = {};
+    Bytes bytes = {};  // what is really written, as far as the buffer reaches
     TW_UINT16 returnCode = TWRC_SUCCESS;
     TW_UINT16 conditionCode = TWCC_SUCCESS;
 };
@@ -49,6 +54,10 @@ public:
 
     void put(std::vector<Page> pages) { pages_.assign(pages.begin(), pages.end()); }
     void setBufferSizes(TW_UINT32 min, TW_UINT32 max, TW_UINT32 preferred) { sizes_ = {min, max, preferred}; }
+    // Says "unknown" instead of how many pages are left.
+    void hideCount() { countIsKnown_ = false; }
+    // Runs inside each request for a strip, as a message loop of the source's own would.
+    std::function<void()> whileTransferring;
 
     // The memory that each request for a strip named.
     const std::vector<TW_MEMORY>& requests() const { return requests_; }
@@ -62,6 +71,7 @@ private:
 
     std::deque<Page> pages_;
     size_t nextStrip_ = 0;
+    bool countIsKnown_ = true;
     TW_SETUPMEMXFER sizes_ = {64, 4096, 1024};
     TW_UINT16 conditionCode_ = TWCC_SUCCESS;
     std::vector<TW_MEMORY> requests_;
