@@ -65,8 +65,5 @@ build_unlocked() {
     run_step "Configuring (preset $preset) ..." "$REPO/build/$preset-configure.log" \
       env -C "$REPO" cmake --preset "$preset"
   fi
-  # Asked first, so that nothing is announced when there is nothing to do.
-  if ! ninja -C "$dir" -n "$@" 2>/dev/null | grep -q 'no work to do'; then
-    run_step "Building $dir ..." "$REPO/build/$preset-build.log" ninja -C "$dir" "$@"
-  fi
+  run_step "Bringing build/$preset up to date ..." "$REPO/build/$preset-build.log" ninja -C "$dir" "$@"
 }
