@@ -26,7 +26,7 @@ while (($# > 0)); do
 done
 
 "$REPO/scripts/setup.sh"
-build mingw32
+build mingw32 benchmarks
 
 bin=$REPO/build/mingw32/bin
 programs=()
