@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # Shared by the scripts of this folder; sourced, not run.
 
-REPO=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
+REPO=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd -P)
 SCRIPT_NAME=${0##*/}
 
 say() { printf '%s\n' "$*" >&2; }
@@ -59,7 +59,7 @@ build_unlocked() {
   # A cache that was made before the folder moved here is of no use.
   if [[ -f $dir/CMakeCache.txt ]]; then
     home=$(sed -n 's/^CMAKE_HOME_DIRECTORY:INTERNAL=//p' "$dir/CMakeCache.txt")
-    [[ $home == "$REPO" ]] || rm -rf -- "$dir/CMakeCache.txt" "$dir/CMakeFiles" "$dir/build.ninja"
+    [[ $home -ef $REPO ]] || rm -rf -- "$dir/CMakeCache.txt" "$dir/CMakeFiles" "$dir/build.ninja"
   fi
   if [[ ! -f $dir/build.ninja ]]; then
     run_step "Configuring (preset $preset) ..." "$REPO/build/$preset-configure.log" \

@@ -34,12 +34,12 @@ for argument in "$@"; do
 done
 if [[ -z $output_given ]]; then
   mkdir -p -- "$REPO/out"
-  if [[ $PWD == "$REPO" ]]; then
+  if [[ $PWD -ef $REPO ]]; then
     arguments+=(--output out/page%03d.bmp)
   else
     arguments+=(--output "${REPO//%/%%}/out/page%03d.bmp")
   fi
 fi
 
-[[ $PWD != "$REPO"/build/* ]] || cd -- "$REPO"
+[[ $(pwd -P) != "$REPO"/build/* ]] || cd -- "$REPO"
 exec "$REPO/scripts/wine.sh" --prefix scan "$REPO/build/mingw32/bin/smscan.exe" "${arguments[@]}"
