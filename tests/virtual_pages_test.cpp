@@ -212,6 +212,17 @@ TEST_CASE("draft is coarser, the unsharp mask raises edges, descreening softens 
     CHECK(steps(renderPage(request)) < steps(plain));
 }
 
+TEST_CASE("filters work between the blocks of a draft") {
+    PageRequest request;
+    request.xResolution = request.yResolution = 225;  // blocks of 3
+    request.draft = true;
+    const int edge = 339;  // the first block wholly within the softer colour bars, which start at 1.5 inches
+    CHECK(renderPage(request).colorAt(225, edge) == Color{191, 64, 64});
+    request.unsharpMask = true;
+    CHECK(renderPage(request).colorAt(225, edge).green > 64);
+    CHECK(renderPage(request).colorAt(225, edge + 6).green == 64);
+}
+
 TEST_CASE("rows come out the same in any order") {
     PageRequest request;
     request.xResolution = request.yResolution = 60;
