@@ -27,13 +27,13 @@ void setMechanism(const ModuleLibrary& module, Mechanism mechanism) {
                                                     nameOf(mechanisms, asked).c_str())};
 }
 
+// A source that doesn't take the number does no harm: pages beyond it are refused as they come.
 void setPageCount(const ModuleLibrary& module, int pages) {
     short got = static_cast<short>(pages);
-    if (module.smSetXferCount(pages) == SM_RESULT_OK && module.smGetXferCount(&got) == SM_RESULT_OK &&
-        got == pages)
-        return;
-    // Not serious: pages beyond the number asked for are refused as they come.
-    note(format("Note: the source doesn't take the number of pages; it says %d.", got));
+    if (module.smSetXferCount(pages) != SM_RESULT_OK)
+        note("Note: the source takes no number of pages.");
+    else if (module.smGetXferCount(&got) == SM_RESULT_OK && got != pages)
+        note(format("Note: --pages asks for %d pages, the source made it %d (-1 is all).", pages, got));
 }
 
 std::string keptPages(int pages) {

@@ -35,7 +35,7 @@ PrestoScanSettings settingsFrom(const Options& options) {
 [[noreturn]] void failTransfer(int result) {
     switch (result) {
         case SM_SCANTOFILE_CANCELLED:
-            throw Failure{ExitCode::Cancelled, "The page was cancelled at the source."};
+            throw Failure{ExitCode::Cancelled, "Page 1: cancelled at the source."};
         case SM_SCANTOFILE_DISK_FULL:
             throw Failure{ExitCode::CannotWrite, "There isn't room enough on the disk for the page."};
         case SM_SCANTOFILE_FILE_ERROR:
@@ -45,7 +45,7 @@ PrestoScanSettings settingsFrom(const Options& options) {
                           "The one-shot scan can't write this page: its size isn't known, or it "
                           "has a type or depth that it doesn't know. Scan without --presto."};
         default:
-            throw Failure{ExitCode::SourceError, format("The page: %s. %s", conditionWords(result).c_str(),
+            throw Failure{ExitCode::SourceError, format("Page 1: %s. %s", conditionWords(result).c_str(),
                                                         conditionAdvice(result).c_str())};
     }
 }
@@ -86,9 +86,11 @@ void scanOneShot(const ModuleLibrary& module, const Options& options, const Page
     if (!module.smPrestoScan(window.handle(), "smscan", &settings)) {
         module.smCloseDS();
         const OpenSource probe(module, window.handle());  // names the reason when it is the source's opening
-        throw Failure{ExitCode::SourceError,
-                      format("The source \"%s\" can be opened, but refuses the one-shot scan.",
-                             productName(module).c_str())};
+        throw Failure{
+            ExitCode::SourceError,
+            format("The source \"%s\" can be opened, but refuses the one-shot scan. Scan without --presto to "
+                   "learn more.",
+                   productName(module).c_str())};
     }
     const HostWindow::End end = window.run(module, options.ui ? 0 : options.timeoutSeconds);
     module.smDisableDS();
