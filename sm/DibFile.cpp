@@ -33,6 +33,12 @@ bool seekTo(HFILE file, int64_t position) {
            _llseek(file, static_cast<LONG>(position), FILE_BEGIN) != HFILE_ERROR;
 }
 
+// Wraps like 32-bit arithmetic, whatever size a source invents.
+int32_t bytesPerRow(const TW_IMAGEINFO& info) {
+    const uint32_t bits = static_cast<uint32_t>(info.ImageWidth) * info.BitsPerPixel + 7;
+    return ((static_cast<int32_t>(bits) >> 3) + 3) & ~3;
+}
+
 uint32_t pixelOffset(const TW_IMAGEINFO& info) {
     return TScanModule::PaletteSize(info.BitsPerPixel) * sizeof(RGBQUAD) + headersSize;
 }
@@ -68,6 +74,13 @@ void repairRows(TW_IMAGEMEMXFER& strip, int32_t dibRow) {
     strip.Rows = strip.BytesPerRow != 0 ? strip.BytesWritten / strip.BytesPerRow : 0;
 }
 
+// Rows of a strip that belong to the image; some sources fill their last strip up.
+uint32_t rowsInImage(const TW_IMAGEINFO& info, const TW_IMAGEMEMXFER& strip) {
+    const int64_t below = static_cast<int64_t>(info.ImageLength) - strip.YOffset;
+    if (below <= 0 || strip.BytesPerRow == 0) return 0;
+    return static_cast<uint32_t>(std::min<int64_t>(strip.Rows, below));
+}
+
 bool isSamplesOf8(const TW_IMAGEINFO& info) {
     return info.BitsPerPixel == 24 && info.BitsPerSample[0] == 8 && info.BitsPerSample[1] == 8 &&
            info.BitsPerSample[2] == 8;
@@ -84,14 +97,17 @@ void deleteFile(const char* path) {
 }
 
 int32_t TScanModule::ImageBytesPerRow(const TW_IMAGEINFO* info) {
-    return (((info->ImageWidth * info->BitsPerPixel + 7) >> 3) + 3) & ~3;
+    const MethodTrace trace{"TScanModule::ImageBytesPerRow"};
+    return bytesPerRow(*info);
 }
 
 int32_t TScanModule::ImageDataSize(const TW_IMAGEINFO* info) {
-    return ImageBytesPerRow(info) * info->ImageLength;
+    const MethodTrace trace{"TScanModule::ImageDataSize"};
+    return static_cast<int32_t>(static_cast<uint32_t>(ImageBytesPerRow(info)) * info->ImageLength);
 }
 
 int32_t TScanModule::PaletteSize(int32_t bitsPerPixel) {
+    const MethodTrace trace{"TScanModule::PaletteSize"};
     if (bitsPerPixel <= 1) return 2;
     if (bitsPerPixel <= 4) return 16;
     return bitsPerPixel <= 8 ? 256 : 0;
@@ -188,12 +204,14 @@ int32_t TScanModule::BufferToFile(HFILE file, const TW_IMAGEINFO* info, TW_IMAGE
         const size_t size = static_cast<size_t>(strip->Rows) * strip->BytesPerRow;
         swapRedBlue24({bytes, size, strip->BytesPerRow, strip->Rows, strip->Columns});
     }
+    const uint32_t offset = pixelOffset(*info);
+    const uint32_t rows = rowsInImage(*info, *strip);
+    const int64_t column = (static_cast<int64_t>(info->BitsPerPixel) * strip->XOffset) >> 3;
     bool written = true;
-    for (uint32_t row = 0; written && row < strip->Rows; ++row) {
+    for (uint32_t row = 0; written && row < rows; ++row) {
         const int64_t fileRow = static_cast<int64_t>(info->ImageLength) - strip->YOffset - row - 1;
-        const int64_t column = (static_cast<int64_t>(info->BitsPerPixel) * strip->XOffset) >> 3;
         // Kept: as many bytes as the source's row has, its padding included.
-        written = fileRow >= 0 && seekTo(file, pixelOffset(*info) + fileRow * dibRow + column) &&
+        written = seekTo(file, offset + fileRow * dibRow + column) &&
                   writeAll(file, bytes + static_cast<size_t>(row) * strip->BytesPerRow, strip->BytesPerRow);
     }
     if (written) return fileWritten;
@@ -211,8 +229,9 @@ int32_t TScanModule::BufferToFileForPlanar(HFILE file, const TW_IMAGEINFO* info,
     }
     const int32_t dibRow = ImageBytesPerRow(info);
     repairRows(*strip, dibRow);
-    if (strip->Rows == 0 || dibRow <= 0) return fileWritten;
-    const uint64_t stripSize = static_cast<uint64_t>(strip->Rows) * dibRow;
+    const uint32_t stripRows = rowsInImage(*info, *strip);
+    if (stripRows == 0 || dibRow <= 0) return fileWritten;
+    const uint64_t stripSize = static_cast<uint64_t>(stripRows) * dibRow;
     const GlobalBuffer work{
         static_cast<uint32_t>(std::min<uint64_t>(largestPlanarBuffer / dibRow * dibRow, stripSize))};
     if (work.size() == 0) {
@@ -221,8 +240,8 @@ int32_t TScanModule::BufferToFileForPlanar(HFILE file, const TW_IMAGEINFO* info,
     }
     const char* failure = nullptr;
     const uint32_t rowsPerChunk = work.size() / dibRow;
-    for (uint32_t done = 0; done < strip->Rows && failure == nullptr;) {
-        const uint32_t rows = std::min<uint32_t>(strip->Rows - done, rowsPerChunk);
+    for (uint32_t done = 0; done < stripRows && failure == nullptr;) {
+        const uint32_t rows = std::min<uint32_t>(stripRows - done, rowsPerChunk);
         failure = mergePlane(file, *info, *strip, bytes, done, rows, work.data());
         done += rows;
     }
@@ -235,13 +254,13 @@ int32_t TScanModule::BufferToFileForPlanar(HFILE file, const TW_IMAGEINFO* info,
 // the words of a failure.
 const char* TScanModule::mergePlane(HFILE file, const TW_IMAGEINFO& info, const TW_IMAGEMEMXFER& strip,
                                     const uint8_t* bytes, uint32_t done, uint32_t rows, uint8_t* work) {
-    const uint32_t dibRow = ImageBytesPerRow(&info);
+    const uint32_t dibRow = bytesPerRow(info);
     const uint32_t lane = planes - 1 - planeCounter;
     const uint32_t columns = std::min<uint32_t>({strip.Columns, strip.BytesPerRow, dibRow / planes});
     const int64_t fileRow = info.ImageLength - (static_cast<int64_t>(strip.YOffset) + done + rows);
     const int64_t position =
         pixelOffset(info) + fileRow * dibRow + static_cast<int64_t>(strip.XOffset) * planes;
-    if (fileRow < 0 || !seekTo(file, position) || _lread(file, work, rows * dibRow) != rows * dibRow) {
+    if (!seekTo(file, position) || _lread(file, work, rows * dibRow) != rows * dibRow) {
         return "_lread returns failure";
     }
     for (uint32_t row = 0; row < rows; ++row) {
@@ -271,11 +290,12 @@ int32_t TScanModule::WriteDIBHandleToFile(HGLOBAL dib, const char* path) {
         const uint32_t rowWords =
             (((header.biBitCount * static_cast<uint32_t>(header.biWidth) + 7) >> 3) + 3) >> 2;
         const uint32_t words = rowWords * static_cast<uint32_t>(header.biHeight) + header.biClrUsed;
-        const uint32_t size = words * 4 + sizeof header;
+        const uint64_t size = uint64_t{words} * 4 + sizeof header;
         const BITMAPFILEHEADER first =
             fileHeader(words * 4 + headersSize, header.biClrUsed * sizeof(RGBQUAD) + headersSize);
         // A header that describes more than the block holds is treated like a failed write.
-        written = size <= blockSize && writeAll(file, &first, sizeof first) && writePieces(file, bytes, size);
+        written = size <= blockSize && writeAll(file, &first, sizeof first) &&
+                  writePieces(file, bytes, static_cast<uint32_t>(size));
     }
     _lclose(file);
     // Kept: on success the block stays locked.

@@ -89,38 +89,41 @@ int32_t TScanModule::sendValue(const char* method, const Setter& setter, double 
         result = BuildupOneValue(&cap, itemType, item);
         if (result != 0) {
             trace::write(TraceLevel::Warning, at, setter.buildFailure, " in ", method);
-            continue;
+        } else if (sendContainer(method, cap, result, at)) {
+            break;
         }
-        result = sendContainer(method, cap, at);
-        if (result == 0) break;
     }
     return result;
 }
 
-int32_t TScanModule::sendContainer(const char* method, TW_CAPABILITY& cap, TracePoint at) {
+bool TScanModule::sendContainer(const char* method, TW_CAPABILITY& cap, int32_t& result, TracePoint at) {
     const ContainerOwner owner{cap};
-    if (CapNegotiate(MSG_SET, &cap) == TWRC_SUCCESS) return 0;
+    result = 0;
+    if (CapNegotiate(MSG_SET, &cap) == TWRC_SUCCESS) return true;
     trace::write(TraceLevel::Warning, at, "CapNegotiate returns failure in ", method);
-    return GetTWAINStatusCode();
+    result = GetTWAINStatusCode();
+    return false;
 }
 
 int32_t TScanModule::getValue(const MethodTrace& trace, const Getter& getter, uint16_t* value,
                               Conversion convert, TracePoint at) {
     if (const int32_t refused = checkReady(trace, stateSourceOpen, at)) return refused;
-    TW_UINT32 raw;
-    const int32_t result = askValue(trace, getter, raw, at);
-    if (result == 0) *value = convert(raw);
-    return result;
+    const Answer answer = askValue(trace, getter, at);
+    if (answer.value) *value = convert(*answer.value);
+    return answer.result;
 }
 
-int32_t TScanModule::askValue(const MethodTrace& trace, const Getter& getter, TW_UINT32& value,
-                              TracePoint at) {
-    TW_UINT32 read = value;
-    const int32_t result = ask(
-        trace, getter.capability, getter.messages,
-        [&](const TW_CAPABILITY& cap) { return readValue(cap, getter.containers, read); }, [] {}, at);
-    if (result == 0) value = read;
-    return result;
+Answer TScanModule::askValue(const MethodTrace& trace, const Getter& getter, TracePoint at) {
+    Answer answer;
+    const auto read = [&](const TW_CAPABILITY& cap) {
+        TW_UINT32 bits = 0;
+        const Reading reading = readValue(cap, getter.containers, bits);
+        if (reading == Reading{TWCC_SUCCESS}) answer.value = bits;
+        return reading;
+    };
+    answer.result = ask(
+        trace, getter.capability, getter.messages, read, [] {}, at);
+    return answer;
 }
 
 int32_t TScanModule::getSupported(const MethodTrace& trace, TW_UINT16 capability, uint16_t* codes,
@@ -161,5 +164,7 @@ int32_t TScanModule::setSupported(const MethodTrace& trace, TW_UINT16 capability
         trace.warn("BuildupEnumeration returns failure", at);
         return failure;
     }
-    return sendContainer(trace.method(), cap, at);
+    int32_t result;
+    sendContainer(trace.method(), cap, result, at);
+    return result;
 }

@@ -65,6 +65,13 @@ constexpr TW_UINT16 lastCodedValue = 8;
 // The value behind such a code; what is none is sent as given.
 TW_UINT16 valueOfCode(uint16_t code);
 
+// What came of asking for a value. A refused question may carry the condition code 0, so the result alone
+// doesn't tell whether there is a value.
+struct Answer {
+    int32_t result = 0;
+    std::optional<TW_UINT32> value;  // raw bits
+};
+
 // How reading one container went: nothing for a container kind that the method doesn't handle, else the
 // codec's result.
 using Reading = std::optional<TW_UINT16>;

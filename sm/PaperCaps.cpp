@@ -17,37 +17,38 @@ uint16_t paperSizeCode(TW_UINT32 paperSize) {
 int32_t TScanModule::GetUnit(uint16_t* code) {
     const MethodTrace trace{"TScanModule::GetUnit"};
     if (const int32_t refused = checkReady(trace)) return refused;
-    TW_UINT32 unit = TWUN_INCHES;
-    const int32_t result = askValue(trace, {ICAP_UNITS, currentThenAll, OneValue | EnumCurrent}, unit);
-    *code = unitCodeOf(unit);
-    return result;
+    const Answer answer = askValue(trace, {ICAP_UNITS, currentThenAll, OneValue | EnumCurrent});
+    *code = unitCodeOf(answer.value.value_or(TWUN_INCHES));
+    return answer.result;
 }
 
-int32_t TScanModule::getLength(const MethodTrace& trace, TW_UINT16 capability, double& length,
-                               TracePoint at) {
-    TW_UINT32 bits;
-    const int32_t result = askValue(trace, {capability, currentThenAll, OneValue}, bits, at);
-    if (result == 0) length = fix32ToNumber(fix32FromBits(bits));
-    return result;
+std::optional<double> TScanModule::getLength(const MethodTrace& trace, TW_UINT16 capability, int32_t& result,
+                                             TracePoint at) {
+    const Answer answer = askValue(trace, {capability, currentThenAll, OneValue}, at);
+    result = answer.result;
+    if (!answer.value) return std::nullopt;
+    return fix32ToNumber(fix32FromBits(*answer.value));
 }
 
 int32_t TScanModule::GetMaxArea(double* width, double* height) {
     const MethodTrace trace{"TScanModule::GetMaxArea"};
     if (const int32_t refused = checkReady(trace)) return refused;
-    double across, down;
-    if (const int32_t failure = getLength(trace, ICAP_PHYSICALWIDTH, across)) return failure;
-    if (const int32_t failure = getLength(trace, ICAP_PHYSICALHEIGHT, down)) return failure;
+    int32_t result;
+    const std::optional<double> across = getLength(trace, ICAP_PHYSICALWIDTH, result);
+    if (!across) return result;
+    const std::optional<double> down = getLength(trace, ICAP_PHYSICALHEIGHT, result);
+    if (!down) return result;
     uint16_t unit = 0;
     GetUnit(&unit);
     uint16_t resolution = 0, lowest, highest;
     GetXResolution(&resolution, &lowest, &highest);
     if (unit == SM_UNIT_PIXELS && resolution != 0) {
         // Kept: the height too is divided by the X resolution.
-        *width = across / resolution;
-        *height = down / resolution;
+        *width = *across / resolution;
+        *height = *down / resolution;
     } else if (factorsOf(unit).code == unit && unit != SM_UNIT_PIXELS) {
-        *width = across * factorsOf(unit).toInches;
-        *height = down * factorsOf(unit).toInches;
+        *width = *across * factorsOf(unit).toInches;
+        *height = *down * factorsOf(unit).toInches;
     } else {
         *width = fallbackWidth;
         *height = fallbackHeight;

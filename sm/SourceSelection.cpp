@@ -114,16 +114,13 @@ int32_t TScanModule::SelectDS(HWND parent) {
     }
     dsIdentity_ = TW_IDENTITY{};
     int32_t result = 0;
-    switch (askIdentity(MSG_USERSELECT, &dsIdentity_)) {
-        case TWRC_SUCCESS:
-            break;
-        case TWRC_CANCEL:
-            result = SM_RESULT_SELECT_CANCELLED;
-            break;
-        default:
-            result = callFailed(trace);
+    const TW_UINT16 code = askIdentity(MSG_USERSELECT, &dsIdentity_);
+    if (code == TWRC_CANCEL) {
+        result = SM_RESULT_SELECT_CANCELLED;
+    } else if (code != TWRC_SUCCESS) {
+        result = callFailed(trace);
     }
-    if (result != 0) dsIdentity_ = TW_IDENTITY{};
+    if (code != TWRC_SUCCESS) dsIdentity_ = TW_IDENTITY{};
     CloseDSM(parent);
     return result;
 }
@@ -240,7 +237,8 @@ int32_t TScanModule::SetDefaultDS(const char* directory, const char* productName
         // The manager takes the entry for its default source.
         WriteProfileStringA(defaultSection, defaultKey, path);
         if (askIdentity(MSG_GETDEFAULT, &dsIdentity_) != TWRC_SUCCESS) {
-            result = callFailed(trace);
+            // A condition code of 0 must not pass for a find.
+            if (const int32_t code = callFailed(trace)) result = code;
         } else if (isNamed(dsIdentity_, productName)) {
             result = 0;
         }

@@ -223,14 +223,14 @@ private:
     // setValue without its checks; `method` is named in the warnings.
     int32_t sendValue(const char* method, const Setter& setter, double value,
                       TracePoint at = TracePoint::here());
-    // MSG_SET of a container built by the caller, which is then freed.
-    int32_t sendContainer(const char* method, TW_CAPABILITY& cap, TracePoint at);
+    // MSG_SET of a container built by the caller, which is then freed. True when the source took it; the
+    // result of a refusal may be 0, too.
+    bool sendContainer(const char* method, TW_CAPABILITY& cap, int32_t& result, TracePoint at);
     // The value, converted to what the method gives; untouched when no message yields one.
     int32_t getValue(const MethodTrace& trace, const Getter& getter, uint16_t* value,
                      Conversion convert = asGiven, TracePoint at = TracePoint::here());
-    // The raw value without any checks; untouched when no message yields one.
-    int32_t askValue(const MethodTrace& trace, const Getter& getter, TW_UINT32& value,
-                     TracePoint at = TracePoint::here());
+    // The raw value, without any checks.
+    Answer askValue(const MethodTrace& trace, const Getter& getter, TracePoint at = TracePoint::here());
     // Asks message by message until `read` (Reading(const TW_CAPABILITY&)) gets a value; `missed` runs after
     // each attempt that yields none. The result is that of the last attempt.
     template <class Reader, class Missed>
@@ -282,8 +282,8 @@ private:
                           TracePoint at = TracePoint::here());
     int32_t getScale(const MethodTrace& trace, TW_UINT16 capability, double* current, double* min,
                      double* max, TracePoint at = TracePoint::here());
-    int32_t getLength(const MethodTrace& trace, TW_UINT16 capability, double& length,
-                      TracePoint at = TracePoint::here());
+    std::optional<double> getLength(const MethodTrace& trace, TW_UINT16 capability, int32_t& result,
+                                    TracePoint at = TracePoint::here());
 
     // Transfers
     void fillImageRecord(TXferImageInfo& record, const TW_IMAGEINFO& info);

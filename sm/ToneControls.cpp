@@ -16,11 +16,11 @@ int32_t TScanModule::getTone(const MethodTrace& trace, TW_UINT16 capability, con
         trace.warn(emptyScale, at);
         return TWCC_BADVALUE;
     }
-    TW_UINT32 bits;
-    const int32_t result =
-        askValue(trace, {capability, currentThenAll, OneValue | EnumCurrent | RangeCurrent}, bits, at);
-    *value = result == 0 ? mapToHost(fix32ToNumber(fix32FromBits(bits)), scale, range) : scale.midpoint();
-    return result;
+    const Answer answer =
+        askValue(trace, {capability, currentThenAll, OneValue | EnumCurrent | RangeCurrent}, at);
+    *value = answer.value ? mapToHost(fix32ToNumber(fix32FromBits(*answer.value)), scale, range)
+                          : scale.midpoint();
+    return answer.result;
 }
 
 int32_t TScanModule::setTone(const MethodTrace& trace, const Setter& setter, const ToneRange& range,
@@ -84,10 +84,9 @@ int32_t TScanModule::SetThreshold(int16_t value, int16_t hostMin, int16_t hostMa
 int32_t TScanModule::GetGamma(double* gamma) {
     const MethodTrace trace{"TScanModule::GetGamma"};
     if (const int32_t refused = checkReady(trace)) return refused;
-    TW_UINT32 bits;
-    const int32_t result = askValue(trace, {ICAP_GAMMA, currentThenAll, OneValue}, bits);
-    *gamma = result == 0 ? fix32ToNumber(fix32FromBits(bits)) : unknownGamma;
-    return result;
+    const Answer answer = askValue(trace, {ICAP_GAMMA, currentThenAll, OneValue});
+    *gamma = answer.value ? fix32ToNumber(fix32FromBits(*answer.value)) : unknownGamma;
+    return answer.result;
 }
 
 int32_t TScanModule::SetGamma(double gamma) {

@@ -42,10 +42,9 @@ int32_t TScanModule::SetXferMech(uint16_t code) {
 
 int32_t TScanModule::GetXferCount(int16_t* count) {
     const MethodTrace trace{"TScanModule::GetXferCount"};
-    uint16_t raw = 0;
-    const int32_t result = getValue(trace, {CAP_XFERCOUNT, currentThenAll, OneValue | EnumCurrent}, &raw);
-    if (result == 0) *count = static_cast<int16_t>(raw);
-    return result;
+    // The same 16 bits, read as signed: -1 is any number.
+    return getValue(trace, {CAP_XFERCOUNT, currentThenAll, OneValue | EnumCurrent},
+                    reinterpret_cast<uint16_t*>(count));
 }
 
 int32_t TScanModule::SetXferCount(int32_t count) {

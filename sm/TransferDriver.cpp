@@ -97,8 +97,9 @@ BOOL TScanModule::HasEnoughMemFreeSpace() {
     const MethodTrace trace{"TScanModule::HasEnoughMemFreeSpace"};
     TW_IMAGEINFO info = {};
     if (getImageInfo(&info) != TWRC_SUCCESS) return FALSE;
-    const uint64_t bits =
-        static_cast<uint64_t>(static_cast<int64_t>(info.BitsPerPixel) * info.ImageWidth * info.ImageLength);
+    // Unsigned, so that a source's nonsense wraps; a negative length wraps to the same bits.
+    const auto widened = [](int32_t value) { return static_cast<uint64_t>(static_cast<int64_t>(value)); };
+    const uint64_t bits = widened(info.BitsPerPixel) * widened(info.ImageWidth) * widened(info.ImageLength);
     // Kept: of a size that is negative or beyond 32 bits the low half is tried.
     const HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT | GMEM_DISCARDABLE,
                                       static_cast<uint32_t>((bits >> 3) + memoryHeadroom));

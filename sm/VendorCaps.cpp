@@ -51,7 +51,9 @@ int32_t TScanModule::sendSwitch(const MethodTrace& trace, TW_UINT16 capability, 
     }
     std::memcpy(block, &container, sizeof container);
     GlobalUnlock(cap.hContainer);
-    return sendContainer(trace.method(), cap, at);
+    int32_t result;
+    sendContainer(trace.method(), cap, result, at);
+    return result;
 }
 
 int32_t TScanModule::setSwitch(const MethodTrace& trace, TW_UINT16 capability, BOOL on, TracePoint at) {
@@ -145,10 +147,9 @@ int32_t TScanModule::GetKvLUT2(uint16_t* table) {
     const MethodTrace trace{"TScanModule::GetKvLUT2"};
     // Kept: no state check of its own.
     if (const int32_t refused = checkAvailable(trace)) return refused;
-    TW_UINT32 value;
-    const int32_t result = askValue(trace, {kvLut2, currentThenAll, vendorContainers}, value);
-    if (result == 0) *table = static_cast<uint16_t>(value);
-    return result;
+    const Answer answer = askValue(trace, {kvLut2, currentThenAll, vendorContainers});
+    if (answer.value) *table = static_cast<uint16_t>(*answer.value);
+    return answer.result;
 }
 
 int32_t TScanModule::GetKvCC(uint16_t* correction) {
@@ -174,10 +175,9 @@ int32_t TScanModule::SetKvExposureMode(uint16_t mode) {
 int32_t TScanModule::GetMaxResForKvDescreeing(double* resolution) {
     const MethodTrace trace{"TScanModule::GetMaxResForKvDescreeing"};
     if (const int32_t refused = checkReady(trace)) return refused;
-    TW_UINT32 bits;
-    const int32_t result = askValue(trace, {kvDescreeningMaxResolution, allOnly, vendorContainers}, bits);
-    if (result == 0) *resolution = fix32ToNumber(fix32FromBits(bits));
-    return result;
+    const Answer answer = askValue(trace, {kvDescreeningMaxResolution, allOnly, vendorContainers});
+    if (answer.value) *resolution = fix32ToNumber(fix32FromBits(*answer.value));
+    return answer.result;
 }
 
 int32_t TScanModule::SetKvAutoExposureMode(void* block) {
