@@ -33,8 +33,9 @@
  * UNITS: resolutions are whole dots per inch and areas inches whatever unit the source works in, except where
  * a text names something else.
  *
- * BINDING: names are undecorated and ordinals fixed. All functions are __stdcall and every argument takes 32
- * bits (a double two times 32), so only the declared types are narrower.
+ * BINDING: names are undecorated and ordinals fixed, for LoadLibrary and GetProcAddress; with MinGW the DLL
+ * itself can be among the linker's inputs, with -Wl,--enable-stdcall-fixup. All functions are __stdcall and
+ * every argument takes 32 bits (a double two times 32), so only the declared types are narrower.
  */
 #ifndef SCANMODULE_SCANMODULE_H
 #define SCANMODULE_SCANMODULE_H
@@ -678,10 +679,11 @@ int WINAPI smCancelAllXfer(void);
  * colour and 8 bits per pixel; at 1 or 4 bits the row's own bytes come first and the rest of it has no
  * meaning, and only as many rows as fit size count (ask for one row at a time); deeper samples are cut.
  *
- * The last strip: returns 1 and doesn't say how long it is, but its bytes are in the buffer. What is missing
- * from the image's size (smGetImageDim) is what it holds. An image that was cancelled or failed also
- * returns 1, then with nothing in the buffer. A count that stays what it was before the call (set it to a
- * value of your own) is another failure: the image is still open, and may be tried again or cancelled.
+ * The last strip: returns 1 and doesn't say how long it is, but its bytes are in the buffer. It holds what is
+ * missing from the image's size (smGetImageDim); a host that fills the buffer with a pattern before each call
+ * sees for itself how far it was written. An image that was cancelled or failed also returns 1, then with
+ * nothing in the buffer. A count that stays what it was before the call (set it to a value of your own) is
+ * another failure: the image is still open, and may be tried again or cancelled.
  *
  * When: in the SM_MESSAGE_XFERSTART handler of a memory transfer. Each image ends by itself with its last
  * strip, and the next one is ready when smGetImageDim isn't 0 and 0. The handler pulls all the images it

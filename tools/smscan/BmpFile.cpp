@@ -112,7 +112,11 @@ void BmpFile::read(void* bytes, int64_t count) {
 
 void BmpFile::write(const void* bytes, int64_t count) {
     DWORD done = 0;
-    if (!WriteFile(file_, bytes, static_cast<DWORD>(count), &done, nullptr) || done != count) fail();
+    if (!WriteFile(file_, bytes, static_cast<DWORD>(count), &done, nullptr)) fail();
+    if (done == count) return;
+    // Windows counts a short write as a success.
+    SetLastError(ERROR_DISK_FULL);
+    fail();
 }
 
 void BmpFile::setEnd(int64_t offset) {

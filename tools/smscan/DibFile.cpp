@@ -66,6 +66,7 @@ DibFacts writeDib(const std::string& path, const void* dib, size_t bytes, int xD
     fileHeader.bfOffBits = static_cast<DWORD>(sizeof fileHeader + pixelOffset);
 
     File file(std::fopen(path.c_str(), "wb"));
+    if (file) SetLastError(ERROR_DISK_FULL);  // what goes wrong from here on; the C library doesn't say it
     const char* const rest = static_cast<const char*>(dib) + sizeof header;
     const size_t restBytes = used - sizeof header;
     const bool written = file && std::fwrite(&fileHeader, sizeof fileHeader, 1, file.get()) == 1 &&

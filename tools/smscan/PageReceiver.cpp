@@ -120,8 +120,10 @@ void PageReceiver::failTransfer(int result) const {
     if (result == SM_XFEREND_CANCELLED_BY_SOURCE)
         throw Failure{ExitCode::Cancelled, "cancelled at the source."};
     const std::string advice = conditionAdvice(result);
-    throw Failure{ExitCode::SourceError, format("%s.%s%s", conditionWords(result).c_str(),
-                                                advice.empty() ? "" : " ", advice.c_str())};
+    const ExitCode code =
+        result == SM_CONDITION_FILE_WRITE_ERROR ? ExitCode::CannotWrite : ExitCode::SourceError;
+    throw Failure{
+        code, format("%s.%s%s", conditionWords(result).c_str(), advice.empty() ? "" : " ", advice.c_str())};
 }
 
 void PageReceiver::finishPage(const TXferImageInfo& info) {
