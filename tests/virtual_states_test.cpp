@@ -320,6 +320,14 @@ TEST_CASE("faults happen at their page and strip, and the batch goes on as it sh
     }
 }
 
+TEST_CASE("slow replies are slow") {
+    VirtualHost host(Keys{{"Delay", "40"}});
+    host.open();
+    const DWORD start = GetTickCount();
+    host.ask(ICAP_UNITS);
+    CHECK(GetTickCount() - start >= 30);
+}
+
 TEST_CASE("the window scans and asks to be closed through the host's message loop") {
     VirtualHost host(Keys{{"ProductName", "Window Test"}, {"Pages", "2"}});
     host.open();

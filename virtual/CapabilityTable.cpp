@@ -101,7 +101,7 @@ void CapabilityTable::addGeometry(const VirtualScannerSettings& settings) {
     for (const int id : {ICAP_XNATIVERESOLUTION, ICAP_YNATIVERESOLUTION})
         add(readOnly(id, TWTY_FIX32, highest, CapabilityUnit::PerInch));
     for (const int id : {ICAP_XSCALING, ICAP_YSCALING})
-        add(range(id, 0.1, 4, 0.01, 1));
+        add(range(id, 0.25, 4, 0.01, 1));
     add(readOnly(ICAP_PHYSICALWIDTH, TWTY_FIX32, settings.bedWidth, CapabilityUnit::Width));
     add(readOnly(ICAP_PHYSICALHEIGHT, TWTY_FIX32, settings.bedHeight, CapabilityUnit::Height));
     std::vector<double> sizes{TWSS_NONE};

@@ -144,7 +144,7 @@ private:
                 for (const Color* row : {above, middle, below})
                     sum += row[left].*channel + row[x].*channel + row[right].*channel;
                 // With both filters on, the mask wins.
-                const int level = request_.unsharpMask ? 2 * (middle[x].*channel) - sum / 9 : sum / 9;
+                const int level = request_.unsharpMask ? 3 * (middle[x].*channel) - 2 * sum / 9 : sum / 9;
                 return static_cast<std::uint8_t>(std::clamp(level, 0, 255));
             };
             toned_[static_cast<std::size_t>(x)] = {filter(&Color::red), filter(&Color::green),

@@ -1,10 +1,10 @@
 #include "Settings.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "CapabilityNames.h"
 #include "PaperSizes.h"
+#include "SettingNames.h"
 #include "TextValues.h"
 
 namespace vscan {
@@ -12,43 +12,6 @@ namespace vscan {
 namespace {
 
 using Settings = VirtualScannerSettings;
-
-struct Choice {
-    const char* text;
-    int value;
-};
-using Choices = std::vector<Choice>;
-
-const Choices pixelTypeNames{
-    {"BW", TWPT_BW}, {"Gray", TWPT_GRAY}, {"RGB", TWPT_RGB}, {"Palette", TWPT_PALETTE}};
-const Choices mechanismNames{{"Native", TWSX_NATIVE}, {"File", TWSX_FILE}, {"Memory", TWSX_MEMORY}};
-const Choices unitNames{{"Inches", TWUN_INCHES}, {"Centimeters", TWUN_CENTIMETERS},
-                        {"Picas", TWUN_PICAS},   {"Points", TWUN_POINTS},
-                        {"Twips", TWUN_TWIPS},   {"Pixels", TWUN_PIXELS}};
-const Choices switchNames{{"0", 0},   {"1", 1},  {"no", 0},    {"yes", 1},
-                          {"off", 0}, {"on", 1}, {"false", 0}, {"true", 1}};
-const Choices stripFaultNames{
-    {"ZeroBytesPerRow", StripZeroBytesPerRow}, {"ExtraRows", StripExtraRows}, {"ExtraBytes", StripExtraBytes},
-    {"WideColumns", StripWideColumns},         {"Oversized", StripOversized}, {"ShortLast", StripShortLast}};
-
-const Choice* choiceNamed(const Choices& choices, const std::string& text) {
-    for (const Choice& choice : choices)
-        if (sameText(text, choice.text)) return &choice;
-    return nullptr;
-}
-
-std::string choiceText(const Choices& choices, int value) {
-    for (const Choice& choice : choices)
-        if (choice.value == value) return choice.text;
-    return std::to_string(value);
-}
-
-std::string textsOf(const Choices& choices, const char* lead) {
-    std::string texts = lead;
-    for (const Choice& choice : choices)
-        texts += (&choice == &choices.front() ? "" : ", ") + std::string(choice.text);
-    return texts;
-}
 
 SettingKey textKey(const char* name, std::string Settings::*field, std::size_t longest) {
     return {name, "a text of at most " + std::to_string(longest) + " characters",
@@ -83,7 +46,7 @@ SettingKey numberKey(const char* name, double Settings::*field, double minimum, 
 SettingKey switchKey(const char* name, bool Settings::*field) {
     return {name, "1 (yes) or 0 (no)",
             [=](Settings& settings, const std::string& text) {
-                const Choice* choice = choiceNamed(switchNames, text);
+                const Choice* choice = choiceNamed(switchNames(), text);
                 if (choice) settings.*field = choice->value != 0;
                 return choice != nullptr;
             },
@@ -156,11 +119,11 @@ SettingKey bufferSizeKey(const char* name, unsigned Settings::*field) {
 }
 
 SettingKey stripFaultsKey() {
-    return {"StripFaults", textsOf(stripFaultNames, "a list, with commas, of "),
+    return {"StripFaults", textsOf(stripFaultNames(), "a list, with commas, of "),
             [](Settings& settings, const std::string& text) {
                 unsigned faults = 0;
                 for (const std::string& item : listItems(text)) {
-                    const Choice* choice = choiceNamed(stripFaultNames, item);
+                    const Choice* choice = choiceNamed(stripFaultNames(), item);
                     if (!choice) return false;
                     faults |= static_cast<unsigned>(choice->value);
                 }
@@ -169,7 +132,7 @@ SettingKey stripFaultsKey() {
             },
             [](const Settings& settings) {
                 std::string shown;
-                for (const Choice& choice : stripFaultNames)
+                for (const Choice& choice : stripFaultNames())
                     if (settings.stripFaults & static_cast<unsigned>(choice.value))
                         shown += (shown.empty() ? "" : ",") + std::string(choice.text);
                 return shown;
@@ -190,7 +153,7 @@ SettingKey paperKey() {
 }
 
 SettingKey pixelTypesKey() {
-    SettingKey key = listKey("PixelTypes", &Settings::pixelTypes, pixelTypeNames);
+    SettingKey key = listKey("PixelTypes", &Settings::pixelTypes, pixelTypeNames());
     const auto applyAny = key.apply;
     key.apply = [=](Settings& settings, const std::string& text) {
         return !listItems(text).empty() && applyAny(settings, text);
@@ -212,14 +175,14 @@ std::vector<SettingKey> makeKeys() {
         numberKey("BedWidth", &Settings::bedWidth, 1, 100),
         numberKey("BedHeight", &Settings::bedHeight, 1, 100),
         pixelTypesKey(),
-        choiceKey("PixelType", &Settings::pixelType, pixelTypeNames),
+        choiceKey("PixelType", &Settings::pixelType, pixelTypeNames()),
         choiceKey("BitDepth", &Settings::bitDepth,
                   {{"auto", 0}, {"1", 1}, {"4", 4}, {"8", 8}, {"16", 16}, {"24", 24}, {"48", 48}}),
         wholeKey("Resolution", &Settings::resolution, 50, 2400),
         wholeKey("MaxResolution", &Settings::maxResolution, 50, 2400),
-        choiceKey("Units", &Settings::units, unitNames),
+        choiceKey("Units", &Settings::units, unitNames()),
         switchKey("InverseResolution", &Settings::inverseResolution),
-        choiceKey("TransferMechanism", &Settings::transferMechanism, mechanismNames),
+        choiceKey("TransferMechanism", &Settings::transferMechanism, mechanismNames()),
         choiceKey("Feeder", &Settings::feeder,
                   {{"on", static_cast<int>(Feeder::On)},
                    {"off", static_cast<int>(Feeder::Off)},
@@ -256,7 +219,7 @@ std::vector<SettingKey> makeKeys() {
         switchKey("UnknownLength", &Settings::unknownLength),
         wholeKey("LengthError", &Settings::lengthError, -100000, 100000),
         wholeKey("Delay", &Settings::delay, 0, 60000),
-        listKey("RefusedMechanisms", &Settings::refusedMechanisms, mechanismNames),
+        listKey("RefusedMechanisms", &Settings::refusedMechanisms, mechanismNames()),
         capabilitiesKey("RefusedCapabilities", &Settings::refusedCapabilities),
         capabilitiesKey("ReadOnlyCapabilities", &Settings::readOnlyCapabilities),
         choiceKey("OddContainers", &Settings::oddContainers,
@@ -275,57 +238,6 @@ std::vector<SettingKey> makeKeys() {
 const std::vector<SettingKey>& settingKeys() {
     static const std::vector<SettingKey> keys = makeKeys();
     return keys;
-}
-
-std::vector<std::string> applySettings(Settings& settings, const std::vector<FoundSetting>& found) {
-    std::vector<std::string> complaints;
-    for (const FoundSetting& setting : found) {
-        const SettingKey* known = nullptr;
-        for (const SettingKey& key : settingKeys())
-            if (sameText(key.name, setting.key)) known = &key;
-        if (!known)
-            complaints.push_back(setting.origin + ": there is no setting \"" + setting.key + "\"");
-        else if (!known->apply(settings, setting.value))
-            complaints.push_back(setting.origin + ": " + known->name + " can't be \"" + setting.value +
-                                 "\"; it takes " + known->accepts);
-    }
-    return complaints;
-}
-
-std::vector<std::string> contradictions(const Settings& settings) {
-    std::vector<std::string> lines;
-    const auto listed = [](const std::vector<int>& list, int value) {
-        return std::find(list.begin(), list.end(), value) != list.end();
-    };
-    if (!listed(settings.pixelTypes, settings.pixelType))
-        lines.push_back("PixelType " + choiceText(pixelTypeNames, settings.pixelType) +
-                        " is not among PixelTypes; the first of them counts");
-    if (settings.bitDepth != 0 && !listed(bitDepthsOf(settings.pixelType), settings.bitDepth))
-        lines.push_back("BitDepth " + std::to_string(settings.bitDepth) + " doesn't go with PixelType " +
-                        choiceText(pixelTypeNames, settings.pixelType) + "; its usual depth counts");
-    if (settings.resolution > settings.maxResolution)
-        lines.push_back("Resolution " + std::to_string(settings.resolution) +
-                        " is above MaxResolution; MaxResolution counts");
-    if (listed(settings.refusedMechanisms, settings.transferMechanism))
-        lines.push_back("TransferMechanism " + choiceText(mechanismNames, settings.transferMechanism) +
-                        " is among RefusedMechanisms; the first other one counts");
-    if (settings.paper.width > settings.bedWidth || settings.paper.height > settings.bedHeight)
-        lines.push_back("Paper " + paperToText(settings.paper) +
-                        " is larger than BedWidth x BedHeight; what fits is scanned");
-    return lines;
-}
-
-std::vector<int> bitDepthsOf(int pixelType) {
-    switch (pixelType) {
-        case TWPT_BW:
-            return {1};
-        case TWPT_GRAY:
-            return {8, 4, 16};
-        case TWPT_PALETTE:
-            return {8, 4};
-        default:
-            return {24, 48};
-    }
 }
 
 }  // namespace vscan
