@@ -14,6 +14,7 @@ readonly REQUIREMENTS=(
   'wine                     /usr/bin/wine'
   'wine32:i386              /usr/lib/wine/wine'
   'doctest-dev              /usr/include/doctest/doctest.h'
+  'libstb-dev               /usr/include/stb/stb_image.h'
 )
 
 missing=()

@@ -1,5 +1,6 @@
 #include "ModuleCalls.h"
 
+#include <algorithm>
 #include <cstring>
 #include <type_traits>
 
@@ -60,11 +61,36 @@ struct ModuleCallsHooks {
     static int WINAPI messageBox(HWND owner, LPCSTR message, LPCSTR caption, UINT style) {
         current->messageBoxes.push_back(
             {owner, text(message), caption != nullptr, caption != nullptr ? caption : "", style});
+        if (current->showMessageBoxes) return MessageBoxA(owner, message, caption, style);
         return current->messageBoxAnswer;
     }
 
     static UINT WINAPI registerWindowMessage(LPCSTR name) {
         return current->messagesThatCannotRegister.count(name) != 0 ? 0 : RegisterWindowMessageA(name);
+    }
+
+    static UINT WINAPI writeFile(HFILE file, LPCSTR bytes, UINT size) {
+        const auto fitting = static_cast<UINT>(std::min<size_t>(size, current->diskRoom));
+        if (current->diskRoom != ~size_t{0}) current->diskRoom -= fitting;
+        return fitting == 0 && size != 0 ? static_cast<UINT>(HFILE_ERROR) : _lwrite(file, bytes, fitting);
+    }
+
+    static HFILE WINAPI closeFile(HFILE file) {
+        ++current->filesClosed;
+        return _lclose(file);
+    }
+
+    static BOOL WINAPI getDiskFreeSpace(LPCSTR root, LPDWORD sectorsPerCluster, LPDWORD bytesPerSector,
+                                        LPDWORD freeClusters, LPDWORD clusters) {
+        current->diskAsked = text(root);
+        if (current->diskSaysNothing) return FALSE;
+        if (!current->freeDiskSpace)
+            return GetDiskFreeSpaceA(root, sectorsPerCluster, bytesPerSector, freeClusters, clusters);
+        *sectorsPerCluster = current->freeDiskSpace->sectorsPerCluster;
+        *bytesPerSector = current->freeDiskSpace->bytesPerSector;
+        *freeClusters = current->freeDiskSpace->freeClusters;
+        *clusters = ~DWORD{0};
+        return TRUE;
     }
 
     static UINT WINAPI getPrivateProfileInt(LPCSTR section, LPCSTR key, INT fallback, LPCSTR file) {
@@ -118,6 +144,9 @@ const Hook hooks[] = {
     hook("GetPrivateProfileIntA", ModuleCallsHooks::getPrivateProfileInt),
     hook("WritePrivateProfileStringA", ModuleCallsHooks::writePrivateProfileString),
     hook("OpenFile", ModuleCallsHooks::openFile),
+    hook("_lwrite", ModuleCallsHooks::writeFile),
+    hook("_lclose", ModuleCallsHooks::closeFile),
+    hook("GetDiskFreeSpaceA", ModuleCallsHooks::getDiskFreeSpace),
     hook("LoadLibraryA", ModuleCallsHooks::loadLibrary),
     hook("FreeLibrary", ModuleCallsHooks::freeLibrary),
 };

@@ -6,6 +6,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -19,6 +20,13 @@ struct MessageBoxCall {
     bool hasCaption;
     std::string caption;
     UINT style;
+};
+
+// What a disk says of its free space.
+struct DiskSpace {
+    DWORD sectorsPerCluster;
+    DWORD bytesPerSector;
+    DWORD freeClusters;
 };
 
 class ModuleCalls {
@@ -43,6 +51,8 @@ public:
 
     std::vector<MessageBoxCall> messageBoxes;
     int messageBoxAnswer = IDOK;
+    // They are really shown, and somebody has to answer them.
+    bool showMessageBoxes = false;
 
     // Locks give memory that ends at a page nobody may touch: a read past a block's end is a crash.
     bool guardBlocks = false;
@@ -52,6 +62,14 @@ public:
     // So many of the next locks succeed, the others fail.
     int locksThatSucceed = 0x7fffffff;
     std::set<std::string> messagesThatCannotRegister;
+
+    // So many bytes still find room on the disk, then it is full.
+    size_t diskRoom = ~size_t{0};
+    // Instead of what the real disk says; and which disk was asked last.
+    std::optional<DiskSpace> freeDiskSpace;
+    bool diskSaysNothing = false;
+    std::string diskAsked;
+    int filesClosed = 0;
 
     // Every switch reads as off, without a look at the disk: for what a test doesn't want to record.
     bool switchesOff = false;

@@ -1,0 +1,49 @@
+#include "OneShotStage.h"
+
+#include <cstring>
+#include <stdexcept>
+
+OneShotStage::OneShotStage(std::vector<Page> pages, const std::string& fileName)
+    : source(manager, std::move(pages)) {
+    char folder[MAX_PATH] = "";
+    GetTempPathA(sizeof folder, folder);
+    path = folder + fileName;
+    host.onGetFileName = [this](char* name) { std::strcpy(name, path.c_str()); };
+    manager.answer(operation::getCurrent(ICAP_UNITS), give(oneValue(TWTY_UINT16, TWUN_INCHES)));
+    settings.FrameUnit = SM_UNIT_INCHES;
+    settings.PixelType = SM_PIXEL_GRAY;
+    settings.Resolution = 300;
+    settings.BrightnessMax = settings.ContrastMax = 1000;
+    settings.Highlight = settings.HighlightMax = settings.ShadowMax = 255;
+}
+
+OneShotStage::~OneShotStage() {
+    DeleteFileA(path.c_str());
+}
+
+void OneShotStage::refuseMechanisms(int count) {
+    constexpr int attempts = 3;  // one for each item type
+    manager.answerNext(operation::set(ICAP_XFERMECH), succeed());
+    for (int i = 0; i < count * attempts; ++i)
+        manager.answerNext(operation::set(ICAP_XFERMECH), failWith(TWCC_BADVALUE));
+}
+
+void OneShotStage::start(unsigned short mechanism) {
+    refuseMechanisms(mechanism == SM_MECH_MEMORY ? 0 : mechanism == SM_MECH_FILE ? 1 : 2);
+    windows.switchesOff = true;
+    if (!module.PrestoScan(host.window(), "Test Host", &settings))
+        throw std::runtime_error("the one-shot scan doesn't start");
+    windows.switchesOff = false;
+    forget();
+}
+
+Lines OneShotStage::scan(unsigned short mechanism) {
+    start(mechanism);
+    deliver(MSG_XFERREADY);
+    return host.messages();
+}
+
+Bytes OneShotStage::fileBytes() const {
+    const std::string content = readFile(path);
+    return {content.begin(), content.end()};
+}

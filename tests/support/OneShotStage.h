@@ -1,0 +1,28 @@
+// A stage for one-shot scans: a source with pages, which works in inches, and a host that names a file of the
+// test's own.
+#pragma once
+
+#include "PageSource.h"
+#include "Stage.h"
+
+class OneShotStage : public Stage {
+public:
+    explicit OneShotStage(std::vector<Page> pages = {}, const std::string& fileName = "one-shot.bmp");
+    // Removes the file, unless the module left it open.
+    ~OneShotStage();
+
+    // Opening the source sets memory transfer; after that so many of memory, file and native transfer are
+    // refused.
+    void refuseMechanisms(int count);
+    // Opens the source by a one-shot scan, for this mechanism; forgets what was recorded on the way.
+    void start(unsigned short mechanism = SM_MECH_MEMORY);
+    // The same, and then the image is ready; the host's messages.
+    Lines scan(unsigned short mechanism = SM_MECH_MEMORY);
+
+    bool hasFile() const { return fileExists(path); }
+    Bytes fileBytes() const;
+
+    PageSource source;
+    PrestoScanSettings settings = {};  // those of a plain gray scan without windows
+    std::string path;
+};
