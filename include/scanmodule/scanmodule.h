@@ -33,9 +33,9 @@
  * UNITS: resolutions are whole dots per inch and areas inches whatever unit the source works in, except where
  * a text names something else.
  *
- * BINDING: names are undecorated and ordinals fixed, for LoadLibrary and GetProcAddress; with MinGW the DLL
- * itself can be among the linker's inputs, with -Wl,--enable-stdcall-fixup. All functions are __stdcall and
- * every argument takes 32 bits (a double two times 32), so only the declared types are narrower.
+ * BINDING: names are undecorated and ordinals fixed, for LoadLibrary and GetProcAddress; hosts that link take
+ * ScanModuleImports.lib, made beside the DLL (lib/ next to its bin/). All functions are __stdcall and every
+ * argument takes 32 bits (a double two times 32), so only the declared types are narrower.
  */
 #ifndef SCANMODULE_SCANMODULE_H
 #define SCANMODULE_SCANMODULE_H
