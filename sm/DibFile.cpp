@@ -86,6 +86,29 @@ bool isSamplesOf8(const TW_IMAGEINFO& info) {
            info.BitsPerSample[2] == 8;
 }
 
+// Puts one plane's bytes of some strip rows between those of the other planes: read, merge, write back. Gives
+// the words of a failure.
+const char* mergePlane(HFILE file, const TW_IMAGEINFO& info, const TW_IMAGEMEMXFER& strip,
+                       const uint8_t* bytes, uint32_t done, uint32_t rows, uint8_t* work) {
+    const uint32_t dibRow = bytesPerRow(info);
+    const uint32_t lane = planes - 1 - planeCounter;
+    const uint32_t columns = std::min<uint32_t>({strip.Columns, strip.BytesPerRow, dibRow / planes});
+    const int64_t fileRow = info.ImageLength - (static_cast<int64_t>(strip.YOffset) + done + rows);
+    const int64_t position =
+        pixelOffset(info) + fileRow * dibRow + static_cast<int64_t>(strip.XOffset) * planes;
+    if (!seekTo(file, position) || _lread(file, work, rows * dibRow) != rows * dibRow) {
+        return "_lread returns failure";
+    }
+    for (uint32_t row = 0; row < rows; ++row) {
+        const uint8_t* from = bytes + static_cast<size_t>(done + row) * strip.BytesPerRow;
+        uint8_t* to = work + static_cast<size_t>(rows - 1 - row) * dibRow + lane;
+        for (uint32_t column = 0; column < columns; ++column)
+            to[column * planes] = from[column];
+    }
+    seekTo(file, position);
+    return writeAll(file, work, rows * dibRow) ? nullptr : "_lwrite returns failure";
+}
+
 }  // namespace
 
 HFILE createFile(const char* path) {
@@ -248,29 +271,6 @@ int32_t TScanModule::BufferToFileForPlanar(HFILE file, const TW_IMAGEINFO* info,
     if (failure == nullptr) return fileWritten;
     trace.warn(failure);
     return fileError;
-}
-
-// Puts one plane's bytes of some strip rows between those of the other planes: read, merge, write back. Gives
-// the words of a failure.
-const char* TScanModule::mergePlane(HFILE file, const TW_IMAGEINFO& info, const TW_IMAGEMEMXFER& strip,
-                                    const uint8_t* bytes, uint32_t done, uint32_t rows, uint8_t* work) {
-    const uint32_t dibRow = bytesPerRow(info);
-    const uint32_t lane = planes - 1 - planeCounter;
-    const uint32_t columns = std::min<uint32_t>({strip.Columns, strip.BytesPerRow, dibRow / planes});
-    const int64_t fileRow = info.ImageLength - (static_cast<int64_t>(strip.YOffset) + done + rows);
-    const int64_t position =
-        pixelOffset(info) + fileRow * dibRow + static_cast<int64_t>(strip.XOffset) * planes;
-    if (!seekTo(file, position) || _lread(file, work, rows * dibRow) != rows * dibRow) {
-        return "_lread returns failure";
-    }
-    for (uint32_t row = 0; row < rows; ++row) {
-        const uint8_t* from = bytes + static_cast<size_t>(done + row) * strip.BytesPerRow;
-        uint8_t* to = work + static_cast<size_t>(rows - 1 - row) * dibRow + lane;
-        for (uint32_t column = 0; column < columns; ++column)
-            to[column * planes] = from[column];
-    }
-    seekTo(file, position);
-    return writeAll(file, work, rows * dibRow) ? nullptr : "_lwrite returns failure";
 }
 
 int32_t TScanModule::WriteDIBHandleToFile(HGLOBAL dib, const char* path) {

@@ -18,20 +18,14 @@ Reading readValue(const TW_CAPABILITY& cap, unsigned containers, TW_UINT32& valu
 }
 
 TW_UINT16 readEnumerationBounds(const TW_CAPABILITY& cap, Bounds& bounds) {
-    TW_UINT32 count;
-    if (const TW_UINT16 failure = ExtractEnumerationNumItems(&cap, &count)) return failure;
     Bounds found = {99999999.0, -99999999.0};
-    for (TW_UINT32 index = 0; index < count; ++index) {
-        TW_UINT32 item;
-        if (const TW_UINT16 failure = ExtractEnumerationValue(&cap, &item, static_cast<int32_t>(index))) {
-            return failure;
-        }
+    const TW_UINT16 failure = forEachItem(cap, [&](TW_UINT32 item) {
         const double value = fix32ToNumber(fix32FromBits(item));
         if (value < found.min) found.min = value;
         if (value > found.max) found.max = value;
-    }
-    bounds = found;
-    return TWCC_SUCCESS;
+    });
+    if (failure == TWCC_SUCCESS) bounds = found;
+    return failure;
 }
 
 TW_UINT16 readRangeField(const TW_CAPABILITY& cap, RangeField field, double& value) {
@@ -132,16 +126,9 @@ int32_t TScanModule::getSupported(const MethodTrace& trace, TW_UINT16 capability
     *codes = 0;
     const auto collect = [&](const TW_CAPABILITY& cap) -> Reading {
         if (cap.ConType != TWON_ENUMERATION) return std::nullopt;
-        TW_UINT32 count;
-        if (const TW_UINT16 failure = ExtractEnumerationNumItems(&cap, &count)) return failure;
-        for (TW_UINT32 index = 0; index < count; ++index) {
-            TW_UINT32 item;
-            if (const TW_UINT16 failure = ExtractEnumerationValue(&cap, &item, static_cast<int32_t>(index))) {
-                return failure;
-            }
+        return forEachItem(cap, [&](TW_UINT32 item) {
             if (item <= lastCodedValue) *codes |= 1 << item;
-        }
-        return TWCC_SUCCESS;
+        });
     };
     return ask(
         trace, capability, allOnly, collect, [] {}, at);

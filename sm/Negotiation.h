@@ -79,6 +79,20 @@ using Reading = std::optional<TW_UINT16>;
 // The single value of a container of one of the given kinds, as raw bits.
 Reading readValue(const TW_CAPABILITY& cap, unsigned containers, TW_UINT32& value);
 
+// Hands every item of an enumeration to `take` (raw bits), in the list's order. Stops where the list can't be
+// read.
+template <class Taker>
+TW_UINT16 forEachItem(const TW_CAPABILITY& cap, Taker take) {
+    TW_UINT32 count;
+    TW_UINT16 failure = ExtractEnumerationNumItems(&cap, &count);
+    for (TW_UINT32 index = 0; failure == TWCC_SUCCESS && index < count; ++index) {
+        TW_UINT32 item;
+        failure = ExtractEnumerationValue(&cap, &item, static_cast<int32_t>(index));
+        if (failure == TWCC_SUCCESS) take(item);
+    }
+    return failure;
+}
+
 // The smallest and largest item of an enumeration, taken as FIX32. Untouched when the list can't be read.
 struct Bounds {
     double min;

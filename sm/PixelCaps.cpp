@@ -10,17 +10,8 @@ uint16_t pixelTypeCode(TW_UINT32 pixelType) {
 
 Reading readDepths(const TW_CAPABILITY& cap, TW_UINT32& depths) {
     if (cap.ConType != TWON_ENUMERATION) return readValue(cap, OneValue, depths);
-    TW_UINT32 count;
-    if (const TW_UINT16 failure = ExtractEnumerationNumItems(&cap, &count)) return failure;
-    for (TW_UINT32 index = 0; index < count; ++index) {
-        TW_UINT32 depth;
-        if (const TW_UINT16 failure = ExtractEnumerationValue(&cap, &depth, static_cast<int32_t>(index))) {
-            return failure;
-        }
-        // Kept: the depths themselves are or-ed; 1, 8 and 24 give 25.
-        depths |= depth;
-    }
-    return TWCC_SUCCESS;
+    // Kept: the depths themselves are or-ed; 1, 8 and 24 give 25.
+    return forEachItem(cap, [&](TW_UINT32 depth) { depths |= depth; });
 }
 
 }  // namespace

@@ -211,6 +211,8 @@ private:
     int32_t sequenceError(const MethodTrace& trace, TracePoint at = TracePoint::here());
     // Reports the failed DSM_Entry call and gives its condition code.
     int32_t callFailed(const MethodTrace& trace, TracePoint at = TracePoint::here());
+
+    // Session and source selection
     int32_t findInManagerList(const char* productName);
     int32_t findInDriverFolders(const char* productName);
     int32_t findInSubfolders(const char* folder, const char* productName);
@@ -264,12 +266,13 @@ private:
                        TracePoint at = TracePoint::here());
     int32_t callImage(const MethodTrace& trace, TW_UINT16 argumentType, TW_UINT16 message, void* data,
                       TracePoint at = TracePoint::here());
+
+    // Single groups of capabilities
     struct PerInch {
         double x;
         double y;
     };
     PerInch perInch(uint16_t unit);
-
     int32_t getRange(const MethodTrace& trace, TW_UINT16 capability, ToneRange& range, const char* emptyWords,
                      const char* stepWords, TracePoint at = TracePoint::here());
     int32_t getTone(const MethodTrace& trace, TW_UINT16 capability, const ToneRange& range, int16_t* value,
@@ -292,6 +295,9 @@ private:
     template <class Preparer, class Transfer>
     void runBatch(const MethodTrace& trace, TXferImageInfo& record, Preparer resetTarget,
                   Transfer transferImage, TracePoint at = TracePoint::here());
+    // Reports a cancelled or failed native or file transfer; gives what XferEnd reports.
+    int32_t transferFailed(const MethodTrace& trace, TW_UINT16 code, TracePoint at = TracePoint::here());
+    // Asks for a strip; what it claims beyond the buffer is cut off.
     TW_UINT16 fetchStrip(TW_IMAGEMEMXFER& strip, uint32_t bufferSize);
     bool chooseStripBuffer(const MethodTrace& trace, const StripBufferSizes& sizes, GlobalBuffer& own);
     int32_t pushStrips(const MethodTrace& trace, const TW_IMAGEINFO& info, const StripBufferSizes& sizes,
@@ -299,10 +305,12 @@ private:
     int32_t pushImage(const MethodTrace& trace, const TW_IMAGEINFO& info, const StripBufferSizes& sizes,
                       GlobalBuffer& own);
     int32_t pullStrip(const MethodTrace& trace, uint8_t* destination, uint32_t size, uint32_t* count);
+
+    // DIB files
     void fillDibResolution(BITMAPINFOHEADER& header, const TW_IMAGEINFO& info);
     bool writeDibPalette(HFILE file, const TW_IMAGEINFO& info);
-    const char* mergePlane(HFILE file, const TW_IMAGEINFO& info, const TW_IMAGEMEMXFER& strip,
-                           const uint8_t* bytes, uint32_t done, uint32_t rows, uint8_t* work);
+
+    // One-shot scan
     void runPrestoScan(const MethodTrace& trace, const PrestoScanRoute& route,
                        TracePoint at = TracePoint::here());
     int32_t prestoImage(const MethodTrace& trace, const PrestoScanRoute& route, const char* path,
@@ -316,7 +324,6 @@ private:
                          GlobalBuffer& buffer);
     int32_t prestoFile(const MethodTrace& trace, const TW_IMAGEINFO& info, const char* path);
     int32_t prestoNative(const MethodTrace& trace, const TW_IMAGEINFO& info, const char* path);
-    int32_t transferFailed(const MethodTrace& trace, TW_UINT16 code, TracePoint at = TracePoint::here());
 
     TW_IDENTITY appIdentity_ = {};
     TW_IDENTITY dsIdentity_ = {};
