@@ -71,9 +71,12 @@ stop_server() {
   in_prefix "$1" wineserver -w
 }
 
+# No graphics, so no display is needed; and a crash ends the program with a backtrace, where Wine would wait for
+# a click on a window that nobody sees.
 initialise_base() {
   in_prefix "$1" wineboot -i &&
     in_prefix "$1" wine reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f &&
+    in_prefix "$1" wine reg add 'HKCU\Software\Wine\WineDbg' /v ShowCrashDialog /t REG_DWORD /d 0 /f &&
     stop_server "$1" &&
     [[ -f $1/drive_c/windows/twain_32.dll ]]
 }
