@@ -198,7 +198,7 @@ TEST_CASE("the coming image's size, without a trace in any state") {
         Answer answer = row.succeeds ? succeed() : failWith(TWCC_SEQERROR);
         answer.act = [&](TW_MEMREF data) {
             static_cast<TW_IMAGEINFO*>(data)->ImageWidth = 850;
-            static_cast<TW_IMAGEINFO*>(data)->ImageLength = row.length;
+            static_cast<TW_IMAGEINFO*>(data)->ImageLength = row.succeeds ? row.length : 1100;
         };
         stage->manager.answer(operation::imageInfo, answer);
         stage->forget();

@@ -15,10 +15,12 @@ TEST_CASE("the manager's dialog, and what the next session opens") {
         Lines opening;
     };
     const Answer refusal = failWith(TWCC_LOWMEMORY);
+    Answer cancelled = copy(source("Looked at"));
+    cancelled.returnCode = TWRC_CANCEL;
     const Row rows[] = {
         {"chosen", Session::Closed, operation::userSelect, copy(source("Other Source")),
          Lines{"OPENDSM", "USERSELECT", "CLOSEDSM", "result 0", "chosen Other Source"}, opensChosen},
-        {"cancelled", Session::Closed, operation::userSelect, returnCode(TWRC_CANCEL),
+        {"cancelled", Session::Closed, operation::userSelect, cancelled,
          Lines{"OPENDSM", "USERSELECT", "CLOSEDSM", "result -6", "chosen "}, opensDefault},
         {"failed", Session::Closed, operation::userSelect, refusal,
          Lines{"OPENDSM", "USERSELECT", "STATUS", "CLOSEDSM", "! DSM_Entry returns failure in @", "result 2",

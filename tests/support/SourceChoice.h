@@ -66,6 +66,6 @@ public:
     bool wasLeft() const { return answers_ > 0 && answers_ < limit; }
 
 private:
-    static constexpr int limit = 50000;
+    static constexpr int limit = 10000;
     int answers_ = 0;
 };
