@@ -1,22 +1,15 @@
 #include "ForeignDialog.h"
 
+#include <algorithm>
+
 namespace {
 
-struct Search {
-    DWORD process;
-    HWND dialog;
-};
-
-BOOL CALLBACK onWindow(HWND window, LPARAM data) {
-    auto& search = *reinterpret_cast<Search*>(data);
-    DWORD process = 0;
-    GetWindowThreadProcessId(window, &process);
+bool isDialogOf(HWND window, DWORD process) {
+    DWORD owner = 0;
+    GetWindowThreadProcessId(window, &owner);
     char className[16] = "";
     GetClassNameA(window, className, sizeof className);
-    if (process != search.process || lstrcmpA(className, "#32770") != 0 || !IsWindowVisible(window))
-        return TRUE;
-    search.dialog = window;
-    return FALSE;
+    return owner == process && lstrcmpA(className, "#32770") == 0 && IsWindowVisible(window);
 }
 
 std::string textOf(HWND window) {
@@ -38,11 +31,17 @@ std::string firstText(HWND dialog) {
 }  // namespace
 
 void ForeignDialog::operator()(const PROCESS_INFORMATION& program) {
-    Search search{program.dwProcessId, nullptr};
-    EnumWindows(onWindow, reinterpret_cast<LPARAM>(&search));
+    process_ = program.dwProcessId;
+    EnumWindows(onWindow, reinterpret_cast<LPARAM>(this));
+}
+
+BOOL CALLBACK ForeignDialog::onWindow(HWND window, LPARAM data) {
+    auto& self = *reinterpret_cast<ForeignDialog*>(data);
     // A dialog that is being made has no buttons yet.
-    if (!search.dialog || search.dialog == pressed_ || !GetDlgItem(search.dialog, button_)) return;
-    pressed_ = search.dialog;
-    seen_.push_back("[" + textOf(search.dialog) + "] " + firstText(search.dialog));
-    PostMessageA(search.dialog, WM_COMMAND, static_cast<WPARAM>(button_), 0);
+    const bool ready = isDialogOf(window, self.process_) && GetDlgItem(window, self.button_);
+    if (!ready || std::count(self.pressed_.begin(), self.pressed_.end(), window) > 0) return TRUE;
+    self.pressed_.push_back(window);
+    self.seen_.push_back("[" + textOf(window) + "] " + firstText(window));
+    PostMessageA(window, WM_COMMAND, static_cast<WPARAM>(self.button_), 0);
+    return TRUE;
 }

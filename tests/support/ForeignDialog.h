@@ -3,6 +3,8 @@
 
 #include <windows.h>
 
+#include <vector>
+
 #include "Lines.h"
 
 class ForeignDialog {
@@ -16,7 +18,10 @@ public:
     const Lines& seen() const { return seen_; }
 
 private:
+    static BOOL CALLBACK onWindow(HWND window, LPARAM self);
+
     int button_;
-    HWND pressed_ = nullptr;
+    DWORD process_ = 0;
+    std::vector<HWND> pressed_;
     Lines seen_;
 };
