@@ -13,7 +13,7 @@ constexpr char defaultSection[] = "Twain";
 constexpr char defaultKey[] = "Default Source";
 constexpr int32_t notFound = TWCC_BADDEST;
 // More answers than any machine has sources: a manager that never ends its list must not hang the host.
-constexpr int mostAnswers = 4096;
+constexpr int mostAnswers = 256;
 
 bool isListed(const TW_IDENTITY& source) {
     return std::strcmp(source.Manufacturer, brand) == 0 &&

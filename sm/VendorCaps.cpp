@@ -46,7 +46,7 @@ int32_t TScanModule::sendSwitch(const MethodTrace& trace, TW_UINT16 capability, 
     void* block = cap.hContainer != nullptr ? GlobalLock(cap.hContainer) : nullptr;
     if (block == nullptr) {
         trace.warn("Memory alloc error", at);
-        GlobalFree(cap.hContainer);
+        if (cap.hContainer != nullptr) GlobalFree(cap.hContainer);
         return TWCC_LOWMEMORY;
     }
     std::memcpy(block, &container, sizeof container);

@@ -575,7 +575,8 @@ int WINAPI smSetSupportedPaperSize(unsigned short paperSizes);
 /* Resolution in dots per inch: present, lowest and highest value; 100 three times (converted from the
  * source's unit like any other value) when the source doesn't answer. A source that works in centimetres,
  * picas, points or twips is sent dots per inch times 2.54, 6, 72 or 1440, and its answers are divided by the
- * same: set and get are each other's inverse. Ordinals 37 to 40. */
+ * same and cut to whole numbers: get gives back what was set, but in centimetres sometimes one less (100 and
+ * 200 become 99 and 199; 75, 150, 300, 600 and 1200 stay). Inches are exact. Ordinals 37 to 40. */
 int WINAPI smGetXResolution(unsigned short* current, unsigned short* minimum, unsigned short* maximum);
 int WINAPI smSetXResolution(unsigned short dotsPerInch);
 int WINAPI smGetYResolution(unsigned short* current, unsigned short* minimum, unsigned short* maximum);
@@ -614,8 +615,7 @@ int WINAPI smGetScanCap(SmScanAbility* ability);
  * value counts on the host's own scale from scaleMin to scaleMax, which is mapped linearly onto the range
  * that the source named when it was opened, and rounded to the source's steps. Values outside the scale are
  * not clamped. scaleMin = scaleMax gives BAD_VALUE (a getter then writes 0). A getter that fails writes the
- * middle of the scale. Brightness and contrast are -1000 to 1000, the others 0 to 255, in sources that name
- * no range.
+ * middle of the scale. For a source that names no range -1000 to 1000 stands, for each of the five.
  */
 
 /* Ordinals 14 to 21. */
