@@ -98,21 +98,16 @@ TEST_CASE("a page that was pulled only in part ends with the batch") {
     stage.enable(true);
     stage.deliver(MSG_XFERREADY);
     CHECK(stage.host.messages() == Lines{"XferStart", "XferEnd -5"});
-    const Lines calls = stage.manager.calls();
-    CHECK(Lines(calls.end() - 3, calls.end()) == Lines{"IMAGEMEMXFER", "ENDXFER", "RESET"});
+    CHECK(stage.manager.calls().last(3) == Lines{"IMAGEMEMXFER", "ENDXFER", "RESET"});
 }
 
 TEST_CASE("the lines of a call name the pushed form") {
     PullStage stage({colorPage(4, 2, 12, 1)});
     stage.enable();
     stage.pull(12);
-    const Lines all = stage.viewer.traces();
-    Lines own;
-    std::copy_if(all.begin(), all.end(), std::back_inserter(own), [](const std::string& line) {
-        return line.find("IsTWAIN") == std::string::npos && line.find("GetMemXferSize") == std::string::npos;
-    });
-    CHECK(own == Lines{"Coming TScanModule::DoMemXfer", "Memory buffer size = 12 in TScanModule::DoMemXfer",
-                       "Leaving TScanModule::DoMemXfer"});
+    CHECK(stage.viewer.traces().with("DoMemXfer") ==
+          Lines{"Coming TScanModule::DoMemXfer", "Memory buffer size = 12 in TScanModule::DoMemXfer",
+                "Leaving TScanModule::DoMemXfer"});
     CHECK(stage.viewer.warnings() == Lines{});
 }
 
@@ -326,8 +321,7 @@ TEST_CASE("without memory, or without a source, nothing is asked and the count s
         CHECK(stage.pull(12) == 0);
         CHECK(stage.count == unwritten);
     }
-    const Lines warnings = stage.viewer.warnings();
-    CHECK(std::count(warnings.begin(), warnings.end(), "Low Memory in TScanModule::DoMemXfer") == 1);
+    CHECK(stage.viewer.warnings().with("Low Memory in TScanModule::DoMemXfer").size() == 1);
 }
 
 TEST_CASE("cancelling while the source works on a strip") {

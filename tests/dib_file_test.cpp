@@ -266,13 +266,6 @@ Page planarPage(TW_INT32 width, TW_INT32 length, TW_UINT32 rowsPerStrip) {
     return page;
 }
 
-Lines passesOf(const Stage& stage) {
-    const Lines all = stage.viewer.traces();
-    Lines passes;
-    std::copy_if(all.begin(), all.end(), std::back_inserter(passes),
-                 [](const std::string& line) { return line.rfind("Pass", 0) == 0; });
-    return passes;
-}
 std::string pass(int number) {
     return "Pass = " + std::to_string(number) + " in TScanModule::BufferToFileForPlanar";
 }
@@ -296,7 +289,7 @@ TEST_CASE("planes are merged into pixels") {
         OneShotStage stage({page});
         stage.source.setBufferSizes(64, 200000, 200000);
         CHECK(stage.scan() == written);
-        CHECK(passesOf(stage) == Lines{pass(0), pass(1), pass(2)});
+        CHECK(stage.viewer.traces().with("Pass") == Lines{pass(0), pass(1), pass(2)});
         CHECK(pixelsOf(stage) == expectedPixels(page.info));
         // Never more than 256 KiB of whole rows for the work.
         const auto largest =
@@ -312,12 +305,12 @@ TEST_CASE("an image abandoned after its first plane shifts the colours of the ne
     broken.strips[1] = endedBy(TWRC_CANCEL);
     OneShotStage stage({broken});
     CHECK(stage.scan() == Lines{"ScanToFileGetName", "ScanToFileXferEnd -4", "ScanToFileDSClosed"});
-    CHECK(passesOf(stage) == Lines{pass(0)});
+    CHECK(stage.viewer.traces().with("Pass") == Lines{pass(0)});
 
     const Page next = planarPage(4, 2, 2);
     stage.source.put({next});
     CHECK(stage.scan() == written);
-    CHECK(passesOf(stage) == Lines{pass(1), pass(2), pass(0)});
+    CHECK(stage.viewer.traces().with("Pass") == Lines{pass(1), pass(2), pass(0)});
     // Red is in green's place, green in blue's, blue in red's.
     Bytes shifted = expectedPixels(next.info);
     for (size_t i = 0; i < shifted.size(); i += 3)

@@ -43,13 +43,6 @@ Lines sent(const std::string& pixelType, const std::string& resolution, const st
             "SET CAP_FEEDERENABLED one BOOL " + feeder,     "SET ICAP_XFERMECH one UINT16 2"};
 }
 
-Lines selected(const Lines& lines, const std::string& containing) {
-    Lines found;
-    std::copy_if(lines.begin(), lines.end(), std::back_inserter(found),
-                 [&](const std::string& line) { return line.find(containing) != std::string::npos; });
-    return found;
-}
-
 // Whether an ordinary session's image goes into a file.
 bool staysInFileMode(OneShotStage& stage) {
     stage.source.put({grayPage()});
@@ -100,8 +93,7 @@ TEST_CASE("the settings reach the source, in their order") {
     }
     CHECK(std::string(stage.manager.application().ProductName) == "Some Host");
     CHECK(stage.manager.userInterface().hParent == stage.host.window());
-    const Lines traces = stage.viewer.traces();
-    CHECK(selected(traces, "::PrestoScan") ==
+    CHECK(stage.viewer.traces().with("::PrestoScan") ==
           Lines{"Coming TScanModule::PrestoScan", "Processing some settings in TScanModule::PrestoScan",
                 "Set Xfer Mech in TScanModule::PrestoScan", "Leaving TScanModule::PrestoScan"});
     CHECK(stage.windows.memoryComplaints() == Lines{});
@@ -131,9 +123,9 @@ TEST_CASE("a setting that the source refuses makes it show its window") {
         CHECK(stage.module.PrestoScan(stage.host.window(), "Host", &stage.settings) == 1);
         CHECK(stage.manager.calls().back() ==
               (row.shows ? "ENABLEDS show 1 modal 0" : "ENABLEDS show 0 modal 0"));
-        CHECK(selected(stage.viewer.warnings(), "::PrestoScan") ==
+        CHECK(stage.viewer.warnings().with("::PrestoScan") ==
               (row.warning.empty() ? Lines{} : Lines{row.warning}));
-        CHECK(selected(stage.manager.calls(), "SET ICAP_YRESOLUTION").empty() != row.asksForY);
+        CHECK(stage.manager.calls().with("SET ICAP_YRESOLUTION").empty() != row.asksForY);
     }
 }
 
@@ -154,19 +146,17 @@ TEST_CASE("a scan that doesn't begin") {
         for (const char* const mechanism : {"2", "1", "0"})
             for (const char* const type : {"UINT16 ", "INT16 ", "BOOL "})
                 attempts += refused(std::string("SET ICAP_XFERMECH one ") + type + mechanism);
-        const Lines calls = stage.manager.calls();
-        CHECK(Lines(calls.end() - attempts.size(), calls.end()) == attempts);
-        CHECK(selected(stage.viewer.warnings(), "::PrestoScan") == Lines{});
+        CHECK(stage.manager.calls().last(attempts.size()) == attempts);
+        CHECK(stage.viewer.warnings().with("::PrestoScan") == Lines{});
         CHECK(stage.manager.state() == 4);
         CHECK_FALSE(staysInFileMode(stage));
     }
     SUBCASE("the source isn't enabled: it is closed, and files it is from now on") {
         stage.manager.answerNext(operation::enableDs, failWith(TWCC_OPERATIONERROR));
         CHECK(start() == 0);
-        const Lines calls = stage.manager.calls();
-        CHECK(Lines(calls.end() - 4, calls.end()) ==
+        CHECK(stage.manager.calls().last(4) ==
               Lines{"ENABLEDS show 0 modal 0", "STATUS", "CLOSEDS", "CLOSEDSM"});
-        CHECK(selected(stage.viewer.warnings(), "able") ==
+        CHECK(stage.viewer.warnings().with("able") ==
               Lines{"DSM_Entry returns failure in TScanModule::EnableDS",
                     "EnableDS returns failure in TScanModule::PrestoScan",
                     "DS is already disabled in TScanModule::DisableDS"});
@@ -349,7 +339,7 @@ TEST_CASE("each route, each way it can end") {
             if (ending.reached == Ending::Refusal && route.mechanism == SM_MECH_MEMORY)
                 notes.push_back("Image xfer error" + in);
             notes += {route.ends + in, route.closes + in, "Leaving TScanModule::" + route.method};
-            CHECK(selected(stage.viewer.traces(), route.method) == notes);
+            CHECK(stage.viewer.traces().with(route.method) == notes);
         }
     }
 }
@@ -494,9 +484,8 @@ TEST_CASE("whether there are more pages is asked") {
             stage.manager.answer(operation::getCurrent(CAP_FEEDERLOADED), row.loaded);
             stage.windows.messageBoxAnswer = button;
             CHECK(stage.scan() == ended(0));
-            CHECK(selected(stage.manager.calls(), "GETCURRENT CAP_FEEDERLOADED").size() == row.asksPaper);
-            const Lines calls = stage.manager.calls();
-            CHECK(Lines(calls.end() - 4, calls.end()) == Lines(closed.begin() + 1, closed.end()));
+            CHECK(stage.manager.calls().with("GETCURRENT CAP_FEEDERLOADED").size() == row.asksPaper);
+            CHECK(stage.manager.calls().last(4) == closed.last(4));
             REQUIRE(stage.windows.messageBoxes.size() == row.asksUser);
             if (!row.asksUser) continue;
             const MessageBoxCall& box = stage.windows.messageBoxes.front();
@@ -553,8 +542,8 @@ TEST_CASE("once files, always files") {
         CHECK(stage.module.SetXferMech(SM_MECH_NATIVE) == 0);
         stage.module.EnableDS(FALSE, FALSE);
         stage.deliver(MSG_XFERREADY);
-        CHECK(selected(stage.manager.calls(), "XFER").front() == "SET ICAP_XFERMECH one UINT16 0");
-        CHECK(selected(stage.manager.calls(), "IMAGENATIVEXFER").size() == 1);
+        CHECK(stage.manager.calls().with("XFER").front() == "SET ICAP_XFERMECH one UINT16 0");
+        CHECK(stage.manager.calls().with("IMAGENATIVEXFER").size() == 1);
     }
     SUBCASE("and the module closes what asks to be closed") {
         stage.enable();

@@ -22,6 +22,15 @@ public:
         return all;
     }
 
+    // Those that contain the text.
+    Lines with(const std::string& text) const {
+        Lines found;
+        for (const std::string& line : *this)
+            if (line.find(text) != std::string::npos) found.push_back(line);
+        return found;
+    }
+    Lines last(size_t count) const { return Lines(end() - static_cast<std::ptrdiff_t>(count), end()); }
+
     friend std::ostream& operator<<(std::ostream& out, const Lines& lines) {
         out << lines.size() << " lines";
         for (const std::string& line : lines)

@@ -1,0 +1,27 @@
+#include "MemoryStage.h"
+
+const Lines wholePage = {"XferStart", "XferData", "XferData", "XferEnd 0"};
+
+Page grayPage() {
+    return {imageInfo(TWPT_GRAY, 8, 4, 4), cutRows(pattern(16), 4, 4, 2)};
+}
+
+MemoryStage::MemoryStage(std::vector<Page> pages) {
+    source.put(std::move(pages));
+    host.onXferData = [this](const TXferStripInfo& strip) { keep(strip); };
+}
+
+void MemoryStage::keep(const TXferStripInfo& strip) {
+    strips.push_back(std::to_string(strip.Columns) + "x" + std::to_string(strip.Rows) + " at " +
+                     std::to_string(strip.XOffset) + "," + std::to_string(strip.YOffset) + ": " +
+                     std::to_string(strip.BytesWritten) + " bytes, rows of " +
+                     std::to_string(strip.BytesPerRow) + (strip.DibAligned != 0 ? " as in a DIB" : ""));
+    const auto* const bytes = static_cast<const uint8_t*>(strip.Buffer->BufferPointer);
+    received.insert(received.end(), bytes, bytes + strip.BytesWritten);
+}
+
+Lines MemoryStage::run(bool showUI) {
+    enable(showUI);
+    deliver(MSG_XFERREADY);
+    return host.messages();
+}
