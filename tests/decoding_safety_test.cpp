@@ -109,6 +109,7 @@ const ContainerImage badLists[] = {
     cut(enumeration(TWTY_UINT16, {1, 2, 3}), 17),
     cut(enumeration(TWTY_UINT16, {1, 2, 3}), 13),
     cut(enumeration(TWTY_UINT16, {1, 2, 3}), 6),
+    cut(enumeration(TWTY_UINT16, {1, 2, 3}), 3),
     cut(enumeration(TWTY_UINT16, {1, 2, 3}), 1),
     enumeration(TWTY_FRAME, {1, 2, 3}),
     enumeration(0x7fff, {1, 2, 3}),
@@ -116,8 +117,13 @@ const ContainerImage badLists[] = {
 };
 
 const ContainerImage badCurrentItems[] = {
-    lyingList(3, 3),          lyingList(3, 1000),       lyingList(3, 0x7fffffff),
-    lyingList(3, 0x80000000), lyingList(3, 0xffffffff), enumeration(TWTY_UINT16, {}, 0),
+    lyingList(2, 2),
+    lyingList(3, 3),
+    lyingList(3, 1000),
+    lyingList(3, 0x7fffffff),
+    lyingList(3, 0x80000000),
+    lyingList(3, 0xffffffff),
+    enumeration(TWTY_UINT16, {}, 0),
 };
 
 const ContainerImage badRanges[] = {

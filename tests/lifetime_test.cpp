@@ -71,17 +71,6 @@ TEST_CASE("detaching with a source open leaves the manager's library loaded") {
     }
 }
 
-TEST_CASE("a detached module can be attached again") {
-    Stage stage;
-    stage.open();
-    stage.module.CloseDS();
-    stage.module.unload();
-    stage.forget();
-    Module again;
-    CHECK(again.OpenDS(stage.host.window(), nullptr) == 0);
-    CHECK(again.CloseDS() == 0);
-}
-
 TEST_CASE("the identity that the module presents") {
     Stage stage;
     stage.module.OpenDS(stage.host.window(), nullptr);

@@ -200,14 +200,6 @@ TEST_CASE("a viewer without its memory, or one that comes later, gets nothing") 
     }
 }
 
-TEST_CASE("a viewer that is gone does no harm") {
-    const TraceSwitches switches;
-    auto viewer = std::make_unique<RecordingViewer>();
-    const Module module;
-    viewer.reset();
-    CHECK(module.IsTWAINAvailable() == 1);
-}
-
 // The lines of the module are all short: the writer itself is tried with a long one.
 TEST_CASE("a line is cut to the memory it has") {
     const TraceSwitches switches;
