@@ -119,56 +119,38 @@ TEST_CASE("every kind of image: headers as written, pixels as another decoder re
     }
 }
 
-TEST_CASE("a file byte for byte") {
-    const TW_IMAGEINFO info = imageInfo(TWPT_RGB, 24, 3, 2);
-    OneShotStage stage({{info, cutRows(pattern(18), 9, 3, 1)}});
+TEST_CASE("rows byte for byte: the lowest first, blue first, padded with zeros") {
+    OneShotStage stage({{imageInfo(TWPT_RGB, 24, 3, 2), cutRows(pattern(18), 9, 3, 1)}});
     CHECK(stage.scan() == written);
-    const Bytes p = pattern(18);
-    CHECK(
-        stage.fileBytes() ==
-        Bytes{'B',  'M',   78,    0,    0,     0,     0,     0,     0,     0,     54, 0, 0, 0,  // file header
-              40,   0,     0,     0,    3,     0,     0,     0,     2,     0,     0,  0, 1, 0, 24,
-              0,    0,     0,     0,    0,     0,     0,     0,     0,  // info header
-              0,    0,     0,     0,    0,     0,     0,     0,     0,     0,     0,  0, 0, 0, 0,
-              0,    p[11], p[10], p[9], p[14], p[13], p[12], p[17], p[16], p[15], 0,  0, 0,  // lower row
-              p[2], p[1],  p[0],  p[5], p[4],  p[3],  p[8],  p[7],  p[6],  0,     0,  0});   // upper row
+    const Bytes file = stage.fileBytes(), p = pattern(18);
+    CHECK(Bytes(file.begin() + 54, file.end()) == Bytes{p[11], p[10], p[9], p[14], p[13], p[12], p[17], p[16],
+                                                        p[15], 0,     0,    0,     p[2],  p[1],  p[0],  p[5],
+                                                        p[4],  p[3],  p[8], p[7],  p[6],  0,     0,     0});
 }
 
-TEST_CASE("palettes as written") {
+TEST_CASE("palette entries that the source doesn't give are white") {
     struct Row {
         std::string name;
-        TW_INT16 pixelType, bits;
         Answer palette;
-        Bytes expected;  // from the file's offset 54 on
+        unsigned given;
     };
-    Bytes ramp, colors, white(1024, 0xFF);
-    for (unsigned i = 0; i < 256; ++i) {
-        const Color color = paletteColor(i);
-        const auto level = static_cast<uint8_t>(i);
-        for (const uint8_t byte : {level, level, level, uint8_t{0}})
-            ramp.push_back(byte);
-        for (const uint8_t byte : {color[2], color[1], color[0], uint8_t{0}})
-            colors.push_back(byte);
-        white[i * 4 + 3] = 0;
-    }
-    Bytes some = colors;
-    std::copy(white.begin() + 40, white.end(), some.begin() + 40);
     const Row rows[] = {
-        {"black, white", TWPT_BW, 1, succeed(), {0, 0, 0, 0, 255, 255, 255, 0}},
-        {"a ramp of gray", TWPT_GRAY, 8, succeed(), ramp},
-        {"the source's colours", TWPT_PALETTE, 8, copy(sourcePalette(256)), colors},
-        {"less than the depth has room for", TWPT_PALETTE, 8, copy(sourcePalette(10)), some},
-        {"too many", TWPT_PALETTE, 8, fill<TW_PALETTE8>([](TW_PALETTE8& p) { p.NumColors = 300; }), white},
-        {"none", TWPT_PALETTE, 8, failWith(TWCC_BADPROTOCOL), white},
+        {"some", copy(sourcePalette(10)), 10},
+        {"too many", fill<TW_PALETTE8>([](TW_PALETTE8& p) { p.NumColors = 300; }), 0},
+        {"none", failWith(TWCC_BADPROTOCOL), 0},
     };
     for (const Row& row : rows) {
         CAPTURE(row.name);
-        const TW_IMAGEINFO info = imageInfo(row.pixelType, row.bits, 4, 1);
-        OneShotStage stage({{info, cutRows(sourceRows(info, 4), 4, 4, 1)}});
+        OneShotStage stage({{imageInfo(TWPT_PALETTE, 8, 4, 1), cutRows(pattern(4), 4, 4, 1)}});
         stage.manager.answer(operation::palette, row.palette);
         CHECK(stage.scan() == written);
+        Bytes expected;
+        for (unsigned i = 0; i < 256; ++i) {
+            const Color color = i < row.given ? paletteColor(i) : Color{255, 255, 255};
+            expected.insert(expected.end(), {color[2], color[1], color[0], 0});
+        }
         const Bytes file = stage.fileBytes();
-        CHECK(Bytes(file.begin() + 54, file.end() - 4) == row.expected);
+        CHECK(Bytes(file.begin() + 54, file.begin() + 1078) == expected);
     }
 }
 
@@ -238,6 +220,47 @@ TEST_CASE("a strip's rows are counted by its bytes") {
         CHECK(stage.scan() == written);
         CHECK(pixelsOf(stage) == expectedPixels(info));
     }
+}
+
+TEST_CASE("a last strip filled up beyond the image") {
+    for (const bool planar : {false, true}) {
+        CAPTURE(planar);
+        TW_IMAGEINFO info = imageInfo(TWPT_RGB, 24, 4, 4);
+        info.Planar = planar;
+        std::vector<Strip> strips = cutRows(
+            planar ? pattern(20) : sourceRows(imageInfo(TWPT_RGB, 24, 4, 5), 12), planar ? 4 : 12, 4, 2);
+        strips[2].facts.rows = 3, strips[2].facts.bytesWritten = 3 * strips[2].facts.bytesPerRow;
+        strips[2].bytes.resize(strips[2].facts.bytesWritten, 0x77);
+        OneShotStage stage({{info, strips}});
+        CHECK(stage.scan() == written);
+        const Bytes file = stage.fileBytes();
+        CHECK(headerText(file) == "BM size 102 pixels at 54, 4x4, 24 bits, 0 colours");
+        CHECK(file.size() == 102);
+        if (!planar) CHECK(pixelsOf(stage) == expectedPixels(info));
+    }
+}
+
+TEST_CASE("the writer's methods bracket their lines") {
+    const Page page = {imageInfo(TWPT_RGB, 24, 4, 4), cutRows(pattern(48), 12, 4, 2)};
+    Page planar = page;
+    planar.info.Planar = TRUE;
+    OneShotStage stage({page});
+    stage.scan();
+    Lines traces = stage.viewer.traces();
+    stage.source.put({planar});
+    stage.scan();
+    traces += stage.viewer.traces();
+    for (const std::string method :
+         {"CheckDiskSpace", "WriteDIBHeader", "AppendBufferToFile", "BufferToFile", "BufferToFileForPlanar",
+          "ImageBytesPerRow", "ImageDataSize", "PaletteSize"}) {
+        CAPTURE(method);
+        const auto lines = [&](const std::string& text) {
+            return std::count(traces.begin(), traces.end(), text + " TScanModule::" + method);
+        };
+        CHECK(lines("Coming") > 0);
+        CHECK(lines("Coming") == lines("Leaving"));
+    }
+    CHECK(traces.with("Reverse R,B data") == 2 * Lines{"Reverse R,B data in TScanModule::BufferToFile"});
 }
 
 namespace {

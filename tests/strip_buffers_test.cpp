@@ -42,24 +42,34 @@ TEST_CASE("sizes that make no sense are adjusted") {
 }
 
 TEST_CASE("sizes that can't be had") {
-    const std::string method = "in TScanModule::GetMemXferSize";
-    Stage stage;
+    const std::string method = " in TScanModule::GetMemXferSize";
     std::vector<unsigned> sizes = {1, 2, 3};
-    const auto ask = [&] { return stage.module.GetMemXferSize(&sizes[0], &sizes[1], &sizes[2]); };
+    const auto ask = [&](Stage& stage) {
+        stage.forget();
+        return stage.module.GetMemXferSize(&sizes[0], &sizes[1], &sizes[2]);
+    };
     SUBCASE("refused by the source") {
+        Stage stage;
         stage.open();
         stage.manager.answer(operation::setupMemory, failWith(TWCC_OPERATIONERROR));
-        CHECK(ask() == TWCC_OPERATIONERROR);
+        CHECK(ask(stage) == TWCC_OPERATIONERROR);
         CHECK(stage.manager.calls() == refused("SETUPMEMXFER"));
         CHECK(sizes == std::vector<unsigned>{0x10000, 0x10000, 0x10000});
-        CHECK(stage.viewer.warnings() == Lines{"DSM_Entry returns failure " + method});
+        CHECK(stage.viewer.warnings() == Lines{"DSM_Entry returns failure" + method});
     }
     SUBCASE("no source open") {
-        stage.forget();
-        CHECK(ask() == 11);
+        Stage stage;
+        CHECK(ask(stage) == 11);
         CHECK(stage.manager.calls() == Lines{});
         CHECK(sizes == std::vector<unsigned>{1, 2, 3});
-        CHECK(stage.viewer.warnings() == Lines{"Sequence error " + method});
+        CHECK(stage.viewer.warnings() == Lines{"Sequence error" + method});
+    }
+    SUBCASE("no manager") {
+        const ManagerFile missing(ManagerFile::Kind::Missing);
+        Stage stage;
+        CHECK(ask(stage) == -1);
+        CHECK(sizes == std::vector<unsigned>{1, 2, 3});
+        CHECK(stage.viewer.warnings().last(1) == Lines{"TWAIN is not available" + method});
     }
 }
 
