@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "BmpFile.h"
+#include "ImageTransfers.h"
 #include "PageRenderer.h"
 #include "TestPage.h"
 
@@ -276,8 +277,25 @@ TEST_CASE("the user's own page is served pixel for pixel at its own resolution")
     bmp.pop_back();
     write(bmp);
     CHECK_THROWS_WITH(BmpFile{path}, "the file ends too early");
+    // 21845 x 65536 pixels: the size of the rows in bytes is 2 to the power of 32.
+    bmp[18] = bmp[19] = 0x55;
+    bmp[22] = 0;
+    bmp[24] = 1;
+    write(bmp);
+    CHECK_THROWS_WITH(BmpFile{path}, "the file ends too early");
     write({'B', 'M'});
     CHECK_THROWS_WITH(BmpFile{path}, "the file ends too early");
     DeleteFileA(path);
     CHECK_THROWS_WITH(BmpFile{path}, "the file can't be opened");
+}
+
+TEST_CASE("a page that no bitmap can hold is refused") {
+    PageRequest request;
+    request.area = {0, 0, 100, 100};
+    request.xResolution = request.yResolution = 400;  // 4.8 GB
+    const TestPage page(100, 100);
+    TW_UINT32 handle = 0;
+    CHECK(transferNative(request, page, {}, handle).conditionCode == TWCC_LOWMEMORY);
+    CHECK(transferFile(request, page, {}, "too large.bmp").conditionCode == TWCC_FILEWRITEERROR);
+    CHECK(GetFileAttributesA("too large.bmp") == INVALID_FILE_ATTRIBUTES);
 }

@@ -24,6 +24,13 @@ void readExactly(std::FILE* file, void* target, std::size_t bytes) {
     if (std::fread(target, 1, bytes, file) != bytes) throw std::runtime_error("the file ends too early");
 }
 
+// 0 for a file of 2 GiB or more, whose pixels no process of 32 bits can hold.
+std::uint64_t fileSize(std::FILE* file) {
+    if (std::fseek(file, 0, SEEK_END) != 0) return 0;
+    const long size = std::ftell(file);
+    return size > 0 ? static_cast<std::uint64_t>(size) : 0;
+}
+
 double resolutionOf(LONG pixelsPerMeter) {
     // The file holds whole pixels per metre: 300 per inch stand there as 11811, so the inch value is rounded.
     return pixelsPerMeter > 0 ? std::max(1.0, std::round(pixelsPerMeter / inchesPerMeter)) : 100;
@@ -96,7 +103,11 @@ BmpFile::BmpFile(const std::string& path) {
         palette_.resize(most);  // indices beyond the table are black
     }
     stride_ = (static_cast<std::size_t>(width_) * static_cast<std::size_t>(bits_) + 31) / 32 * 4;
-    rows_.resize(stride_ * static_cast<std::size_t>(height_));
+    // Checked before the memory is taken: a damaged header may tell of more than there can be.
+    const std::uint64_t bytes = static_cast<std::uint64_t>(stride_) * static_cast<std::uint64_t>(height_);
+    if (fileHeader.bfOffBits + bytes > fileSize(file.get()))
+        throw std::runtime_error("the file ends too early");
+    rows_.resize(static_cast<std::size_t>(bytes));
     std::fseek(file.get(), static_cast<long>(fileHeader.bfOffBits), SEEK_SET);
     readExactly(file.get(), rows_.data(), rows_.size());
 }

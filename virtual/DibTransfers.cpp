@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <utility>
 
@@ -27,7 +28,13 @@ public:
     const std::vector<std::uint8_t>& header() const { return header_; }
     int height() const { return renderer_.height(); }
     std::size_t stride() const { return stride_; }
-    std::size_t pixelBytes() const { return stride_ * static_cast<std::size_t>(height()); }
+    std::uint64_t pixelBytes() const {
+        return static_cast<std::uint64_t>(stride_) * static_cast<std::uint64_t>(height());
+    }
+    // Sizes in bitmaps have 32 bits; larger pages can only be had strip by strip.
+    bool tooLarge() const {
+        return sizeof(BITMAPFILEHEADER) + header_.size() + pixelBytes() > std::numeric_limits<DWORD>::max();
+    }
     // Row `upward`, counted from the foot of the page, padded.
     const std::vector<std::uint8_t>& row(int upward) {
         renderer_.render(height() - 1 - upward, row_.data());
@@ -58,7 +65,8 @@ bool writeAll(std::FILE* file, const std::vector<std::uint8_t>& bytes) {
 }
 
 bool writeBmp(std::FILE* file, DibPage& page) {
-    if (!writeAll(file, bmpFileHeader(page.header().size(), page.pixelBytes()))) return false;
+    const auto pixelBytes = static_cast<std::size_t>(page.pixelBytes());
+    if (!writeAll(file, bmpFileHeader(page.header().size(), pixelBytes))) return false;
     if (!writeAll(file, page.header())) return false;
     for (int upward = 0; upward < page.height(); ++upward)
         if (!writeAll(file, page.row(upward))) return false;
@@ -70,7 +78,9 @@ bool writeBmp(std::FILE* file, DibPage& page) {
 Outcome transferNative(const PageRequest& page, const PageContent& content, const Density& density,
                        TW_UINT32& handle) {
     DibPage dib(page, content, density.x, density.y);
-    const HGLOBAL block = makeGlobal(dib.header().size() + dib.pixelBytes(), [&](std::uint8_t* target) {
+    if (dib.tooLarge()) return failure(TWCC_LOWMEMORY);
+    const std::size_t bytes = dib.header().size() + static_cast<std::size_t>(dib.pixelBytes());
+    const HGLOBAL block = makeGlobal(bytes, [&](std::uint8_t* target) {
         std::memcpy(target, dib.header().data(), dib.header().size());
         target += dib.header().size();
         for (int upward = 0; upward < dib.height(); ++upward, target += dib.stride())
@@ -84,6 +94,7 @@ Outcome transferNative(const PageRequest& page, const PageContent& content, cons
 Outcome transferFile(const PageRequest& page, const PageContent& content, const Density& density,
                      const std::string& path) {
     DibPage dib(page, content, density.x, density.y);
+    if (dib.tooLarge()) return failure(TWCC_FILEWRITEERROR);
     std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path.c_str(), "wb"));
     if (!file) return failure(TWCC_FILEWRITEERROR);
     bool complete = writeBmp(file.get(), dib);
