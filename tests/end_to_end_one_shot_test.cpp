@@ -109,6 +109,18 @@ TEST_CASE("a one-shot scan that ends badly says so and leaves no file") {
     CHECK(folder.files() == Lines{});
 }
 
+TEST_CASE("what the one-shot scan can't remove is named") {
+    ScanFolder folder;
+    const Lines printed =
+        folder.smscan({"--presto", "--mode", "color", "--resolution", "50", "--output", "p.bmp"},
+                      {"Planar=1", "StripColumns=100"});
+    CHECK(printed ==
+          Lines{"! smscan: The page's file can't be made or written. What came of it is left in \"" +
+                    folder.path("p.part.bmp") + "\".",
+                "exit 6"});
+    CHECK(folder.files() == Lines{"p.part.bmp"});
+}
+
 TEST_CASE("a depth that the one-shot scan doesn't know is shown in a box, and ends it") {
     ScanFolder folder;
     ForeignDialog windows(IDOK);

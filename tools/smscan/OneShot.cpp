@@ -50,6 +50,14 @@ PrestoScanSettings settingsFrom(const Options& options) {
     }
 }
 
+// Where a strip couldn't be written the module leaves the file open, and so it can't be removed.
+Failure withLeftover(Failure failure, const UnfinishedFile& file) {
+    DeleteFileA(file.name().c_str());
+    if (GetFileAttributesA(file.name().c_str()) != INVALID_FILE_ATTRIBUTES)
+        failure.text += format(" What came of it is left in \"%s\".", file.name().c_str());
+    return failure;
+}
+
 // The BMP header's resolution isn't reliable in these files, so it is the one that was set.
 void keepPage(UnfinishedFile& file, const std::string& path, int dotsPerInch) {
     const DibFacts facts = readBmpFacts(file.name());
@@ -96,7 +104,7 @@ void scanOneShot(const ModuleLibrary& module, const Options& options, const Page
     module.smDisableDS();
     module.smCloseDS();
     if (written) keepPage(file, names.pathOf(1), settings.Resolution);
-    if (window.failure()) throw *window.failure();
+    if (window.failure()) throw withLeftover(*window.failure(), file);
     if (written) return;
     if (end == HostWindow::End::TimedOut)
         throw Failure{ExitCode::SourceError,
