@@ -8,7 +8,7 @@
 
 #include "Lines.h"
 
-using Words = Lines; // of a command line
+using Words = Lines;  // of a command line
 
 class ScanFolder {
 public:
