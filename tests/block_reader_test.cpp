@@ -187,6 +187,7 @@ TEST_CASE("what one strip gives") {
         {"colours, padded", TWPT_RGB, 24, 3, {12, 3, 2, 0, 0, 24}, 100, 18, bytes({{0, 9}, {12, 21}})},
         {"gray without padding", TWPT_GRAY, 8, 3, {3, 3, 2, 0, 0, 6}, 100, 6, bytes({{0, 6}})},
         {"gray, padded", TWPT_GRAY, 8, 3, {4, 3, 2, 0, 0, 8}, 100, 6, bytes({{0, 3}, {4, 7}})},
+        {"into no buffer", TWPT_GRAY, 8, 3, {3, 3, 4, 0, 0, 12}, 0, 0, {}},
         {"no bytes", TWPT_GRAY, 8, 3, {3, 3, 2, 0, 0, 0}, 100, 0, {}},
         {"no bytes of padded rows", TWPT_GRAY, 8, 3, {4, 3, 2, 0, 0, 0}, 100, 0, {}},
         // Every type but RGB counts a byte per pixel: one row of 16 pixels takes the bytes of 8 rows.
@@ -325,29 +326,32 @@ TEST_CASE("without memory, or without a source, nothing is asked and the count s
 }
 
 TEST_CASE("cancelling while the source works on a strip") {
+    enum class Cancelled { None, This, All };
     struct Row {
         std::string name;
-        bool all, last;
+        Cancelled cancelled;
+        bool last;
         int result;
         unsigned count;
         Lines calls;
     };
     const Lines begin = {"SETUPMEMXFER", "IMAGEINFO", "IMAGEMEMXFER"};
     const Row rows[] = {
-        {"this page", false, false, 0, 12, begin},
-        {"this page, by its last strip", false, true, 0, 12, begin},
-        {"all pages", true, false, 1, over, begin + Lines{"RESET"}},
-        {"all pages, by the last strip", true, true, 1, over, begin + Lines{"RESET"}},
+        {"nothing", Cancelled::None, false, 0, 12, begin},
+        {"this page", Cancelled::This, false, 0, 12, begin},
+        {"this page, by its last strip", Cancelled::This, true, 0, 12, begin},
+        {"all pages", Cancelled::All, false, 1, over, begin + Lines{"RESET"}},
+        {"all pages, by the last strip", Cancelled::All, true, 1, over, begin + Lines{"RESET"}},
     };
     for (const Row& row : rows) {
         CAPTURE(row.name);
         PullStage stage({colorPage(4, row.last ? 1 : 2, 12, 1)});
         stage.enable();
+        // What was cancelled before the call doesn't count.
+        stage.module.CancelAllXfer();
         stage.source.whileTransferring = [&] {
-            if (row.all)
-                stage.module.CancelAllXfer();
-            else
-                stage.module.CancelThisXfer();
+            if (row.cancelled == Cancelled::All) stage.module.CancelAllXfer();
+            if (row.cancelled == Cancelled::This) stage.module.CancelThisXfer();
         };
         CHECK(stage.pull(12) == row.result);
         CHECK(stage.count == row.count);
@@ -385,6 +389,7 @@ TEST_CASE("strips that lie touch nothing outside the host's buffer and its slack
                       {strip}}},
                     maker);
                 stage.enable();
+                stage.windows.guardBlocks = true;
                 // 300 bytes and a row of 10 pixels, then nothing.
                 GuardedBuffer buffer(300 + (pixelType == TWPT_RGB ? 30 : 10));
                 unsigned count = unwritten;

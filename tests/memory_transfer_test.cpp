@@ -31,18 +31,20 @@ TEST_CASE("a batch of two pages: every operation, message and line in its order"
 }
 
 TEST_CASE("cancelling from each handler") {
-    enum class From { Start, Data, End };
+    enum class From { Start, Data, LastData, End };
     struct Row {
         From from;
         bool all;
         Lines messages;
     };
     const Lines two = 2 * wholePage;
-    const Lines afterStart = {"XferStart", "XferEnd -5"}, afterData = {"XferStart", "XferData", "XferEnd -5"};
+    const Lines afterStart = {"XferStart", "XferEnd -5"}, afterData = {"XferStart", "XferData", "XferEnd -5"},
+                afterLast = {"XferStart", "XferData", "XferData", "XferEnd -5"};
     const Row rows[] = {
-        {From::Start, false, afterStart + two}, {From::Start, true, afterStart},
-        {From::Data, false, afterData + two},   {From::Data, true, afterData},
-        {From::End, false, wholePage + two},    {From::End, true, wholePage},
+        {From::Start, false, afterStart + two},   {From::Start, true, afterStart},
+        {From::Data, false, afterData + two},     {From::Data, true, afterData},
+        {From::LastData, false, afterLast + two}, {From::LastData, true, afterLast},
+        {From::End, false, wholePage + two},      {From::End, true, wholePage},
     };
     for (const Row& row : rows) {
         CAPTURE(static_cast<int>(row.from));
@@ -58,7 +60,9 @@ TEST_CASE("cancelling from each handler") {
                 stage.module.CancelThisXfer();
         };
         stage.host.onXferStart = [&](TXferImageInfo&) { cancelFirst(From::Start); };
-        stage.host.onXferData = [&](const TXferStripInfo&) { cancelFirst(From::Data); };
+        stage.host.onXferData = [&](const TXferStripInfo& strip) {
+            cancelFirst(strip.YOffset == 0 ? From::Data : From::LastData);
+        };
         stage.host.onXferEnd = [&](int, const TXferImageInfo&) { cancelFirst(From::End); };
         CHECK(stage.run() == row.messages);
         const Lines calls = stage.manager.calls();

@@ -344,21 +344,24 @@ TEST_CASE("each route, each way it can end") {
     }
 }
 
-TEST_CASE("what is in the file") {
-    OneShotStage stage({grayPage()});
-    provide(stage);
-    std::ofstream(stage.path) << std::string(5000, 'x');  // a longer old file
-    SUBCASE("strips") {
-        stage.scan(SM_MECH_MEMORY);
-        CHECK(stage.fileBytes().size() == 1078 + 16);
-    }
-    SUBCASE("what the source wrote") {
-        stage.scan(SM_MECH_FILE);
-        CHECK(readFile(stage.path) == "the source's");
-    }
-    SUBCASE("a DIB") {
-        stage.scan(SM_MECH_NATIVE);
-        CHECK(stage.fileBytes().size() == 54 + 16);
+TEST_CASE("an old file makes room before the source is asked for anything") {
+    struct Row {
+        unsigned short mechanism;
+        size_t fileSize;
+    };
+    for (const Row& row : {Row{SM_MECH_MEMORY, 1078 + 16}, {SM_MECH_FILE, 12}, {SM_MECH_NATIVE, 54 + 16}}) {
+        CAPTURE(row.mechanism);
+        OneShotStage stage({grayPage()});
+        provide(stage);
+        std::ofstream(stage.path) << std::string(5000, 'x');
+        bool isGone = false;
+        stage.manager.answer(operation::imageInfo, fill<TW_IMAGEINFO>([&](TW_IMAGEINFO& info) {
+                                 info = grayPage().info;
+                                 isGone = !stage.hasFile();
+                             }));
+        CHECK(stage.scan(row.mechanism) == ended(0));
+        CHECK(isGone);
+        CHECK(stage.fileBytes().size() == row.fileSize);
     }
 }
 

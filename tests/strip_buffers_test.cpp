@@ -2,6 +2,7 @@
 // may do to it.
 #include <doctest.h>
 
+#include <algorithm>
 #include <numeric>
 
 #include "GuardedBuffer.h"
@@ -77,16 +78,16 @@ TEST_CASE("the module's buffer: preferred size, else the minimum, else the maxim
     struct Row {
         TW_SETUPMEMXFER sizes;
         SIZE_T largest;  // allocations of this size fail
+        std::vector<SIZE_T> tried;
         TW_UINT32 used;  // 0: none could be had
     };
     const TW_UINT32 huge = 0x7FFF0000;
     const Row rows[] = {
-        {{600000, 800000, 700000}, 800001, 700000},
-        {{600000, 800000, 700000}, 700000, 600000},
-        {{huge, 500000, huge},
-         600000,
-         500000},  // the preferred size becomes the minimum, the maximum is left
-        {{600000, 800000, 700000}, 600000, 0},
+        {{600000, 800000, 700000}, 800001, {700000}, 700000},
+        {{600000, 800000, 700000}, 700000, {700000, 600000}, 600000},
+        // The preferred size becomes the minimum.
+        {{huge, 500000, huge}, 600000, {huge, huge, 500000}, 500000},
+        {{600000, 800000, 700000}, 600000, {700000, 600000, 800000}, 0},
     };
     for (const Row& row : rows) {
         CAPTURE(row.largest);
@@ -97,6 +98,10 @@ TEST_CASE("the module's buffer: preferred size, else the minimum, else the maxim
         stage.enable(true);
         stage.windows.largestAllocation = row.largest;
         stage.deliver(MSG_XFERREADY);
+        std::vector<SIZE_T> tried = stage.windows.allocations;
+        tried.erase(std::remove_if(tried.begin(), tried.end(), [](SIZE_T size) { return size < 500000; }),
+                    tried.end());
+        CHECK(std::vector<SIZE_T>(tried.begin(), tried.begin() + tried.size() / 2) == row.tried);
         if (row.used == 0) {
             CHECK(stage.host.messages() == 2 * Lines{"XferStart", "XferEnd 2"});
             CHECK(stage.viewer.warnings().with("Low Memory in TScanModule::DoMemXfer").size() == 2);

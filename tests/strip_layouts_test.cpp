@@ -143,6 +143,7 @@ TEST_CASE("rows that disagree with the bytes are counted anew") {
         {"fewer rows than bytes", {4, 4, 1, 0, 0, 12}, "4x3 at 0,0: 12 bytes, rows of 4 as in a DIB", 1},
         {"a row that isn't whole", {4, 4, 3, 0, 0, 11}, "4x2 at 0,0: 11 bytes, rows of 4 as in a DIB", 1},
         {"longer rows", {6, 4, 2, 0, 0, 12}, "4x2 at 0,0: 12 bytes, rows of 6", 1},
+        {"rows of no bytes", {0, 4, 5, 0, 0, 12}, "4x0 at 0,0: 12 bytes, rows of 0", 1},
         {"nothing", {4, 4, 0, 0, 0, 0}, "4x0 at 0,0: 0 bytes, rows of 4 as in a DIB", 0},
         {"all in order", {4, 4, 3, 0, 0, 12}, "4x3 at 0,0: 12 bytes, rows of 4 as in a DIB", 0},
     };
