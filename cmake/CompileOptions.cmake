@@ -8,7 +8,12 @@ target_compile_definitions(project_options INTERFACE WIN32_LEAN_AND_MEAN NOMINMA
 
 if(MSVC)
   # SSE2 arithmetic: x87's extra precision changes unit conversions (300 dpi would read back as 299).
-  target_compile_options(project_options INTERFACE /W4 /WX /utf-8 /arch:SSE2 /d1trimfile:${PROJECT_SOURCE_DIR}/)
+  # Trimming keeps trace lines free of the builder's paths; it compares with the path as MSBuild writes it.
+  file(TO_NATIVE_PATH "${PROJECT_SOURCE_DIR}/" source_dir_native)
+  target_compile_options(project_options INTERFACE /W4 /WX /utf-8 /arch:SSE2
+                                                   "/d1trimfile:${source_dir_native}")
+  # The standard C functions are meant, not Microsoft's replacements.
+  target_compile_definitions(project_options INTERFACE _CRT_SECURE_NO_WARNINGS)
   set(CMAKE_MSVC_RUNTIME_LIBRARY "MultiThreaded$<$<CONFIG:Debug>:Debug>")
 else()
   # SSE2 arithmetic: x87's extra precision changes unit conversions (300 dpi would read back as 299).

@@ -11,7 +11,7 @@
 #                  that are found by name. All tests of one kind of prefix share one Windows folder.
 #   TIMEOUT        in seconds, 120 when left out
 #
-# The current folder is ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}, where ScanModule.dll is. On Windows the program runs
+# The current folder is ${PRODUCT_DIR}, where ScanModule.dll is. On Windows the program runs
 # directly and PREFIX only adds a label, so that tests which need a manager can be left out (ctest -LE).
 function(add_wine_test name target)
   cmake_parse_arguments(PARSE_ARGV 2 arg "" "PREFIX;TIMEOUT" "ARGS;RESOURCE_LOCK;ENVIRONMENT;LABELS")
@@ -37,7 +37,7 @@ function(add_wine_test name target)
   add_test(
     NAME ${name}
     COMMAND ${launcher} ${hold_stderr} $<TARGET_FILE:${target}> ${arg_ARGS}
-    WORKING_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+    WORKING_DIRECTORY ${PRODUCT_DIR})
   set_tests_properties(
     ${name}
     PROPERTIES TIMEOUT ${arg_TIMEOUT}

@@ -2,31 +2,27 @@
 #include <algorithm>
 #include <cstring>
 
+#include "Names.h"
 #include "StripBuffer.h"
 #include "TScanModule.h"
 #include "TransferRecords.h"
 
 namespace {
 
-constexpr uint32_t imageOver = 0xFFFFFFFF;
-constexpr int32_t resultSourceCancelled = -4;
-// A source of the maker's own takes any buffer, also one below its minimum.
-constexpr char brand[] = "KAVRO";
-
-// The image under way; it lives from one call to the next.
-struct PulledImage {
-    uint32_t bytesPerPixel;  // in the host's buffer, whatever the depth: 3 for RGB, else 1; 0: no image
-    int32_t width;           // pixels; not above 0 when the source doesn't know
-    StripBufferSizes sizes;
-} image = {};
+// Whether a row can be as wide as the strip says.
+bool isPossible(const PulledImage& image, const TW_IMAGEMEMXFER& strip) {
+    if (image.width > 0) return strip.Columns <= static_cast<uint32_t>(image.width);
+    return static_cast<uint64_t>(strip.Columns) * image.bitsPerPixel <=
+           static_cast<uint64_t>(strip.BytesPerRow) * 8;
+}
 
 // Copies row by row, without the source's padding. Kept: whole rows, so the last one may run past `size` by
-// less than a row. Only a row as wide as the image says may: a strip that claims more is cut at `size`.
-uint32_t copyRows(uint8_t* destination, uint32_t size, const TW_IMAGEMEMXFER& strip,
+// less than a row. A strip that claims a row wider than it can be is cut at `size`.
+uint32_t copyRows(const PulledImage& image, uint8_t* destination, uint32_t size, const TW_IMAGEMEMXFER& strip,
                   const GlobalBuffer& buffer) {
     const uint64_t rowBytes = static_cast<uint64_t>(image.bytesPerPixel) * strip.Columns;
     if (rowBytes == 0) return 0;
-    const bool honest = image.width > 0 && strip.Columns <= static_cast<uint32_t>(image.width);
+    const bool honest = isPossible(image, strip);
     uint64_t offset = 0;
     uint32_t count = 0;
     for (uint32_t row = 0; row < strip.Rows && count < size && offset < buffer.size(); ++row) {
@@ -41,11 +37,11 @@ uint32_t copyRows(uint8_t* destination, uint32_t size, const TW_IMAGEMEMXFER& st
     return count;
 }
 
-uint32_t copyStrip(uint8_t* destination, uint32_t size, const TW_IMAGEMEMXFER& strip,
-                   const GlobalBuffer& buffer) {
+uint32_t copyStrip(const PulledImage& image, uint8_t* destination, uint32_t size,
+                   const TW_IMAGEMEMXFER& strip, const GlobalBuffer& buffer) {
     if (strip.BytesWritten == 0) return 0;
     if (static_cast<uint64_t>(image.bytesPerPixel) * strip.Columns != strip.BytesPerRow) {
-        return copyRows(destination, size, strip, buffer);
+        return copyRows(image, destination, size, strip, buffer);
     }
     // Kept: what doesn't fit is dropped.
     const uint32_t count = std::min<uint32_t>(size, strip.BytesWritten);
@@ -58,12 +54,13 @@ uint32_t copyStrip(uint8_t* destination, uint32_t size, const TW_IMAGEMEMXFER& s
 void TScanModule::ReadBlock(uint8_t* destination, uint32_t size, uint32_t* count) {
     // Kept: all its lines name the pushed form.
     const MethodTrace trace{"TScanModule::DoMemXfer"};
-    if (image.bytesPerPixel == 0) {
-        GetMemXferSize(&image.sizes.min, &image.sizes.max, &image.sizes.preferred);
+    if (pulled_.bytesPerPixel == 0) {
+        GetMemXferSize(&pulled_.sizes.min, &pulled_.sizes.max, &pulled_.sizes.preferred);
         TW_IMAGEINFO info = {};
         getImageInfo(&info);
-        image.bytesPerPixel = info.PixelType == TWPT_RGB ? 3 : 1;
-        image.width = info.ImageWidth;
+        pulled_.bytesPerPixel = info.PixelType == TWPT_RGB ? 3 : 1;
+        pulled_.width = info.ImageWidth;
+        pulled_.bitsPerPixel = static_cast<uint16_t>(info.BitsPerPixel);
     }
     const int32_t result = pullStrip(trace, destination, size, count);
     if (cancelAll_ != 0 || result == TWCC_OPERATIONERROR) {
@@ -76,11 +73,11 @@ void TScanModule::ReadBlock(uint8_t* destination, uint32_t size, uint32_t* count
 // One strip; the result decides only whether all images end.
 int32_t TScanModule::pullStrip(const MethodTrace& trace, uint8_t* destination, uint32_t size,
                                uint32_t* count) {
-    StripBufferSizes sizes = image.sizes;
-    if (std::strcmp(dsIdentity_.Manufacturer, brand) == 0) {
+    StripBufferSizes sizes = pulled_.sizes;
+    if (std::strcmp(dsIdentity_.Manufacturer, brandName) == 0) {
         sizes.preferred = size;
     } else {
-        image.sizes.preferred = sizes.preferred = std::min(sizes.preferred, size);
+        pulled_.sizes.preferred = sizes.preferred = std::min(sizes.preferred, size);
     }
     clearCancel();
     transferArea.buffer = SmBufferDescriptor{};
@@ -91,7 +88,7 @@ int32_t TScanModule::pullStrip(const MethodTrace& trace, uint8_t* destination, u
     TW_IMAGEMEMXFER strip = makeStripRequest(buffer.data(), buffer.size());
     const TW_UINT16 code = fetchStrip(strip, buffer.size());
     if (code == TWRC_CANCEL) {
-        image.bytesPerPixel = 0;
+        pulled_.bytesPerPixel = 0;
         *count = imageOver;
         EndThisXfer(&pending);
         EndAllXfer();
@@ -99,17 +96,17 @@ int32_t TScanModule::pullStrip(const MethodTrace& trace, uint8_t* destination, u
     }
     if (code != TWRC_SUCCESS && code != TWRC_XFERDONE) {
         const int32_t result = GetTWAINStatusCode();
-        if (result == TWCC_OPERATIONERROR || result == resultSourceCancelled) {
+        if (result == TWCC_OPERATIONERROR) {
             EndAllXfer();
             *count = imageOver;
         }
         return result;
     }
-    *count = copyStrip(destination, size, strip, buffer);
+    *count = copyStrip(pulled_, destination, size, strip, buffer);
     buffer.Free();
     if (!cancelRequested() && code == TWRC_XFERDONE) {
         // Kept: how long the last strip is isn't said; its bytes are in the host's buffer.
-        image.bytesPerPixel = 0;
+        pulled_.bytesPerPixel = 0;
         *count = imageOver;
         EndThisXfer(&pending);
     }

@@ -1,6 +1,5 @@
 // Offers the host's messages to the source and reacts to what the source signals through them.
-#include <cstring>
-
+#include "RegistryText.h"
 #include "TScanModule.h"
 
 namespace {
@@ -10,28 +9,14 @@ constexpr UINT suppressTransfer = 2;
 
 // "ZR_Scan.INI" in the host suite's data folder; the folder's text is expected to end in a backslash. Without
 // the registry value it is the bare name, which the profile functions look up in the Windows directory.
-struct SettingsPath {
-    static constexpr char fileName[] = "ZR_Scan.INI";
-    static constexpr DWORD folderSize = 260;
-    char text[folderSize + sizeof fileName] = "";
-
-    SettingsPath() {
-        HKEY key;
-        if (RegOpenKeyExA(HKEY_CURRENT_USER, "Software\\Lumivo", 0, KEY_ALL_ACCESS, &key) == ERROR_SUCCESS) {
-            DWORD size = folderSize;
-            const LSTATUS status =
-                RegQueryValueExA(key, "DataDir", nullptr, nullptr, reinterpret_cast<BYTE*>(text), &size);
-            // The value need not be terminated; after a failure the buffer may hold anything.
-            text[status == ERROR_SUCCESS ? size : 0] = '\0';
-            RegCloseKey(key);
-        }
-        lstrcatA(text, fileName);
-    }
-};
-
 bool transferSuppressed() {
-    const SettingsPath path;
-    return GetPrivateProfileIntA("Settings", "SuppressTWAIN", 0, path.text) == suppressTransfer;
+    constexpr char fileName[] = "ZR_Scan.INI";
+    // Kept: full access, though only read; where it is denied nothing is suppressed.
+    const RegistryText folder{"Software\\Lumivo", "DataDir", KEY_ALL_ACCESS};
+    char path[RegistryText::size + sizeof fileName];
+    lstrcpyA(path, folder.text);
+    lstrcatA(path, fileName);
+    return GetPrivateProfileIntA("Settings", "SuppressTWAIN", 0, path) == suppressTransfer;
 }
 
 }  // namespace

@@ -9,10 +9,10 @@ namespace {
 // Null when it could not be made. Kept: no export checks it; hosts must not call then.
 TScanModule* module = nullptr;
 
-constexpr unsigned imageOver = 0xFFFFFFFF;
-
 }  // namespace
 
+// Kept: the manager is loaded, and the viewer written to, while Windows holds the loader's lock; hosts rely
+// on a module that is ready once it is loaded.
 BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
     switch (reason) {
         case DLL_PROCESS_ATTACH:

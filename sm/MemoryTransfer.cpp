@@ -89,24 +89,6 @@ int32_t TScanModule::GetMemXferSize(uint32_t* min, uint32_t* max, uint32_t* pref
     return 0;
 }
 
-bool allocateStripBuffer(const MethodTrace& trace, const StripBufferSizes& sizes, GlobalBuffer& buffer,
-                         TracePoint at) {
-    for (const uint32_t size : {sizes.preferred, sizes.min, sizes.max}) {
-        buffer.Allocate(size);
-        if (buffer.size() == 0) continue;
-        trace::write(TraceLevel::Trace, at, "Memory buffer size = ", size, " in ", trace.method());
-        return true;
-    }
-    trace.warn("Low Memory", at);
-    return false;
-}
-
-TW_IMAGEMEMXFER makeStripRequest(void* buffer, uint32_t size) {
-    TW_IMAGEMEMXFER request = {};
-    request.Memory = {TWMF_APPOWNS | TWMF_POINTER, size, buffer};
-    return request;
-}
-
 TW_UINT16 TScanModule::fetchStrip(TW_IMAGEMEMXFER& strip, uint32_t bufferSize) {
     const TW_UINT16 code = callSource(DG_IMAGE, DAT_IMAGEMEMXFER, MSG_GET, &strip);
     // A strip that claims more than the buffer holds lies.
@@ -182,6 +164,7 @@ void TScanModule::DoMemXfer() {
     uint16_t pending;
     // Kept: once cleared it stays so for the rest of the batch, no later image gets an XferEnd.
     bool reportsEnd = true;
+    int undescribed = 0;
     pendingCount_ = noPendingCount;
     do {
         StripBufferSizes sizes = {};
@@ -190,9 +173,11 @@ void TScanModule::DoMemXfer() {
         TW_IMAGEINFO info = {};
         if (getImageInfo(&info) == TWRC_SUCCESS) {
             result = pushImage(trace, info, sizes, own);
+            undescribed = 0;
         } else {
             trace.warn("Error in get DAT_IMAGEINFO");
             reportsEnd = false;
+            ++undescribed;
             result = GetTWAINStatusCode();
         }
         EndThisXfer(&pending);
@@ -204,7 +189,7 @@ void TScanModule::DoMemXfer() {
             tellHost(closeDSReq_, 0);
             break;
         }
-        if (cancelAll_ != 0) {
+        if (cancelAll_ != 0 || undescribed == mostUndescribedImages) {
             EndAllXfer();
             break;
         }

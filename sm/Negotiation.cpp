@@ -42,6 +42,17 @@ TW_UINT16 valueOfCode(uint16_t code) {
     return code;
 }
 
+uint16_t mechanismCode(TW_UINT32 mechanism) {
+    switch (mechanism) {
+        case TWSX_NATIVE:
+            return SM_MECH_NATIVE;
+        case TWSX_FILE:
+            return SM_MECH_FILE;
+        default:
+            return SM_MECH_MEMORY;
+    }
+}
+
 TW_UINT16 TScanModule::CapNegotiate(TW_UINT16 message, TW_CAPABILITY* cap) {
     const MethodTrace trace{"TScanModule::CapNegotiate"};
     if (checkAvailable(trace) != 0) return TWRC_FAILURE;
@@ -57,16 +68,7 @@ TW_UINT16 TScanModule::CapNegotiate(TW_UINT16 message, TW_CAPABILITY* cap) {
 void TScanModule::recordXferMech(const TW_CAPABILITY& cap) {
     TW_UINT32 mechanism = TWSX_MEMORY;
     readValue(cap, OneValue | EnumCurrent, mechanism);
-    switch (mechanism) {
-        case TWSX_NATIVE:
-            xferMech_ = SM_MECH_NATIVE;
-            break;
-        case TWSX_FILE:
-            xferMech_ = SM_MECH_FILE;
-            break;
-        default:
-            xferMech_ = SM_MECH_MEMORY;
-    }
+    xferMech_ = mechanismCode(mechanism);
 }
 
 int32_t TScanModule::setValue(const MethodTrace& trace, const Setter& setter, double value, TracePoint at) {
@@ -127,7 +129,7 @@ int32_t TScanModule::getSupported(const MethodTrace& trace, TW_UINT16 capability
     const auto collect = [&](const TW_CAPABILITY& cap) -> Reading {
         if (cap.ConType != TWON_ENUMERATION) return std::nullopt;
         return forEachItem(cap, [&](TW_UINT32 item) {
-            if (item <= lastCodedValue) *codes |= 1 << item;
+            if (item <= lastCodedValue) *codes = static_cast<uint16_t>(*codes | 1 << item);
         });
     };
     return ask(

@@ -72,6 +72,9 @@ struct Answer {
     std::optional<TW_UINT32> value;  // raw bits
 };
 
+// The module's code (SmXferMech) of a TWSX_ value; what is neither native nor file counts as memory.
+uint16_t mechanismCode(TW_UINT32 mechanism);
+
 // How reading one container went: nothing for a container kind that the method doesn't handle, else the
 // codec's result.
 using Reading = std::optional<TW_UINT16>;

@@ -8,6 +8,7 @@
 #include "StripBuffer.h"
 #include "TScanModule.h"
 #include "TransferRecords.h"
+#include "Units.h"
 
 // What is particular to one transfer mechanism.
 struct PrestoScanRoute {
@@ -23,8 +24,6 @@ namespace {
 
 constexpr int32_t fileError = SM_SCANTOFILE_FILE_ERROR;
 constexpr int16_t anyNumber = -1;
-constexpr double fallbackWidth = 8.0;
-constexpr double fallbackHeight = 11.0;
 
 // A text from the module's resources.
 struct ResourceText {
@@ -55,7 +54,7 @@ int32_t TScanModule::PrestoScan(HWND window, const char* title, const PrestoScan
         presto_ = *settings;
     } else {
         // No source is open yet, so these usually stand.
-        double width = fallbackWidth, height = fallbackHeight;
+        double width = standInWidth, height = standInHeight;
         GetMaxArea(&width, &height);
         presto_ = defaultPrestoSettings(width, height);
     }
@@ -234,15 +233,18 @@ int32_t TScanModule::prestoStrips(const MethodTrace& trace, const TW_IMAGEINFO& 
                                   GlobalBuffer& buffer) {
     trace.note("Do while-loop to get image data");
     TW_UINT16 code;
+    int emptyStrips = 0;
     do {
         TW_IMAGEMEMXFER strip = makeStripRequest(buffer.data(), buffer.size());
         code = fetchStrip(strip, buffer.size());
         if (code != TWRC_SUCCESS && code != TWRC_XFERDONE) break;
         // Kept: the file stays open here, so its deletion fails and it remains for a look at what went wrong.
         if (const int32_t failure = AppendBufferToFile(file, &info, &strip, buffer.data())) return failure;
-    } while (code != TWRC_XFERDONE);
+        emptyStrips = strip.BytesWritten == 0 ? emptyStrips + 1 : 0;
+    } while (code != TWRC_XFERDONE && emptyStrips < mostEmptyStrips);
     _lclose(file);
     if (code == TWRC_XFERDONE) return SM_SCANTOFILE_DONE;
+    if (code == TWRC_SUCCESS) return SM_SCANTOFILE_BAD_IMAGE;
     if (code == TWRC_CANCEL) {
         trace.warn("Image xfer canceled");
         return SM_SCANTOFILE_CANCELLED;

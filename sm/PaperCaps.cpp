@@ -4,10 +4,6 @@
 
 namespace {
 
-// What stands in for the area when the source's unit is none that can be converted.
-constexpr double fallbackWidth = 8.0;
-constexpr double fallbackHeight = 11.0;
-
 uint16_t paperSizeCode(TW_UINT32 paperSize) {
     return static_cast<uint16_t>(paperSize <= lastCodedValue ? 1 << paperSize : +SM_PAPER_NONE);
 }
@@ -42,16 +38,16 @@ int32_t TScanModule::GetMaxArea(double* width, double* height) {
     GetUnit(&unit);
     uint16_t resolution = 0, lowest, highest;
     GetXResolution(&resolution, &lowest, &highest);
-    if (unit == SM_UNIT_PIXELS && resolution != 0) {
+    if (unit != SM_UNIT_PIXELS) {
+        *width = *across * factorsOf(unit).toInches;
+        *height = *down * factorsOf(unit).toInches;
+    } else if (resolution != 0) {
         // Kept: the height too is divided by the X resolution.
         *width = *across / resolution;
         *height = *down / resolution;
-    } else if (factorsOf(unit).code == unit && unit != SM_UNIT_PIXELS) {
-        *width = *across * factorsOf(unit).toInches;
-        *height = *down * factorsOf(unit).toInches;
     } else {
-        *width = fallbackWidth;
-        *height = fallbackHeight;
+        *width = standInWidth;
+        *height = standInHeight;
     }
     return 0;
 }

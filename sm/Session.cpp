@@ -1,9 +1,8 @@
 // The session: opening, enabling, disabling and closing the manager and a source.
+#include "Names.h"
 #include "TScanModule.h"
 
 namespace {
-
-constexpr char defaultPresentedName[] = "VORN Scan Module";
 
 TW_USERINTERFACE userInterface(BOOL showUI, BOOL modalUI, HWND parent) {
     return {static_cast<TW_BOOL>(showUI), static_cast<TW_BOOL>(modalUI), parent};
@@ -45,8 +44,7 @@ int32_t TScanModule::OpenDS(HWND parent, const char* productName) {
         trace.warn("DS is already open");
         return 0;
     }
-    lstrcpynA(presentedName_, productName != nullptr ? productName : defaultPresentedName,
-              sizeof presentedName_);
+    lstrcpynA(presentedName_, productName != nullptr ? productName : moduleName, sizeof presentedName_);
     lstrcpynA(appIdentity_.ProductName, presentedName_, sizeof appIdentity_.ProductName);
     if (const int32_t failure = OpenDSM(parent_)) {
         trace.warn("OpenDSM returns failure");
@@ -141,6 +139,7 @@ int32_t TScanModule::CloseDS() {
     CloseDSM(parent_);
     // Forgotten, so that the next OpenDS falls back to the default source unless one is chosen again.
     dsIdentity_ = TW_IDENTITY{};
+    pulled_ = PulledImage{};
     return 0;
 }
 

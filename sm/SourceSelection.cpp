@@ -1,11 +1,12 @@
 // Which source later sessions use: the manager's dialog, the list of the maker's sources, the default driver.
 #include <cstring>
 
+#include "Names.h"
+#include "RegistryText.h"
 #include "TScanModule.h"
 
 namespace {
 
-constexpr char brand[] = "KAVRO";
 // Sources that only wrap another driver model; they are never listed.
 constexpr char wrapperMark[] = "WIA";
 constexpr char listSection[] = "DS";
@@ -16,7 +17,7 @@ constexpr int32_t notFound = TWCC_BADDEST;
 constexpr int mostAnswers = 256;
 
 bool isListed(const TW_IDENTITY& source) {
-    return std::strcmp(source.Manufacturer, brand) == 0 &&
+    return std::strcmp(source.Manufacturer, brandName) == 0 &&
            std::strstr(source.ProductName, wrapperMark) == nullptr;
 }
 
@@ -59,31 +60,12 @@ private:
     int next_ = 0;
 };
 
-// One of the user's folders by its name in the registry; empty when it isn't there.
-struct ShellFolder {
-    static constexpr DWORD size = 260;
-    char text[size + 1] = "";
-
-    explicit ShellFolder(const char* name) {
-        HKEY key;
-        if (RegOpenKeyExA(HKEY_CURRENT_USER,
-                          "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders", 0,
-                          KEY_READ, &key) != ERROR_SUCCESS) {
-            return;
-        }
-        DWORD length = size;
-        const LSTATUS status =
-            RegQueryValueExA(key, name, nullptr, nullptr, reinterpret_cast<BYTE*>(text), &length);
-        text[status == ERROR_SUCCESS ? length : 0] = '\0';
-        RegCloseKey(key);
-    }
-};
-
 // The Japanese edition of the host suite searches the driver folders itself.
 bool searchesDriverFolders() {
-    const ShellFolder appData{"AppData"};
+    const RegistryText appData{"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders",
+                               "AppData", KEY_READ};
     constexpr char settingsFile[] = "\\Lumivo\\Applet.ini";
-    char path[ShellFolder::size + sizeof settingsFile];
+    char path[RegistryText::size + sizeof settingsFile];
     lstrcpyA(path, appData.text);
     lstrcatA(path, settingsFile);
     char regional[260];
@@ -226,6 +208,7 @@ int32_t TScanModule::findInSubfolders(const char* folder, const char* productNam
 int32_t TScanModule::SetDefaultDS(const char* directory, const char* productName) {
     const MethodTrace trace{"TScanModule::SetDefaultDS"};
     int32_t result = notFound;
+    if (directory[0] == '\0') return result;
     char pattern[MAX_PATH];
     joinPath(pattern, directory, "*.ds");
     WIN32_FIND_DATAA file;

@@ -20,4 +20,14 @@ struct StripBufferSizes {
 bool allocateStripBuffer(const MethodTrace& trace, const StripBufferSizes& sizes, GlobalBuffer& buffer,
                          TracePoint at = TracePoint::here());
 
+// An image that the host pulls block by block.
+struct PulledImage {
+    uint32_t bytesPerPixel;  // in the host's buffer, whatever the depth: 3 for RGB, else 1; 0: no image
+    int32_t width;           // pixels; not above 0 when the source doesn't know
+    uint32_t bitsPerPixel;   // of the source's rows
+    StripBufferSizes sizes;
+};
+// What the block reader counts when an image is over.
+constexpr uint32_t imageOver = 0xFFFFFFFF;
+
 TW_IMAGEMEMXFER makeStripRequest(void* buffer, uint32_t size);

@@ -1,10 +1,9 @@
 #include "TScanModule.h"
 
+#include "Names.h"
 #include "Resources.h"
 
 namespace {
-
-constexpr char moduleName[] = "VORN Scan Module";
 
 constexpr char startBanner[] = "         <<<<< Start Scan Module Diagnostic >>>>>      ";
 constexpr char startRule[] = "               ~~~~~~~~~~~~~~~~~~~~~~~~~~~~            ";
@@ -21,6 +20,7 @@ TW_IDENTITY makeIdentity(HINSTANCE instance) {
     char text[256] = "";
     char version[256] = "";
     LoadStringA(instance, IDS_VERSION_FORMAT, text, sizeof text);
+    // Kept: the identity's own numbers, not those of the product's version; hosts and sources know them.
     wsprintfA(version, text, 1, 0);
     identity.Version = {1, 1, TWLG_USA, TWCY_USA, ""};
     lstrcpynA(identity.Version.Info, version, sizeof identity.Version.Info);

@@ -13,12 +13,11 @@
 #include <cstdint>
 
 #include "Negotiation.h"
+#include "StripBuffer.h"
 #include "ToneMapping.h"
 #include "Trace.h"
 
-class GlobalBuffer;
 struct PrestoScanRoute;
-struct StripBufferSizes;
 
 // TWAIN states as the module tracks them; states 6 and 7 exist only inside a transfer batch.
 enum SessionState : uint32_t {
@@ -347,6 +346,7 @@ private:
     uint32_t cancelThis_ = 0;
     uint32_t cancelAll_ = 0;
     uint16_t pendingCount_ = 0;
+    PulledImage pulled_ = {};
 
     ToneRange brightness_ = {-1000.0, 1000.0, 1.0};
     ToneRange contrast_ = {-1000.0, 1000.0, 1.0};

@@ -23,7 +23,8 @@ struct HostScale {
 };
 
 // Snaps to the nearest step counted from the range's minimum (halves away from it). Nothing is clamped: a
-// value outside the host's scale maps outside the source's range.
+// value outside the host's scale maps outside the source's range. Kept: the minimum is added and taken off
+// again, which rounds, and the number of steps is cut to 16 bits.
 inline double mapToSource(int16_t value, HostScale scale, const ToneRange& range) {
     const double ratio = static_cast<double>(value - scale.min) / (scale.max - scale.min);
     const double steps = (ratio * (range.max - range.min) + range.min - range.min) / range.step + 0.5;

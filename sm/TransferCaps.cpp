@@ -3,17 +3,6 @@
 
 namespace {
 
-uint16_t mechanismCode(TW_UINT32 mechanism) {
-    switch (mechanism) {
-        case TWSX_NATIVE:
-            return SM_MECH_NATIVE;
-        case TWSX_FILE:
-            return SM_MECH_FILE;
-        default:
-            return SM_MECH_MEMORY;
-    }
-}
-
 // What is no code is sent as given.
 TW_UINT16 mechanismOfCode(uint16_t code) {
     switch (code) {

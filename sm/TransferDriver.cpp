@@ -77,7 +77,7 @@ void TScanModule::ProcessScanImage() {
     GetXferMech(&mechanism);
     if (CanUseFileXfer() && !HasEnoughMemFreeSpace()) {
         mechanism = SM_MECH_FILE;
-    } else if (!HasEnoughMemFreeSpace()) {
+    } else if (!HasEnoughMemFreeSpace()) {  // kept: asked a second time
         MessageBoxA(GetFocus(), "Insufficient memory or disk space.", nullptr, MB_OK);
         // Kept: nothing is transferred or ended, and this path writes no Leaving line.
         trace.omitLeaving();
@@ -85,12 +85,16 @@ void TScanModule::ProcessScanImage() {
     }
     switch (mechanism) {
         case SM_MECH_NATIVE:
-            return DoNativeXfer();
+            DoNativeXfer();
+            break;
         case SM_MECH_FILE:
-            return DoFileXfer();
+            DoFileXfer();
+            break;
         default:
-            return DoMemXfer();
+            DoMemXfer();
     }
+    // An image that a handler pulled only in part is over with its batch.
+    pulled_ = PulledImage{};
 }
 
 BOOL TScanModule::HasEnoughMemFreeSpace() {
@@ -155,12 +159,15 @@ template <class Preparer, class Transfer>
 void TScanModule::runBatch(const MethodTrace& trace, TXferImageInfo& record, Preparer resetTarget,
                            Transfer transferImage, TracePoint at) {
     uint16_t pending;
+    int undescribed = 0;
     do {
         clearCancel();
         TW_IMAGEINFO info = {};
         if (getImageInfo(&info) != TWRC_SUCCESS) {
             trace.warn("Error in get DAT_IMAGEINFO", at);
+            ++undescribed;
         } else {
+            undescribed = 0;
             fillImageRecord(record, info);
             resetTarget();
             trace.note("Send WM_XFERSTART", at);
@@ -174,7 +181,7 @@ void TScanModule::runBatch(const MethodTrace& trace, TXferImageInfo& record, Pre
             tellHost(xferEnd_, static_cast<WPARAM>(result), &record);
         }
         EndThisXfer(&pending);
-        if (cancelAll_ != 0) {
+        if (cancelAll_ != 0 || undescribed == mostUndescribedImages) {
             EndAllXfer();
             break;
         }

@@ -24,6 +24,11 @@ union TransferArea {
 };
 extern TransferArea transferArea;
 
+// A source that describes none of so many images in a row, or gives so many strips without a byte, has lost
+// its way: the batch ends, so that the host doesn't hang.
+constexpr int mostUndescribedImages = 256;
+constexpr int mostEmptyStrips = 4096;
+
 // The file-transfer set-up for a path. Kept: the path is used as a format text, so a "%" in it is
 // interpreted; its directives find zeros. The result is cut to the field.
 TW_SETUPFILEXFER makeFileSetup(const char* path);

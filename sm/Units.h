@@ -10,12 +10,9 @@ struct UnitFactors {
     double recordFactor;  // scales the resolutions of a transfer record
 };
 
-constexpr uint16_t unitInches = 1;
-constexpr uint16_t unitCentimeters = 2;
-constexpr uint16_t unitPicas = 4;
-constexpr uint16_t unitPoints = 8;
-constexpr uint16_t unitTwips = 16;
-constexpr uint16_t unitPixels = 32;
+// The scan area in inches that stands in where a source's can't be had.
+constexpr double standInWidth = 8.0;
+constexpr double standInHeight = 11.0;
 
 // The code of a TWUN_ value; anything unknown counts as inches.
 uint16_t unitCodeOf(uint32_t twainUnit);
