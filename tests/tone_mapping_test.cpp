@@ -3,6 +3,7 @@
 #include "ToneMapping.h"
 
 #include <doctest.h>
+#include <scanmodule/scanmodule.h>
 
 #include <scanmodule/twain_types.h>
 
@@ -150,6 +151,6 @@ TEST_CASE("centimetres take resolutions there and back, but for the last place o
     const Row rows[] = {{75, 75}, {150, 150}, {300, 300}, {600, 600}, {1200, 1200}, {100, 99}, {200, 199}};
     for (const Row& row : rows) {
         CAPTURE(row.resolution);
-        CHECK(thereAndBack(row.resolution, factorsOf(unitCentimeters)) == row.back);
+        CHECK(thereAndBack(row.resolution, factorsOf(SM_UNIT_CENTIMETERS)) == row.back);
     }
 }

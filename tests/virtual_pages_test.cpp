@@ -184,20 +184,6 @@ TEST_CASE("draft is coarser, the unsharp mask raises edges, descreening softens 
     CHECK(renderPage(request).colorAt(225, edge + 6).green == 64);
 }
 
-TEST_CASE("rows come out the same in any order") {
-    PageRequest request = requestAt(60);
-    request.draft = request.unsharpMask = true;
-    const Picture page = renderPage(request);
-    const TestPage content(a4Width, a4Height);
-    PageRenderer renderer(request, content);
-    Bytes row(renderer.rowBytes());
-    for (int i = 0; i < page.height; ++i) {
-        const int y = i * 37 % page.height;
-        renderer.render(y, row.data());
-        REQUIRE(std::equal(row.begin(), row.end(), page.row(y)));
-    }
-}
-
 TEST_CASE("the user's own page is served pixel for pixel at its own resolution") {
     char folder[MAX_PATH], path[MAX_PATH];
     GetTempPathA(sizeof folder, folder);

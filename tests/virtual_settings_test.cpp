@@ -121,13 +121,12 @@ TEST_CASE("the environment overrides the file; what can't be used is reported wi
 TEST_CASE("settings that contradict each other are reported") {
     VirtualScannerSettings settings;
     CHECK(vscan::contradictions(settings).empty());
-    vscan::applySettings(settings, {{"PixelTypes", "BW,Gray", ""},
-                                    {"BitDepth", "48", ""},
-                                    {"MaxResolution", "100", ""},
-                                    {"RefusedMechanisms", "Native", ""},
-                                    {"BedWidth", "5", ""}});
-    CHECK(vscan::contradictions(settings).size() == 4);
+    settings.bedWidth = 5;
+    settings.maxResolution = 100;
+    settings.refusedMechanisms = {TWSX_NATIVE};
+    settings.bitDepth = 48;
     settings.pixelType = TWPT_GRAY;
+    CHECK(vscan::contradictions(settings).size() == 4);
     CHECK(vscan::contradictions(settings).front() ==
           "BitDepth 48 doesn't go with PixelType Gray; its usual depth counts");
 }
