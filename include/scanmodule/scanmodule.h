@@ -19,10 +19,14 @@
  * 5 source enabled. 6 and 7 exist only while images are transferred and count as 5. "States: 4+" means 4, 5
  * and during a transfer. Outside its states a call answers SM_CONDITION_SEQ_ERROR and asks nothing.
  *
+ * POINTERS to outputs are never checked: none may be null.
+ *
  * RESULTS: unless a text says otherwise 0 is success, SM_RESULT_NOT_AVAILABLE (-1) means that there is no
  * TWAIN manager, and any other value is a condition code (SM_CONDITION_...): the source's or the manager's
  * own, or the module's (LOW_MEMORY, BAD_VALUE for an answer it can't read, SEQ_ERROR). With -1 and SEQ_ERROR
- * outputs stay as they were, with other failures they hold what the text says.
+ * outputs stay as they were, with other failures they hold what the text says, else what they held before. A
+ * source that refuses and then reports the condition code 0 makes a call return 0 without effect: a host that
+ * must be sure sets its outputs beforehand and looks at them.
  *
  * THREADS: all calls come from the thread that owns the host's window. There are no locks.
  *
@@ -162,21 +166,25 @@ enum SmBufferSize { SM_NAME_SIZE = 34, SM_FILE_NAME_SIZE = 256 };
 #define SM_MESSAGE_CLOSEDSREQ "ScanModule_CloseDSReq"
 
 /* wParam 0, lParam TXferImageInfo*: an image is about to be transferred. The handler may fill Target, and may
- * call smCancelThisXfer, smCancelAllXfer, the getters and smReadBlock. */
+ * call smCancelThisXfer, smCancelAllXfer, the getters and smReadBlock. No handler of these messages may hand
+ * messages to smIsDSEvent: it is running already. */
 #define SM_MESSAGE_XFERSTART "ScanModule_XferStart"
 
 /* wParam 0, lParam TXferStripInfo*: a strip of a memory transfer has come. The handler may cancel. */
 #define SM_MESSAGE_XFERDATA "ScanModule_XferData"
 
 /* wParam SmXferEnd, lParam TXferImageInfo*: once for each SM_MESSAGE_XFERSTART, after a cancel too. Not sent
- * by a memory transfer once the description of an image of the batch could not be had. */
+ * by a memory transfer once the description of an image of the batch could not be had. After an error the
+ * batch goes on with the next image unless it is cancelled. */
 #define SM_MESSAGE_XFEREND "ScanModule_XferEnd"
 
 /* wParam 0, lParam char[SM_FILE_NAME_SIZE]: one-shot scan; the handler writes the full path of the file to
- * be made. It must always write one: the buffer's first content is undefined. */
+ * be made. It must always write one. */
 #define SM_MESSAGE_SCANTOFILEGETNAME "ScanModule_ScanToFileGetName"
 
-/* wParam SmScanToFileEnd, lParam 0: one-shot scan; the file is complete, or deleted when wParam isn't 0. */
+/* wParam SmScanToFileEnd, lParam 0: one-shot scan; the file is complete, or deleted when wParam isn't 0;
+ * except that a file to which a strip could not be written stays, and stays open until the process ends. Not
+ * sent when the user closes the source's window without a scan. */
 #define SM_MESSAGE_SCANTOFILEXFEREND "ScanModule_ScanToFileXferEnd"
 
 /* wParam 0, lParam 0: one-shot scan; the source is closed, the session is over. */
@@ -227,8 +235,9 @@ typedef struct TXferImageInfo {
     unsigned short XferMech;      /* SmXferMech: which member of Target holds */
     union {
         /* Native: null at SM_MESSAGE_XFERSTART. A handler that wants the image stores the address of a handle
-         * of its own here; when SM_MESSAGE_XFEREND comes with 0 that handle is the packed DIB, which the host
-         * then owns and frees with GlobalFree. Left null, the module frees the DIB. */
+         * of its own, set to null, here; when SM_MESSAGE_XFEREND comes with 0 and it isn't null any more, it
+         * is the packed DIB, which the host then owns and frees with GlobalFree. Left null, the module frees
+         * the DIB. */
         HGLOBAL* Dib;
         /* File: SM_FILE_NAME_SIZE bytes of the module's, into which the handler copies the path of the BMP
          * file to be written. The text is used as a wsprintf format: write every '%' of a path as "%%". The
@@ -425,7 +434,7 @@ SM_OFFSET_CHECK(SmPalette, Entries, 0);
 /* Context of DisableWnds; natural alignment. */
 typedef struct SmDisableWndsContext {
     unsigned int Reserved; /* the host's own; not used */
-    unsigned short Count;  /* counting pass: the number of windows */
+    unsigned short Count;  /* counting pass: the number of windows is added; set it to 0 first */
     HWND* NextSlot;        /* null: counting pass; else where the next handle goes */
 } SmDisableWndsContext;
 SM_SIZE_CHECK(SmDisableWndsContext, 12);
@@ -450,7 +459,8 @@ int WINAPI smIsTWAINAvailable(void);
  * ZR_Scan.INI, in the folder (with its closing backslash) that the registry value HKEY_CURRENT_USER
  * Software\Lumivo, DataDir names.
  * When an image needs more memory than there is, the file mechanism takes over if the source has it (XferMech
- * then says so); if not, a message box tells the user and nothing is transferred. Ordinal 2. */
+ * then says so); if not, or if the image's description can't be had, a message box tells the user and nothing
+ * is transferred: no message follows, and the host has to disable the source. Ordinal 2. */
 int WINAPI smIsDSEvent(MSG* message);
 
 /* Shows the manager's dialog in which the user chooses a source; the next smOpenDS opens it. parent may be
@@ -465,8 +475,9 @@ int WINAPI smSelectDS(HWND parent);
  *   module's own.
  * The source's tone ranges are read and memory transfer is chosen. A source that answers the first of these
  * questions with OPERATION_ERROR (a scanner switched off) is closed again and the result is 5.
- * After a failure the session is in state 2 and the choice of the source is kept. Already open: 0. Even a
- * call in a wrong state replaces the parent. States: 2 (3, 4). Ordinal 4. */
+ * After a failure the session is in state 2; the choice of the source is kept, but forgotten with result 5
+ * from that question. Open already: 0. Even a call in a wrong state replaces the parent. States: 2 (3, 4).
+ * Ordinal 4. */
 int WINAPI smOpenDS(HWND parent, const char* productName);
 
 /* Enables the source: the scan starts, at once or when the user starts it in the source's window.
@@ -478,11 +489,12 @@ int WINAPI smOpenDS(HWND parent, const char* productName);
 int WINAPI smEnableDS(int showUI, int modalUI);
 
 /* Disables the source, state 5 to 4, and enables the parent window again. When the source refuses, the parent
- * stays disabled. Not enabled: 0. States: 5 (4). Ordinal 6. */
+ * stays disabled. Open, but not enabled: 0. States: 5 (4). Ordinal 6. */
 int WINAPI smDisableDS(void);
 
-/* Closes source and manager, state 4 to 2, and forgets the choice of the source. Already closed: 0. An
- * enabled source must be disabled first: SEQ_ERROR in state 5. States: 4 (3). Ordinal 7. */
+/* Closes source and manager, state 4 to 2, and forgets the choice of the source. Only the manager still
+ * open (3): that is closed, 0. An enabled source must be disabled first: SEQ_ERROR in state 5, and in
+ * state 2. Unloading the library closes nothing: close first. States: 4 (3). Ordinal 7. */
 int WINAPI smCloseDS(void);
 
 /* ---- Choosing a source ------------------------------------------------------------------------------- */
@@ -508,17 +520,19 @@ int WINAPI smGetDSProductFamily(char* buffer);
 /* ---- Capabilities: what most of them share --------------------------------------------------------------
  */
 /*
- * A getter asks the source for its present value, and for the default answer when that fails. A setter sends
- * one value; what the source makes of it (rounds it, refuses it) is for the host to read back. Results: 0,
- * -1, SEQ_ERROR, BAD_VALUE when the source answers in a form that can't be read, LOW_MEMORY, or the source's
- * condition code. States: 4+ unless said otherwise. Most sources refuse changes in state 5.
+ * A getter asks the source for its present value (MSG_GETCURRENT), and when that fails for everything it says
+ * of the capability (MSG_GET); resolutions and scales the other way round. When both fail its output stays as
+ * it was, unless its text says otherwise. A setter sends one value; what the source makes of it (rounds it,
+ * refuses it) is for the host to read back. Results: 0, -1, SEQ_ERROR, BAD_VALUE when the source answers in a
+ * form that can't be read, LOW_MEMORY, or the source's condition code. States: 4+ unless said otherwise. Most
+ * sources refuse changes in state 5.
  */
 
 /* Any capability operation of the TWAIN standard: message is MSG_GET, MSG_SET, ..., capability a
  * pTW_CAPABILITY. The container is the host's to build before a set and to GlobalFree after either. Setting
  * ICAP_XFERMECH this way also changes the mechanism that the module uses.
- * Returns the TWAIN RETURN code (0 success, 1 failure), also 1 without a manager. No state check. Ordinal 8.
- */
+ * Returns the TWAIN RETURN code (0 success, 1 failure, 2 taken with a change, which the module's own setters
+ * count as refused and which records no mechanism), also 1 without a manager. No state check. Ordinal 8. */
 int WINAPI smCapNegotiate(unsigned short message, void* capability);
 
 /* ---- Feeder ------------------------------------------------------------------------------------------ */
@@ -576,7 +590,8 @@ int WINAPI smSetSupportedPaperSize(unsigned short paperSizes);
  * source's unit like any other value) when the source doesn't answer. A source that works in centimetres,
  * picas, points or twips is sent dots per inch times 2.54, 6, 72 or 1440, and its answers are divided by the
  * same and cut to whole numbers: get gives back what was set, but in centimetres sometimes one less (100 and
- * 200 become 99 and 199; 75, 150, 300, 600 and 1200 stay). Inches are exact. Ordinals 37 to 40. */
+ * 200 become 99 and 199; 75, 150, 300, 600 and 1200 stay). Inches are exact. A TWAIN number ends at 32767: in
+ * points from 456 dpi and in twips from 23 dpi on nothing sensible is sent. Ordinals 37 to 40. */
 int WINAPI smGetXResolution(unsigned short* current, unsigned short* minimum, unsigned short* maximum);
 int WINAPI smSetXResolution(unsigned short dotsPerInch);
 int WINAPI smGetYResolution(unsigned short* current, unsigned short* minimum, unsigned short* maximum);
@@ -595,7 +610,7 @@ int WINAPI smSetYScale(double scale);
 
 /* The scan area, in the given unit (SmUnit), converted to the source's. A source that works in inches gets
  * the four numbers as they are, whatever the unit says: give inches to such a source (smGetUnit tells).
- * States: 4; SEQ_ERROR from 5 on. Ordinal 48. */
+ * States: 4; SEQ_ERROR from 5 on, while below 4 the manager is asked and refuses. Ordinal 48. */
 int WINAPI smSetImageLayout(SmImageLayout layout, unsigned short unit);
 
 /* Size of the coming image in pixels and rows (-1: not known yet); 0 and 0 when there is none. It answers
@@ -662,8 +677,8 @@ int WINAPI smGetMemXferSize(unsigned int* minimum, unsigned int* maximum, unsign
 
 /* Cancel the present image, or all of the batch: for the handlers of SM_MESSAGE_XFERSTART and
  * SM_MESSAGE_XFERDATA. Elsewhere they have no effect, as each image begins with no cancel asked; except that
- * smCancelAllXfer from a SM_MESSAGE_XFEREND handler still ends the batch. smCancelAllXfer returns 1.
- * Ordinals 46 and 47. */
+ * smCancelAllXfer from a SM_MESSAGE_XFEREND handler still ends the batch. smCancelThisXfer takes an earlier
+ * smCancelAllXfer back. smCancelAllXfer returns 1. Ordinals 46 and 47. */
 void WINAPI smCancelThisXfer(void);
 int WINAPI smCancelAllXfer(void);
 
@@ -700,15 +715,17 @@ int WINAPI smReadBlock(void* buffer, unsigned int size, unsigned int* count);
  * name of the file (a BMP; an existing one is replaced), SM_MESSAGE_SCANTOFILEXFEREND tells how it went, and
  * the module closes the source and sends SM_MESSAGE_SCANTOFILEDSCLOSED. The handlers must call none of the
  * session functions.
- * settings: null for the defaults. A setting that the source refuses makes it show its window.
+ * settings: null for the defaults. A pixel type or resolution that the source refuses makes it show its
+ * window.
  * Written are 1-bit, 8-bit gray, 4- and 8-bit palette and 24-bit images; other types end with a message box
  * and SM_SCANTOFILE_BAD_IMAGE. Keep '%' out of the path: when the source writes the file itself, the path is
  * used as a wsprintf format, else not.
  * With MorePages set and pages left (and, with FeederEnable, no paper in the feeder) a question box asks
  * about further pages; whatever the answer the session ends, and the host may start the next.
- * One scan is one file. From the first call on the module stays in this mode: later scans of the same process
- * that are started with smEnableDS are also written to a file this way, until the library is loaded anew.
- * When the source takes none of the three mechanisms it stays open: call smCloseDS. States: 2. Ordinal 51. */
+ * One scan is one file. From the first call that gets as far as enabling the source the module stays in this
+ * mode: later scans of the same process that are started with smEnableDS are also written to a file this way,
+ * until the library is loaded anew. When the source takes none of the three mechanisms it stays open: call
+ * smCloseDS. States: 2. Ordinal 51. */
 int WINAPI smPrestoScan(HWND window, const char* title, const PrestoScanSettings* settings);
 
 /* ---- The maker's extensions ---------------------------------------------------------------------------- */
@@ -751,7 +768,8 @@ int WINAPI smSetKvUnSharpMask(int enable);
 int WINAPI smGetKvUnSharpMask(unsigned short* enabled);
 
 /* The source's window: the setter takes the source's numbers (0, 1, 3), the getter gives 0, 1, 2 for them and
- * 0 for every other. Ordinals 81 and 82. */
+ * 0 for every other. When the source doesn't answer, what the output held is mapped the same way: set it
+ * before the call. Ordinals 81 and 82. */
 int WINAPI smSetKvUIMode(unsigned short mode);
 int WINAPI smGetKvUIMode(unsigned short* mode);
 
