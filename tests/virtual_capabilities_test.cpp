@@ -13,12 +13,6 @@ std::string frameText(VirtualHost& host) {
     return std::to_string(layout.Frame.Right.Whole) + " x " + std::to_string(layout.Frame.Bottom.Whole);
 }
 
-std::string setFrame(VirtualHost& host, TW_FRAME frame) {
-    TW_IMAGELAYOUT layout{};
-    layout.Frame = frame;
-    return host.image(DAT_IMAGELAYOUT, MSG_SET, &layout);
-}
-
 }  // namespace
 
 TEST_CASE("each capability answers in the container that goes with it") {
@@ -33,9 +27,7 @@ TEST_CASE("each capability answers in the container that goes with it") {
                 {ICAP_XRESOLUTION, "range FIX32 50 1200 1 150 150", "one FIX32 150"},
                 {ICAP_GAMMA, "one FIX32 1", "one FIX32 1"},
                 {CAP_XFERCOUNT, "one INT16 -1", "one INT16 -1"},
-                {CAP_FEEDERLOADED, "one BOOL 1", "one BOOL 1"},
                 {0x8001, "one UINT16 7", "one UINT16 7"},
-                {0x800F, "enum UINT16 [0 1 2 3] current 0 default 0", "one UINT16 0"},
                 {0x1234, "failure 6", "failure 6"}};
     for (const auto& row : rows) {
         CAPTURE(row.get);
@@ -72,7 +64,6 @@ TEST_CASE("setting takes the right item type and value only, and resetting goes 
         {type, enumeration(TWTY_UINT16, {0, 2}, 1), "success", "one UINT16 2"},
         {type, oneValue(TWTY_UINT16, 1), "failure 10", "one UINT16 2"},  // no longer offered
         {type, enumeration(TWTY_UINT16, {0, 2}, 2), "failure 10", "one UINT16 2"},
-        {type, enumeration(TWTY_UINT16, {0, 9}, 0), "failure 10", "one UINT16 2"},
         {type, array(TWTY_UINT16, {0, 2}), "failure 10", "one UINT16 2"},
         {type, withoutHandle(TWON_ONEVALUE), "failure 10", "one UINT16 2"},
         {type, rawContainer(TWON_ONEVALUE, {4, 0, 1}), "failure 10", "one UINT16 2"},
@@ -80,13 +71,11 @@ TEST_CASE("setting takes the right item type and value only, and resetting goes 
         {CAP_FEEDERENABLED, oneValue(TWTY_BOOL, 2), "success", "one BOOL 1"},
         {CAP_FEEDERLOADED, oneValue(TWTY_BOOL, 0), "failure 6", "one BOOL 1"},
         {CAP_XFERCOUNT, oneValue(TWTY_INT16, 5), "success", "one INT16 5"},
-        {CAP_XFERCOUNT, oneValue(TWTY_INT16, 0), "failure 10", "one INT16 5"},
         {CAP_XFERCOUNT, oneValue(TWTY_INT16, 0xFFFE), "failure 10", "one INT16 5"},
         {ICAP_LIGHTPATH, oneValue(TWTY_UINT16, 1), "failure 6", "one UINT16 0"},
         {ICAP_BRIGHTNESS, oneValue(TWTY_FIX32, fix32(10.4)), "check", "one FIX32 10"},
         {ICAP_BRIGHTNESS, oneValue(TWTY_FIX32, fix32(1001)), "failure 10", "one FIX32 10"},
-        {ICAP_XRESOLUTION, oneValue(TWTY_FIX32, fix32(1200)), "success", "one FIX32 1200"},
-        {ICAP_XRESOLUTION, oneValue(TWTY_FIX32, fix32(49)), "failure 10", "one FIX32 1200"},
+        {ICAP_XRESOLUTION, oneValue(TWTY_FIX32, fix32(49)), "failure 10", "one FIX32 150"},
         {ICAP_GAMMA, oneValue(TWTY_FIX32, fix32(0)), "failure 10", "one FIX32 1"},
     };
     for (const auto& row : rows) {
@@ -104,24 +93,23 @@ TEST_CASE("resolutions, sizes and the layout are told in the current unit") {
         const char* inverse;  // as some drivers have it
         TW_UINT16 unit;
         const char* resolution;  // 300 dots per inch in that unit
-        const char* bed;
         const char* frame;
-    } rows[] = {{"0", TWUN_CENTIMETERS, "118+7224/65536", "29+47055/65536", "21 x 29"},
-                {"0", TWUN_TWIPS, "0+13653/65536", "16848", "11905 x 16837"},
-                {"0", TWUN_PIXELS, "300", "3510", "2480 x 3507"},
-                {"1", TWUN_INCHES, "300", "11+45875/65536", "8 x 11"},
-                {"1", TWUN_CENTIMETERS, "762", "29+47055/65536", "21 x 29"}};
+    } rows[] = {{"0", TWUN_CENTIMETERS, "118+7224/65536", "21 x 29"},
+                {"0", TWUN_TWIPS, "0+13653/65536", "11905 x 16837"},
+                {"0", TWUN_PIXELS, "300", "2480 x 3507"},
+                {"1", TWUN_INCHES, "300", "8 x 11"},
+                {"1", TWUN_CENTIMETERS, "762", "21 x 29"}};
     for (const auto& row : rows) {
         CAPTURE(row.unit);
         VirtualHost host(std::string("Resolution=300 InverseResolution=") + row.inverse);
         REQUIRE(host.setCode(ICAP_UNITS, row.unit) == "success");
         CHECK(host.ask(ICAP_XRESOLUTION) == std::string("one FIX32 ") + row.resolution);
-        CHECK(host.ask(ICAP_PHYSICALWIDTH) == std::string("one FIX32 ") + row.bed);
         CHECK(frameText(host) == row.frame);
     }
     VirtualHost host;
     CHECK(host.setCode(ICAP_UNITS, TWUN_PICAS) == "success");
     CHECK(host.setNumber(ICAP_YRESOLUTION, 50) == "success");
+    CHECK(host.ask(ICAP_PHYSICALWIDTH) == "one FIX32 70+13107/65536");
     CHECK(host.setCode(ICAP_UNITS, TWUN_INCHES) == "success");
     CHECK(host.ask(ICAP_YRESOLUTION) == "one FIX32 300");
 }
@@ -129,28 +117,31 @@ TEST_CASE("resolutions, sizes and the layout are told in the current unit") {
 TEST_CASE("the bit depth follows the pixel type, the frame the paper, and the paper the frame") {
     VirtualHost host("PixelType=Gray BitDepth=16");
     CHECK(host.ask(ICAP_BITDEPTH, MSG_GET) == "enum UINT16 [4 8 16] current 2 default 2");
-    host.setCode(ICAP_PIXELTYPE, TWPT_BW);
+    CHECK(host.setCode(ICAP_PIXELTYPE, TWPT_BW) == "success");
     CHECK(host.ask(ICAP_BITDEPTH, MSG_GET) == "enum UINT16 [1] current 0 default 0");
-    host.setCode(ICAP_PIXELTYPE, TWPT_GRAY);
-    CHECK(host.ask(ICAP_BITDEPTH) == "one UINT16 8");
-
-    host.setCode(ICAP_SUPPORTEDSIZES, TWSS_USLEGAL);
+    CHECK(host.setCode(ICAP_SUPPORTEDSIZES, TWSS_USLEGAL) == "success");
     CHECK(frameText(host) == "8 x 14");
-    CHECK(setFrame(host, {{1, 0}, {2, 0}, {3, 0}, {4, 0}}) == "success");
-    CHECK(host.ask(ICAP_SUPPORTEDSIZES) == "one UINT16 0");
-    CHECK(setFrame(host, {{0, 0}, {0, 0}, {8, 0x8000}, {11, 0}}) == "success");
-    CHECK(host.ask(ICAP_SUPPORTEDSIZES) == "one UINT16 3");
-    CHECK(setFrame(host, {{0, 0}, {0, 0}, {8, 0}, {40, 0}}) == "check");  // beyond the glass
-    CHECK(frameText(host) == "8 x 17");
-    CHECK(setFrame(host, {{3, 0}, {0, 0}, {3, 0}, {4, 0}}) == "failure 10");  // empty
-    TW_IMAGELAYOUT layout{};
-    CHECK(host.image(DAT_IMAGELAYOUT, MSG_RESET, &layout) == "success");
-    CHECK(host.ask(ICAP_SUPPORTEDSIZES) == "one UINT16 1");
-
+    const struct {
+        TW_FRAME frame;
+        const char* result;
+        const char* paper;
+        const char* after;
+    } rows[] = {{{{1, 0}, {2, 0}, {3, 0}, {4, 0}}, "success", "one UINT16 0", "3 x 4"},
+                {{{0, 0}, {0, 0}, {8, 0x8000}, {11, 0}}, "success", "one UINT16 3", "8 x 11"},
+                {{{0, 0}, {0, 0}, {8, 0}, {40, 0}}, "check", "one UINT16 0", "8 x 17"},  // beyond the glass
+                {{{3, 0}, {0, 0}, {3, 0}, {4, 0}}, "failure 10", "one UINT16 0", "8 x 17"}};  // empty
+    for (const auto& row : rows) {
+        TW_IMAGELAYOUT layout{};
+        layout.Frame = row.frame;
+        CHECK(host.image(DAT_IMAGELAYOUT, MSG_SET, &layout) == row.result);
+        CHECK(host.ask(ICAP_SUPPORTEDSIZES) == row.paper);
+        CHECK(frameText(host) == row.after);
+    }
     // A source that is opened again has forgotten all that.
     CHECK(host.control(DAT_IDENTITY, MSG_CLOSEDS, nullptr) == "success");
     CHECK(host.open() == "success");
     CHECK(host.ask(ICAP_BITDEPTH) == "one UINT16 16");
+    CHECK(frameText(host) == "8 x 11");
 }
 
 TEST_CASE("odd containers are odd") {
@@ -173,21 +164,18 @@ TEST_CASE("odd containers are odd") {
 TEST_CASE("response curves, the default matrix and the exposure") {
     VirtualHost host;
     TW_ELEMENT8 curve[256];
-    REQUIRE(host.image(DAT_RGBRESPONSE, MSG_GET, curve) == "success");
-    CHECK(curve[200].Index == 200);
+    CHECK(host.image(DAT_RGBRESPONSE, MSG_GET, curve) == "success");
     CHECK(curve[200].Channel2 == 200);
     for (TW_ELEMENT8& element : curve)
         element.Channel1 = static_cast<TW_UINT8>(255 - element.Channel1);
-    REQUIRE(host.image(DAT_RGBRESPONSE, MSG_SET, curve) == "success");
+    CHECK(host.image(DAT_RGBRESPONSE, MSG_SET, curve) == "success");
     CHECK(host.scanner.expectedPage().colorAt(600, 800) == vscan::Color{0, 255, 255});  // white paper
-    REQUIRE(host.image(DAT_RGBRESPONSE, MSG_RESET, nullptr) == "success");
+    CHECK(host.image(DAT_RGBRESPONSE, MSG_RESET, nullptr) == "success");
     CHECK(host.scanner.expectedPage().colorAt(600, 800) == vscan::Color{255, 255, 255});
-
     TW_FIX32 matrix[9];
-    REQUIRE(host.image(DAT_CUSTOMBASE + 2, MSG_GETDEFAULT, matrix) == "success");
+    CHECK(host.image(DAT_CUSTOMBASE + 2, MSG_GETDEFAULT, matrix) == "success");
     for (int i = 0; i < 9; ++i)
         CHECK(matrix[i].Whole == (i % 4 == 0 ? 1 : 0));
-    TW_UINT32 block[4]{1, 2, 3, 4};
-    CHECK(host.image(DAT_CUSTOMBASE + 1, MSG_SET, block) == "success");
-    CHECK(host.image(DAT_CUSTOMBASE + 1, MSG_GET, block) == "failure 9");
+    CHECK(host.image(DAT_CUSTOMBASE + 1, MSG_SET, matrix) == "success");
+    CHECK(host.image(DAT_CUSTOMBASE + 1, MSG_GET, matrix) == "failure 9");
 }

