@@ -4,126 +4,99 @@
 
 #include <windows.h>
 
+#include <filesystem>
+#include <fstream>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "WindowsFiles.h"
 
+using OptionalText = std::optional<std::string>;
+
 // The default source of the system profile.
 class DefaultSourceEntry {
 public:
-    explicit DefaultSourceEntry(const std::optional<std::string>& value) : before_(current()) { set(value); }
+    explicit DefaultSourceEntry(const OptionalText& value) : before_(current()) { set(value); }
     ~DefaultSourceEntry() { set(before_); }
-    DefaultSourceEntry(const DefaultSourceEntry&) = delete;
-    DefaultSourceEntry& operator=(const DefaultSourceEntry&) = delete;
 
-    static std::optional<std::string> current() {
-        constexpr char missing[] = "(none)";
+    static OptionalText current() {
         char text[512] = "";
-        GetProfileStringA("Twain", "Default Source", missing, text, sizeof text);
-        return text == std::string(missing) ? std::nullopt : std::optional<std::string>(text);
+        GetProfileStringA("Twain", "Default Source", "(none)", text, sizeof text);
+        return text == std::string("(none)") ? OptionalText() : text;
     }
 
 private:
-    static void set(const std::optional<std::string>& value) {
+    static void set(const OptionalText& value) {
         WriteProfileStringA("Twain", "Default Source", value ? value->c_str() : nullptr);
     }
 
-    std::optional<std::string> before_;
+    OptionalText before_;
 };
 
-// The user's folder of application data, empty but for the host suite's settings.
+// The user's folder of application data, with the host suite's settings if there are any.
 class HostSuiteSettings {
 public:
-    // Nothing: there is no settings file.
-    explicit HostSuiteSettings(const std::optional<std::string>& regional) : before_(current()) {
-        char temporary[MAX_PATH] = "";
-        GetTempPathA(sizeof temporary, temporary);
-        folder_ = std::string(temporary) + "scanmodule-application-data";
-        CreateDirectoryA(folder_.c_str(), nullptr);
-        CreateDirectoryA((folder_ + "\\Lumivo").c_str(), nullptr);
-        file_.emplace(folder_ + "\\Lumivo\\Applet.ini");
-        file_->remove();
-        if (regional) file_->write("[Aboutdlg]\r\nRegional=" + *regional + "\r\n");
-        set(folder_);
+    explicit HostSuiteSettings(const OptionalText& regional) {
+        std::filesystem::create_directories(folder_ / "Lumivo");
+        file_.remove();
+        if (regional) file_.write("[Aboutdlg]\r\nRegional=" + *regional + "\r\n");
+        RegCreateKeyA(HKEY_CURRENT_USER,
+                      "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders", &key_);
+        char text[MAX_PATH] = "";
+        DWORD size = sizeof text;
+        if (RegQueryValueExA(key_, "AppData", nullptr, nullptr, reinterpret_cast<BYTE*>(text), &size) == 0)
+            before_ = text;
+        set(folder_.string());
     }
     ~HostSuiteSettings() {
         set(before_);
-        file_->remove();
-        file_.reset();
-        RemoveDirectoryA((folder_ + "\\Lumivo").c_str());
-        RemoveDirectoryA(folder_.c_str());
+        RegCloseKey(key_);
+        file_.remove();
+        std::filesystem::remove_all(folder_);
     }
-    HostSuiteSettings(const HostSuiteSettings&) = delete;
-    HostSuiteSettings& operator=(const HostSuiteSettings&) = delete;
 
-    void removeFolderEntry() { set(std::nullopt); }
+    void removeFolderEntry() { set({}); }
 
 private:
-    static constexpr const char* key =
-        "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders";
-
-    static std::optional<std::string> current() {
-        char text[MAX_PATH] = "";
-        DWORD size = sizeof text;
-        const LONG result =
-            RegGetValueA(HKEY_CURRENT_USER, key, "AppData", RRF_RT_REG_SZ, nullptr, text, &size);
-        return result == ERROR_SUCCESS ? std::optional<std::string>(text) : std::nullopt;
-    }
-    static void set(const std::optional<std::string>& value) {
-        HKEY opened = nullptr;
-        RegCreateKeyA(HKEY_CURRENT_USER, key, &opened);
-        if (value) {
-            RegSetValueExA(opened, "AppData", 0, REG_SZ, reinterpret_cast<const BYTE*>(value->c_str()),
-                           static_cast<DWORD>(value->size() + 1));
-        } else {
-            RegDeleteValueA(opened, "AppData");
-        }
-        RegCloseKey(opened);
+    void set(const OptionalText& folder) {
+        if (!folder)
+            RegDeleteValueA(key_, "AppData");
+        else
+            RegSetValueExA(key_, "AppData", 0, REG_SZ, reinterpret_cast<const BYTE*>(folder->c_str()),
+                           static_cast<DWORD>(folder->size() + 1));
     }
 
-    std::optional<std::string> before_;
-    std::string folder_;
-    std::optional<SavedFile> file_;
+    const std::filesystem::path folder_ =
+        std::filesystem::temp_directory_path() / "scanmodule-application-data";
+    SavedFile file_{(folder_ / "Lumivo" / "Applet.ini").string()};
+    HKEY key_ = nullptr;
+    OptionalText before_;
 };
 
 // <Windows>\twain_32 and <Windows>\twain with these files alone; what was there is set aside meanwhile.
 class DriverFolders {
 public:
-    explicit DriverFolders(const std::vector<std::string>& files) : files_(files) {
-        for (const char* name : names) {
-            MoveFileA(path(name).c_str(), aside(name).c_str());
-            CreateDirectoryA(path(name).c_str(), nullptr);
+    explicit DriverFolders(const std::vector<std::string>& files) {
+        for (const std::string name : {"twain_32", "twain"}) {
+            if (std::filesystem::exists(aside(name))) std::filesystem::remove_all(path(name));
+            if (std::filesystem::exists(path(name))) std::filesystem::rename(path(name), aside(name));
+            std::filesystem::create_directory(path(name));
         }
-        for (const std::string& file : files_) {
-            for (size_t at = file.find('\\'); at != std::string::npos; at = file.find('\\', at + 1))
-                CreateDirectoryA(path(file.substr(0, at)).c_str(), nullptr);
-            CloseHandle(
-                CreateFileA(path(file).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
+        for (const std::string& file : files) {
+            std::filesystem::create_directories(std::filesystem::path(path(file)).parent_path());
+            std::ofstream(path(file)).put('\n');
         }
     }
     ~DriverFolders() {
-        for (const std::string& file : files_)
-            DeleteFileA(path(file).c_str());
-        for (const std::string& file : files_) {
-            for (size_t at = file.rfind('\\'); at != std::string::npos && at > 0;
-                 at = file.rfind('\\', at - 1))
-                RemoveDirectoryA(path(file.substr(0, at)).c_str());
-        }
-        for (const char* name : names) {
-            RemoveDirectoryA(path(name).c_str());
-            MoveFileA(aside(name).c_str(), path(name).c_str());
+        for (const std::string name : {"twain_32", "twain"}) {
+            std::filesystem::remove_all(path(name));
+            if (std::filesystem::exists(aside(name))) std::filesystem::rename(aside(name), path(name));
         }
     }
-    DriverFolders(const DriverFolders&) = delete;
-    DriverFolders& operator=(const DriverFolders&) = delete;
 
     static std::string path(const std::string& name) { return windowsDirectory() + "\\" + name; }
 
 private:
-    static constexpr const char* names[] = {"twain_32", "twain"};
     static std::string aside(const std::string& name) { return path(name + ".set-aside"); }
-
-    std::vector<std::string> files_;
 };
