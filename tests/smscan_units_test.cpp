@@ -9,7 +9,6 @@
 
 #include "Bmp.h"
 #include "BmpFile.h"
-#include "CapsTable.h"
 #include "Conditions.h"
 #include "Failure.h"
 #include "Options.h"
@@ -72,7 +71,6 @@ TEST_CASE("what can't be meant is refused, with the range or the choices named")
         std::vector<std::string> words;
         const char* text;
     } rows[] = {
-        {{"--mode", "grey"}, "--mode takes one of bw, gray, color, not \"grey\"."},
         {{"--gamma", "nan"}, "--gamma takes a number from 0.1 to 10.0, not \"nan\"."},
         {{"--pages", "0"}, "--pages (or \"all\") takes a whole number from 1 to 32767, not \"0\"."},
         {{"--set", "pim"}, "--set pim lacks its value: NAME=VALUE."},
@@ -168,10 +166,4 @@ TEST_CASE("texts for the user") {
     CHECK(progressBar(2, 50, 200) == "page 2: [##########..............................]  25 %");
     CHECK(progressBar(1, 300, -1) == "page 1: 300 lines");
     CHECK(conditionWords(77) == "unknown failure (condition code 77)");
-    const std::vector<CapsRow> rows{{"gamma", {{"current", 1.5}}, "", ""},
-                                    {"pim", {}, "not \"offered\"", ""}};
-    CHECK(capsAsJson("S\x80", rows) ==
-          "{\n  \"source\": \"S\\u0080\",\n  \"capabilities\": {\n"
-          "    \"gamma\": {\"current\": 1.5},\n"
-          "    \"pim\": {\"problem\": \"not \\\"offered\\\"\"}\n  }\n}\n");
 }

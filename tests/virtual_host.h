@@ -21,6 +21,14 @@ inline vscan::VirtualScannerSettings settingsFrom(const std::string& text) {
     return settings;
 }
 
+inline std::string hex(const std::uint8_t* bytes, size_t count) {
+    std::string text;
+    for (size_t i = 0; i < count; ++i)
+        for (const int digit : {bytes[i] >> 4, bytes[i] & 15})
+            text += "0123456789abcdef"[digit];
+    return text;
+}
+
 // Operations answer "success" or what else was returned; a failure with its condition code: "failure 11".
 class VirtualHost {
 public:
@@ -34,10 +42,9 @@ public:
     }
 
     std::string call(TW_UINT32 group, TW_UINT16 argumentType, TW_UINT16 message, void* data) {
-        static const char* const names[] = {"success", "failure",    "check",   "cancel",
-                                            "event",   "notdsevent", "xferdone"};
-        const std::string name = names[scanner.call(group, argumentType, message, data)];
-        return name == "failure" ? name + " " + std::to_string(condition()) : name;
+        static const char* const names[] = {"success", "", "check", "cancel", "event", "no event", "done"};
+        const TW_UINT16 result = scanner.call(group, argumentType, message, data);
+        return result == TWRC_FAILURE ? "failure " + std::to_string(condition()) : names[result];
     }
     std::string control(TW_UINT16 argumentType, TW_UINT16 message, void* data) {
         return call(DG_CONTROL, argumentType, message, data);
