@@ -13,6 +13,7 @@ namespace {
 constexpr unsigned over = 0xFFFFFFFF;
 constexpr unsigned unwritten = 4711;
 constexpr uint8_t untouched = 0xEE;
+const std::string other = "Another Maker";
 
 // A source with pages that are ready to be pulled, and what the host's last call gave.
 struct PullStage : Stage {
@@ -20,7 +21,7 @@ struct PullStage : Stage {
     Bytes buffer;
     unsigned count = unwritten;
 
-    explicit PullStage(std::vector<Page> pages = {}, const std::string& manufacturer = "Another Maker") {
+    explicit PullStage(std::vector<Page> pages = {}, const std::string& manufacturer = other) {
         source.put(std::move(pages));
         lstrcpynA(manager.defaultSource().Manufacturer, manufacturer.c_str(), sizeof(TW_STR32));
     }
@@ -32,89 +33,61 @@ struct PullStage : Stage {
         return module.ReadBlock(buffer.data(), size, &count);
     }
 
-    Bytes pulled(size_t size) const { return {buffer.begin(), buffer.begin() + size}; }
-    bool isUntouchedFrom(size_t begin) const {
-        return std::all_of(buffer.begin() + begin, buffer.end(),
-                           [](uint8_t byte) { return byte == untouched; });
+    // What the buffer holds, without what wasn't touched at its end.
+    Bytes pulled() const {
+        const auto last =
+            std::find_if(buffer.rbegin(), buffer.rend(), [](uint8_t byte) { return byte != untouched; });
+        return {buffer.begin(), last.base()};
     }
 };
 
-Page colorPage(TW_INT32 width, TW_INT32 length, TW_UINT32 bytesPerRow, TW_UINT32 rowsPerStrip) {
+// A strip for each row.
+Page colorPage(TW_INT32 width, TW_INT32 length, TW_UINT32 bytesPerRow) {
     return {imageInfo(TWPT_RGB, 24, width, length),
-            cutRows(pattern(bytesPerRow * length), bytesPerRow, width, rowsPerStrip)};
+            cutRows(pattern(bytesPerRow * length), bytesPerRow, width, 1)};
 }
 
-Bytes withoutPadding(const Bytes& rows, size_t bytesPerRow, size_t used) {
+// Those bytes of a pattern, a pair for each piece: from here to before there.
+Bytes pieces(const std::vector<std::pair<int, int>>& ranges) {
+    const Bytes all = pattern(64);
     Bytes result;
-    for (size_t row = 0; row < rows.size(); row += bytesPerRow)
-        result.insert(result.end(), rows.begin() + row, rows.begin() + row + used);
+    for (const auto& [begin, end] : ranges)
+        result.insert(result.end(), all.begin() + begin, all.begin() + end);
     return result;
 }
 
 }  // namespace
 
 TEST_CASE("whole pages pulled while the module announces the first") {
-    const Page first = colorPage(5, 5, 16, 2), second = colorPage(5, 3, 16, 2);
-    PullStage stage({first, second});
-    std::vector<Bytes> pages;
+    PullStage stage({colorPage(5, 2, 16), colorPage(3, 1, 9)});
+    std::vector<Bytes> blocks;
     stage.host.onXferStart = [&](TXferImageInfo&) {
         int width = 0, length = 0;
-        for (stage.module.GetImageDim(&width, &length); width != 0;
-             stage.module.GetImageDim(&width, &length)) {
-            const size_t size = static_cast<size_t>(width) * 3 * length;
-            Bytes& page = pages.emplace_back();
-            // Two rows at a time; the last strip's length is what is missing.
-            while (stage.pull(32) == 0) {
-                const Bytes block = stage.pulled(stage.count);
-                page.insert(page.end(), block.begin(), block.end());
+        for (const int lines : {2, 1}) {
+            stage.module.GetImageDim(&width, &length);
+            CHECK(length == lines);
+            for (int line = 1; line <= lines; ++line) {
+                CHECK(stage.pull(16) == (line == lines));
+                CHECK(stage.count == (line == lines ? over : 15));
+                blocks.push_back(stage.pulled());
             }
-            const Bytes rest = stage.pulled(size - page.size());
-            page.insert(page.end(), rest.begin(), rest.end());
         }
         stage.module.CancelAllXfer();
     };
     stage.enable(true);
     stage.deliver(MSG_XFERREADY);
-    CHECK(pages == std::vector<Bytes>{withoutPadding(pattern(16 * 5), 16, 15),
-                                      withoutPadding(pattern(16 * 3), 16, 15)});
+    CHECK(blocks == std::vector<Bytes>{pieces({{0, 15}}), pieces({{16, 31}}), pieces({{0, 9}})});
     CHECK(stage.host.messages() == Lines{"XferStart", "XferEnd -5"});
-    const Lines calls = stage.manager.calls();
-    const auto start = std::find(calls.rbegin(), calls.rend(), "GET ICAP_UNITS").base() + 1;
-    CHECK(Lines(start, calls.end()) == Lines{"IMAGEINFO",  // the host looks
-                                             "SETUPMEMXFER", "IMAGEINFO", "IMAGEMEMXFER", "IMAGEMEMXFER",
-                                             "IMAGEMEMXFER", "ENDXFER",
-                                             "IMAGEINFO",  // and looks again
-                                             "SETUPMEMXFER", "IMAGEINFO", "IMAGEMEMXFER", "IMAGEMEMXFER",
-                                             "ENDXFER", "IMAGEINFO", "ENDXFER", "RESET"});
+    CHECK(stage.manager.calls().last(13) == Lines{"IMAGEINFO", "SETUPMEMXFER", "IMAGEINFO", "IMAGEMEMXFER",
+                                                  "IMAGEMEMXFER", "ENDXFER", "IMAGEINFO", "SETUPMEMXFER",
+                                                  "IMAGEINFO", "IMAGEMEMXFER", "ENDXFER",  //
+                                                  "ENDXFER", "RESET"});
     CHECK(stage.windows.memoryComplaints() == Lines{});
-}
-
-TEST_CASE("a page that was pulled only in part ends with the batch") {
-    PullStage stage({colorPage(5, 5, 15, 1), colorPage(5, 5, 15, 1)});
-    stage.host.onXferStart = [&](TXferImageInfo&) {
-        CHECK(stage.pull(15) == 0);
-        stage.module.CancelAllXfer();
-    };
-    stage.enable(true);
-    stage.deliver(MSG_XFERREADY);
-    CHECK(stage.host.messages() == Lines{"XferStart", "XferEnd -5"});
-    CHECK(stage.manager.calls().last(3) == Lines{"IMAGEMEMXFER", "ENDXFER", "RESET"});
-}
-
-TEST_CASE("the lines of a call name the pushed form") {
-    PullStage stage({colorPage(4, 2, 12, 1)});
-    stage.enable();
-    stage.pull(12);
-    CHECK(stage.viewer.traces().with("DoMemXfer") ==
-          Lines{"Coming TScanModule::DoMemXfer", "Memory buffer size = 12 in TScanModule::DoMemXfer",
-                "Leaving TScanModule::DoMemXfer"});
-    CHECK(stage.viewer.warnings() == Lines{});
 }
 
 TEST_CASE("how much the source is asked for") {
     struct Row {
-        std::string name;
-        std::string manufacturer;
+        std::string maker;
         TW_SETUPMEMXFER sizes;
         SIZE_T largest;  // allocations of this size fail
         std::vector<unsigned> callers;
@@ -122,167 +95,119 @@ TEST_CASE("how much the source is asked for") {
     };
     const SIZE_T any = ~SIZE_T{0};
     const Row rows[] = {
-        {"the preferred size", "Another", {100, 9000, 1000}, any, {2000, 1000}, {1000, 1000}},
-        {"lowered for a smaller buffer, also below the minimum",
-         "Another",
-         {100, 9000, 1000},
-         any,
-         {50},
-         {50}},
-        {"and staying so for the image",
-         "Another",
-         {100, 9000, 1000},
-         any,
-         {300, 2000, 200},
-         {300, 300, 200}},
-        {"the brand: what the host's buffer takes",
-         "KAVRO",
-         {100, 9000, 1000},
-         any,
-         {2000, 50, 300},
-         {2000, 50, 300}},
-        {"another case is another maker", "Kavro", {100, 9000, 1000}, any, {2000}, {1000}},
-        {"more than the name is another maker", "KAVRO Ltd", {100, 9000, 1000}, any, {2000}, {1000}},
-        {"the minimum when memory is short", "KAVRO", {100000, 9000000, 100001}, 150000, {200000}, {100000}},
-        {"else the maximum", "KAVRO", {200001, 150000, 0}, 200000, {300000}, {150000}},
-        {"a buffer of nothing", "KAVRO", {100, 9000, 1000}, any, {0}, {100}},
+        {other, {100, 9000, 1000}, any, {2000, 1000}, {1000, 1000}},
+        // Lowered for a smaller buffer, also below the minimum, and staying so for the image.
+        {other, {100, 9000, 1000}, any, {300, 2000, 50}, {300, 300, 50}},
+        // The brand: what the host's buffer takes.
+        {"KAVRO", {100, 9000, 1000}, any, {2000, 50, 300}, {2000, 50, 300}},
+        {"Kavro", {100, 9000, 1000}, any, {2000}, {1000}},
+        {"KAVRO Ltd", {100, 9000, 1000}, any, {2000}, {1000}},
+        // When memory is short, or none is asked for.
+        {"KAVRO", {100000, 9000000, 100001}, 150000, {200000}, {100000}},
+        {"KAVRO", {200001, 150000, 0}, 200000, {300000}, {150000}},
+        {"KAVRO", {100, 9000, 1000}, any, {0}, {100}},
     };
     for (const Row& row : rows) {
-        CAPTURE(row.name);
-        PullStage stage({colorPage(2, 9, 6, 1)}, row.manufacturer);
+        CAPTURE(row.asked);
+        PullStage stage({colorPage(2, 9, 6)}, row.maker);
         stage.source.setBufferSizes(row.sizes.MinBufSize, row.sizes.MaxBufSize, row.sizes.Preferred);
         stage.enable();
         stage.windows.largestAllocation = row.largest;
         for (const unsigned size : row.callers)
             stage.pull(size);
         std::vector<TW_UINT32> asked;
-        for (const TW_MEMORY& request : stage.source.requests()) {
+        for (const TW_MEMORY& request : stage.source.requests())
             asked.push_back(request.Length);
-            CHECK(request.Flags == 9);
-        }
         CHECK(asked == row.asked);
         CHECK(stage.windows.memoryComplaints() == Lines{});
     }
 }
 
 TEST_CASE("what one strip gives") {
-    const Bytes p = pattern(64);
     struct Row {
-        std::string name;
         TW_INT16 pixelType, bits;
         TW_INT32 width;
         StripFacts strip;
-        unsigned size;
-        unsigned count;
+        unsigned size, count;
         Bytes delivered;
     };
-    const auto bytes = [&](std::initializer_list<std::pair<int, int>> ranges) {
-        Bytes result;
-        for (const auto& [begin, end] : ranges)
-            result.insert(result.end(), p.begin() + begin, p.begin() + end);
-        return result;
-    };
     const Row rows[] = {
-        {"colours without padding", TWPT_RGB, 24, 3, {9, 3, 2, 0, 0, 18}, 100, 18, bytes({{0, 18}})},
-        {"colours, padded", TWPT_RGB, 24, 3, {12, 3, 2, 0, 0, 24}, 100, 18, bytes({{0, 9}, {12, 21}})},
-        {"gray without padding", TWPT_GRAY, 8, 3, {3, 3, 2, 0, 0, 6}, 100, 6, bytes({{0, 6}})},
-        {"gray, padded", TWPT_GRAY, 8, 3, {4, 3, 2, 0, 0, 8}, 100, 6, bytes({{0, 3}, {4, 7}})},
-        {"into no buffer", TWPT_GRAY, 8, 3, {3, 3, 4, 0, 0, 12}, 0, 0, {}},
-        {"no bytes", TWPT_GRAY, 8, 3, {3, 3, 2, 0, 0, 0}, 100, 0, {}},
-        {"no bytes of padded rows", TWPT_GRAY, 8, 3, {4, 3, 2, 0, 0, 0}, 100, 0, {}},
-        // Every type but RGB counts a byte per pixel: one row of 16 pixels takes the bytes of 8 rows.
-        {"a row of 1 bit per pixel", TWPT_BW, 1, 16, {2, 16, 1, 0, 0, 2}, 2, 16, bytes({{0, 2}})},
-        {"of two such rows the second finds no room",
-         TWPT_BW,
-         1,
-         16,
-         {2, 16, 2, 0, 0, 4},
-         4,
-         16,
-         bytes({{0, 4}})},
-        {"16 bits are cut to the row's first half",
-         TWPT_GRAY,
-         16,
-         4,
-         {8, 4, 2, 0, 0, 16},
-         100,
-         8,
-         bytes({{0, 4}, {8, 12}})},
-        {"48 bits as well", TWPT_RGB, 48, 2, {12, 2, 2, 0, 0, 24}, 100, 12, bytes({{0, 6}, {12, 18}})},
+        {TWPT_RGB, 24, 3, {9, 3, 2, 0, 0, 18}, 100, 18, pieces({{0, 18}})},
+        {TWPT_RGB, 24, 3, {12, 3, 2, 0, 0, 24}, 100, 18, pieces({{0, 9}, {12, 21}})},
+        {TWPT_GRAY, 8, 3, {4, 3, 2, 0, 0, 8}, 100, 6, pieces({{0, 3}, {4, 7}})},
+        {TWPT_GRAY, 8, 3, {3, 3, 4, 0, 0, 12}, 0, 0, {}},
+        {TWPT_GRAY, 8, 3, {3, 3, 2, 0, 0, 0}, 100, 0, {}},
+        {TWPT_GRAY, 8, 3, {4, 3, 2, 0, 0, 0}, 100, 0, {}},
+        // Every type but RGB counts a byte per pixel: one row of 16 pixels takes the bytes of 8 rows, and of
+        // two the second finds no room.
+        {TWPT_BW, 1, 16, {2, 16, 1, 0, 0, 2}, 2, 16, pieces({{0, 2}})},
+        {TWPT_BW, 1, 16, {2, 16, 2, 0, 0, 4}, 4, 16, pieces({{0, 4}})},
+        // Deep ones are cut to the first half of each row.
+        {TWPT_GRAY, 16, 4, {8, 4, 2, 0, 0, 16}, 100, 8, pieces({{0, 4}, {8, 12}})},
+        {TWPT_RGB, 48, 2, {12, 2, 2, 0, 0, 24}, 100, 12, pieces({{0, 6}, {12, 18}})},
     };
     for (const Row& row : rows) {
-        CAPTURE(row.name);
-        const Strip strip{row.strip, Bytes(p.begin(), p.begin() + row.strip.bytesWritten)};
+        CAPTURE(row.bits);
+        CAPTURE(row.strip.bytesPerRow);
+        const Strip strip{row.strip, pattern(row.strip.bytesWritten)};
         PullStage stage({{imageInfo(row.pixelType, row.bits, row.width, 100), {strip}}});
         stage.enable();
         CHECK(stage.pull(row.size) == 0);
         CHECK(stage.count == row.count);
-        CHECK(stage.pulled(row.delivered.size()) == row.delivered);
-        CHECK(stage.isUntouchedFrom(std::max<size_t>(row.count, row.delivered.size())));
+        CHECK(stage.pulled().size() <= std::max<size_t>(row.count, row.delivered.size()));
+        CHECK(Bytes(stage.buffer.begin(), stage.buffer.begin() + row.delivered.size()) == row.delivered);
     }
 }
 
 TEST_CASE("the last strip comes without its length, and the next page begins anew") {
-    PullStage stage({colorPage(4, 3, 12, 2), {imageInfo(TWPT_GRAY, 8, 4, 1), cutRows(pattern(5), 5, 4, 1)}});
+    PullStage stage({colorPage(4, 2, 12), {imageInfo(TWPT_GRAY, 8, 4, 1), cutRows(pattern(5), 5, 4, 1)}});
     stage.enable();
     CHECK(stage.pull(24) == 0);
-    CHECK(stage.count == 24);
+    CHECK(stage.count == 12);
     stage.manager.forgetCalls();
+    stage.viewer.forget();
     CHECK(stage.pull(24) == 1);
     CHECK(stage.count == over);
-    const Bytes sent = pattern(36);
-    CHECK(stage.pulled(12) == Bytes(sent.begin() + 24, sent.end()));
-    CHECK(stage.isUntouchedFrom(12));
+    CHECK(stage.pulled() == pieces({{12, 24}}));
     CHECK(stage.manager.takeCalls() == Lines{"IMAGEMEMXFER", "ENDXFER"});
+    // The lines name the pushed form.
+    CHECK(stage.viewer.traces().with("DoMemXfer") ==
+          Lines{"Coming TScanModule::DoMemXfer", "Memory buffer size = 24 in TScanModule::DoMemXfer",
+                "Leaving TScanModule::DoMemXfer"});
 
     // Gray now: a byte per pixel.
     CHECK(stage.pull(24) == 1);
-    CHECK(stage.pulled(4) == pattern(4));
-    CHECK(stage.isUntouchedFrom(4));
+    CHECK(stage.pulled() == pattern(4));
     CHECK(stage.manager.takeCalls() == Lines{"SETUPMEMXFER", "IMAGEINFO", "IMAGEMEMXFER", "ENDXFER"});
     CHECK(stage.host.messages() == Lines{});
-}
 
-TEST_CASE("a page that can't be described is pulled as one byte per pixel") {
-    PullStage stage({colorPage(4, 1, 12, 1)});
+    // As for a page that can't be described.
+    stage.source.put({colorPage(4, 1, 12)});
     stage.manager.answer(operation::imageInfo, failWith(TWCC_BADVALUE));
-    stage.enable();
-    CHECK(stage.pull(12) == 1);
-    CHECK(stage.pulled(4) == pattern(4));
-    CHECK(stage.isUntouchedFrom(4));
-    CHECK(stage.manager.calls() == Lines{"SETUPMEMXFER", "IMAGEINFO", "IMAGEMEMXFER", "ENDXFER"});
+    CHECK(stage.pull(24) == 1);
+    CHECK(stage.pulled() == pattern(4));
+    CHECK(stage.manager.takeCalls() == Lines{"SETUPMEMXFER", "IMAGEINFO", "IMAGEMEMXFER", "ENDXFER"});
 }
 
 TEST_CASE("a strip that doesn't come") {
     struct Row {
-        std::string name;
         Strip strip;
         int result;
         unsigned count;
         Lines calls;
-        bool isOver;  // the next call begins a page
     };
     const Row rows[] = {
-        {"cancelled", endedBy(TWRC_CANCEL), 1, over, {"IMAGEMEMXFER", "ENDXFER", "RESET"}, true},
-        {"operation error, reset twice",
-         failedWith(TWCC_OPERATIONERROR),
-         1,
-         over,
-         {"IMAGEMEMXFER", "STATUS", "RESET", "RESET"},
-         false},
-        {"unknown reason", failedWith(TWCC_BUMMER), 0, unwritten, {"IMAGEMEMXFER", "STATUS"}, false},
-        {"paper jam", failedWith(TWCC_PAPERJAM), 0, unwritten, {"IMAGEMEMXFER", "STATUS"}, false},
-        {"no reason", failedWith(TWCC_SUCCESS), 0, unwritten, {"IMAGEMEMXFER", "STATUS"}, false},
-        {"a code that makes no sense",
-         endedBy(TWRC_ENDOFLIST),
-         0,
-         unwritten,
-         {"IMAGEMEMXFER", "STATUS"},
-         false},
+        {endedBy(TWRC_CANCEL), 1, over, {"IMAGEMEMXFER", "ENDXFER", "RESET"}},
+        // Reset twice.
+        {failedWith(TWCC_OPERATIONERROR), 1, over, {"IMAGEMEMXFER", "STATUS", "RESET", "RESET"}},
+        {failedWith(TWCC_PAPERJAM), 0, unwritten, {"IMAGEMEMXFER", "STATUS"}},
+        {failedWith(TWCC_SUCCESS), 0, unwritten, {"IMAGEMEMXFER", "STATUS"}},
+        {endedBy(TWRC_ENDOFLIST), 0, unwritten, {"IMAGEMEMXFER", "STATUS"}},
     };
     for (const Row& row : rows) {
-        CAPTURE(row.name);
-        Page page = colorPage(4, 2, 12, 1);
+        CAPTURE(row.strip.returnCode);
+        CAPTURE(row.strip.conditionCode);
+        Page page = colorPage(4, 2, 12);
         page.strips.insert(page.strips.begin() + 1, row.strip);
         PullStage stage({page});
         stage.enable();
@@ -290,108 +215,106 @@ TEST_CASE("a strip that doesn't come") {
         stage.manager.forgetCalls();
         CHECK(stage.pull(12) == row.result);
         CHECK(stage.count == row.count);
-        CHECK(stage.isUntouchedFrom(0));
+        CHECK(stage.pulled() == Bytes{});
         CHECK(stage.manager.takeCalls() == row.calls);
         CHECK(stage.windows.memoryComplaints() == Lines{});
 
         // What wasn't written may be tried again.
         stage.pull(12);
-        CHECK((stage.manager.calls().front() == "SETUPMEMXFER") == row.isOver);
-        if (row.count == unwritten) {
-            const Bytes sent = pattern(24);
-            CHECK(stage.count == over);
-            CHECK(stage.pulled(12) == Bytes(sent.begin() + 12, sent.end()));
-        }
+        CHECK((stage.manager.calls().front() == "SETUPMEMXFER") == (row.strip.returnCode == TWRC_CANCEL));
+        if (row.count == unwritten) CHECK(stage.pulled() == pieces({{12, 24}}));
     }
 }
 
 TEST_CASE("without memory, or without a source, nothing is asked and the count stays") {
-    PullStage stage({colorPage(4, 2, 12, 1)});
-    SUBCASE("no memory") {
+    {
+        PullStage closed;
+        CHECK(closed.pull(12) == 0);
+        CHECK(closed.count == unwritten);
+    }
+    PullStage stage({colorPage(4, 2, 12)});
+    stage.enable();
+    stage.source.setBufferSizes(64, 4096, 1024);
+    stage.windows.largestAllocation = 12;
+    CHECK(stage.pull(12) == 0);
+    CHECK(stage.count == unwritten);
+    CHECK(stage.manager.calls().with("IMAGEMEMXFER") == Lines{});
+    CHECK(stage.viewer.warnings() == Lines{"Low Memory in TScanModule::DoMemXfer"});
+    stage.windows.largestAllocation = ~SIZE_T{0};
+    CHECK(stage.pull(12) == 0);
+    CHECK(stage.count == 12);
+}
+
+TEST_CASE("an image that was pulled in part is forgotten with its batch and with the source") {
+    for (const bool withBatch : {false, true}) {
+        CAPTURE(withBatch);
+        PullStage stage({colorPage(4, 2, 12)});
+        stage.host.onXferStart = [&](TXferImageInfo&) {
+            stage.pull(12);
+            stage.module.CancelAllXfer();
+        };
         stage.enable();
-        stage.windows.largestAllocation = 12;
-        stage.source.setBufferSizes(64, 4096, 1024);
-        CHECK(stage.pull(12) == 0);
-        CHECK(stage.manager.calls() == Lines{"SETUPMEMXFER", "IMAGEINFO"});
-        stage.windows.largestAllocation = ~SIZE_T{0};
-        CHECK(stage.count == unwritten);
-        CHECK(stage.pull(12) == 0);
-        CHECK(stage.count == 12);
+        if (withBatch) {
+            stage.deliver(MSG_XFERREADY);
+        } else {
+            stage.pull(12);
+            stage.module.DisableDS();
+            stage.module.CloseDS();
+            stage.enable();
+        }
+        stage.source.put({{imageInfo(TWPT_GRAY, 8, 4, 1), cutRows(pattern(5), 5, 4, 1)}});
+        CHECK(stage.pull(24) == 1);
+        CHECK(stage.pulled() == pattern(4));
     }
-    SUBCASE("no source") {
-        CHECK(stage.pull(12) == 0);
-        CHECK(stage.count == unwritten);
-    }
-    CHECK(stage.viewer.warnings().with("Low Memory in TScanModule::DoMemXfer").size() == 1);
 }
 
 TEST_CASE("cancelling while the source works on a strip") {
-    enum class Cancelled { None, This, All };
-    struct Row {
-        std::string name;
-        Cancelled cancelled;
-        bool last;
-        int result;
-        unsigned count;
-        Lines calls;
-    };
-    const Lines begin = {"SETUPMEMXFER", "IMAGEINFO", "IMAGEMEMXFER"};
-    const Row rows[] = {
-        {"nothing", Cancelled::None, false, 0, 12, begin},
-        {"this page", Cancelled::This, false, 0, 12, begin},
-        {"this page, by its last strip", Cancelled::This, true, 0, 12, begin},
-        {"all pages", Cancelled::All, false, 1, over, begin + Lines{"RESET"}},
-        {"all pages, by the last strip", Cancelled::All, true, 1, over, begin + Lines{"RESET"}},
-    };
-    for (const Row& row : rows) {
-        CAPTURE(row.name);
-        PullStage stage({colorPage(4, row.last ? 1 : 2, 12, 1)});
-        stage.enable();
-        // What was cancelled before the call doesn't count.
-        stage.module.CancelAllXfer();
-        stage.source.whileTransferring = [&] {
-            if (row.cancelled == Cancelled::All) stage.module.CancelAllXfer();
-            if (row.cancelled == Cancelled::This) stage.module.CancelThisXfer();
-        };
-        CHECK(stage.pull(12) == row.result);
-        CHECK(stage.count == row.count);
-        CHECK(stage.pulled(12) == pattern(12));
-        CHECK(stage.manager.calls() == row.calls);
+    enum { Nothing, This, All };
+    for (const int cancelled : {Nothing, This, All}) {
+        for (const int length : {1, 2}) {
+            if (cancelled == Nothing && length == 1) continue;
+            CAPTURE(cancelled);
+            CAPTURE(length);
+            PullStage stage({colorPage(4, length, 12)});
+            stage.enable();
+            stage.module.CancelAllXfer();  // before the call: doesn't count
+            stage.source.whileTransferring = [&] {
+                if (cancelled == All) stage.module.CancelAllXfer();
+                if (cancelled == This) stage.module.CancelThisXfer();
+            };
+            const bool all = cancelled == All;
+            CHECK(stage.pull(12) == all);
+            CHECK(stage.count == (all ? over : 12));
+            CHECK(stage.pulled() == pattern(12));
+            CHECK(stage.manager.calls() ==
+                  Lines{"SETUPMEMXFER", "IMAGEINFO", "IMAGEMEMXFER"} + (all ? Lines{"RESET"} : Lines{}));
+        }
     }
 }
 
 TEST_CASE("strips that lie touch nothing outside the host's buffer and its slack of one row") {
     constexpr TW_UINT32 most = 0xFFFFFFFF;
-    struct Row {
-        std::string name;
-        StripFacts said;
+    const StripFacts lies[] = {
+        {0, 10, 10, 0, 0, 300},                // rows of no bytes
+        {32, 10, 100000, 0, 0, 320},           // rows beyond the buffer
+        {30, 10, 10, 0, 0, 60000},             // bytes beyond the buffer
+        {30, 100000, 10, 0, 0, 300},           // columns wider than the row
+        {100000, 33333, 10, 0, 0, 300},        // columns and rows wider than the page
+        {3000, 1000, 1, 0, 0, 3000},           // columns that fill the row, but not the buffer
+        {most, most, most, most, most, most},  // everything
+        {2, 0x55555556, 2, 0, 0, 300},         // a product that wraps to a row's bytes
+        {30, 0, 10, 0, 0, 300},                // no columns
     };
-    const Row rows[] = {
-        {"rows of no bytes", {0, 10, 10, 0, 0, 300}},
-        {"rows beyond the buffer", {32, 10, 100000, 0, 0, 320}},
-        {"bytes beyond the buffer", {30, 10, 10, 0, 0, 60000}},
-        {"columns wider than the row", {30, 100000, 10, 0, 0, 300}},
-        {"columns and rows wider than the page", {100000, 33333, 10, 0, 0, 300}},
-        {"columns that fill the row, but not the buffer", {3000, 1000, 1, 0, 0, 3000}},
-        {"everything", {most, most, most, most, most, most}},
-        {"a product that wraps to a row's bytes", {2, 0x55555556, 2, 0, 0, 300}},
-        {"no columns", {30, 0, 10, 0, 0, 300}},
-    };
-    for (const Row& row : rows) {
-        for (const auto& [pixelType, bits] : {std::pair{TWPT_RGB, 24}, {TWPT_GRAY, 8}, {TWPT_BW, 1}}) {
-            for (const std::string maker : {"KAVRO", "Another"}) {
-                CAPTURE(row.name);
-                CAPTURE(bits);
-                CAPTURE(maker);
-                const Strip strip{row.said, pattern(3000)};
-                PullStage stage(
-                    {{imageInfo(static_cast<TW_INT16>(pixelType), static_cast<TW_INT16>(bits), 10, 100),
-                      {strip}}},
-                    maker);
+    for (const StripFacts& said : lies) {
+        for (const auto& [type, bits] : {std::pair<TW_INT16, TW_INT16>{2, 24}, {1, 8}, {0, 1}}) {
+            for (const std::string& maker : {std::string("KAVRO"), other}) {
+                CAPTURE(said.bytesPerRow);
+                CAPTURE(said.columns);
+                PullStage stage({{imageInfo(type, bits, 10, 100), {{said, pattern(3000)}}}}, maker);
                 stage.enable();
                 stage.windows.guardBlocks = true;
                 // 300 bytes and a row of 10 pixels, then nothing.
-                GuardedBuffer buffer(300 + (pixelType == TWPT_RGB ? 30 : 10));
+                GuardedBuffer buffer(300 + (type == TWPT_RGB ? 30 : 10));
                 unsigned count = unwritten;
                 CHECK(stage.module.ReadBlock(buffer.data(), 300, &count) == 0);
                 CHECK(count <= buffer.size());

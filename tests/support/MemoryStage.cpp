@@ -1,7 +1,5 @@
 #include "MemoryStage.h"
 
-const Lines wholePage = {"XferStart", "XferData", "XferData", "XferEnd 0"};
-
 Page grayPage() {
     return {imageInfo(TWPT_GRAY, 8, 4, 4), cutRows(pattern(16), 4, 4, 2)};
 }
@@ -20,8 +18,21 @@ void MemoryStage::keep(const TXferStripInfo& strip) {
     received.insert(received.end(), bytes, bytes + strip.BytesWritten);
 }
 
-Lines MemoryStage::run(bool showUI) {
+std::string MemoryStage::run(bool showUI) {
     enable(showUI);
     deliver(MSG_XFERREADY);
-    return host.messages();
+    return story();
+}
+
+std::string MemoryStage::story() {
+    std::string story;
+    for (const std::string& message : host.takeMessages()) {
+        if (message.rfind("XferEnd ", 0) == 0)
+            story += "E" + message.substr(8) + " ";
+        else if (message == "XferStart" || message == "XferData")
+            story += message[4];
+        else
+            story += message == "CloseDSReq" ? "C" : "(" + message + ")";
+    }
+    return story;
 }

@@ -28,6 +28,17 @@ void OneShotStage::refuseMechanisms(int count) {
         manager.answerNext(operation::set(ICAP_XFERMECH), failWith(TWCC_BADVALUE));
 }
 
+void OneShotStage::handOver(const Bytes& dib, std::function<void()> before) {
+    manager.answer(operation::nativeTransfer, {TWRC_XFERDONE, TWCC_SUCCESS, {}, [=](TW_MEMREF data) {
+                                                   if (before) before();
+                                                   const HGLOBAL block = GlobalAlloc(GHND, dib.size());
+                                                   std::memcpy(GlobalLock(block), dib.data(), dib.size());
+                                                   GlobalUnlock(block);
+                                                   ModuleCalls::adopt(block);
+                                                   *static_cast<HGLOBAL*>(data) = block;
+                                               }});
+}
+
 void OneShotStage::start(unsigned short mechanism) {
     refuseMechanisms(mechanism == SM_MECH_MEMORY ? 0 : mechanism == SM_MECH_FILE ? 1 : 2);
     windows.switchesOff = true;
@@ -37,13 +48,27 @@ void OneShotStage::start(unsigned short mechanism) {
     forget();
 }
 
-Lines OneShotStage::scan(unsigned short mechanism) {
-    start(mechanism);
+int OneShotStage::finish() {
+    host.takeMessages();
     deliver(MSG_XFERREADY);
-    return host.messages();
+    const Lines messages = host.messages();
+    const std::string end = "ScanToFileXferEnd ";
+    if (messages.size() < 2 || messages[1].rfind(end, 0) != 0) throw std::runtime_error("no end of the scan");
+    const int result = std::stoi(messages[1].substr(end.size()));
+    if (messages != ended(result)) throw std::runtime_error("unexpected messages of a one-shot scan");
+    return result;
+}
+
+int OneShotStage::scan(unsigned short mechanism) {
+    start(mechanism);
+    return finish();
 }
 
 Bytes OneShotStage::fileBytes() const {
     const std::string content = readFile(path);
     return {content.begin(), content.end()};
+}
+
+Lines ended(int result) {
+    return {"ScanToFileGetName", "ScanToFileXferEnd " + std::to_string(result), "ScanToFileDSClosed"};
 }

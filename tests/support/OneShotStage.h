@@ -14,10 +14,13 @@ public:
     // Opening the source sets memory transfer; after that so many of memory, file and native transfer are
     // refused.
     void refuseMechanisms(int count);
+    // What a native transfer hands over; `before` runs first.
+    void handOver(const Bytes& dib, std::function<void()> before = nullptr);
     // Opens the source by a one-shot scan, for this mechanism; forgets what was recorded on the way.
     void start(unsigned short mechanism = SM_MECH_MEMORY);
-    // The same, and then the image is ready; the host's messages.
-    Lines scan(unsigned short mechanism = SM_MECH_MEMORY);
+    // The image is ready: gives the result that the host is told, and checks the messages around it.
+    int finish();
+    int scan(unsigned short mechanism = SM_MECH_MEMORY);
 
     bool hasFile() const { return fileExists(path); }
     Bytes fileBytes() const;
@@ -26,3 +29,6 @@ public:
     PrestoScanSettings settings = {};  // those of a plain gray scan without windows
     std::string path;
 };
+
+// The messages of a one-shot scan that ends so.
+Lines ended(int result);

@@ -52,7 +52,10 @@ public:
     PageSource(const PageSource&) = delete;
     PageSource& operator=(const PageSource&) = delete;
 
-    void put(std::vector<Page> pages) { pages_.assign(pages.begin(), pages.end()); }
+    void put(std::vector<Page> pages) {
+        pages_.assign(pages.begin(), pages.end());
+        nextStrip_ = 0;
+    }
     void setBufferSizes(TW_UINT32 min, TW_UINT32 max, TW_UINT32 preferred) { sizes_ = {min, max, preferred}; }
     // Says "unknown" instead of how many pages are left.
     void hideCount() { countIsKnown_ = false; }
