@@ -2,13 +2,10 @@
 // rows, texts.
 #include <doctest.h>
 
-#include <algorithm>
 #include <fstream>
-#include <iterator>
 #include <string>
 
-#include "Bmp.h"
-#include "BmpFile.h"
+#include "CapsTable.h"
 #include "Conditions.h"
 #include "Failure.h"
 #include "Options.h"
@@ -20,15 +17,6 @@
 using namespace smscan;
 
 namespace {
-
-using Bytes = std::vector<uint8_t>;
-
-std::string hex(const Bytes& bytes) {
-    std::string text;
-    for (const uint8_t byte : bytes)
-        text += format("%02x", byte);
-    return text;
-}
 
 // The pixel bytes of the BMP file that these strips give.
 std::string pixelsOf(int width, int bits, PixelLayout layout, int height, const std::vector<Strip>& strips) {
@@ -43,11 +31,13 @@ std::string pixelsOf(int width, int bits, PixelLayout layout, int height, const 
         writer.add(strip);
     CHECK(writer.complete() == (writer.rows() >= height && writer.plane() == writer.planes() - 1));
     writer.finish();
+    std::string text;
     std::ifstream file(path, std::ios::binary);
-    const Bytes content{std::istreambuf_iterator<char>(file), {}};
+    for (char byte = 0; file.get(byte);)
+        text += format("%02x", byte & 0xff);
     file.close();
     DeleteFileA(path.c_str());
-    return hex({content.begin() + 54, content.end()});
+    return text.substr(2 * 54);
 }
 
 }  // namespace
@@ -60,8 +50,7 @@ TEST_CASE("options are read in both spellings, with defaults for the rest") {
     CHECK(options.pages == allPages);
     CHECK(options.brightness == -100);
     CHECK(options.mechanism == Mechanism::Block);
-    REQUIRE(options.settings.size() == 1);
-    CHECK(options.settings[0].value == 1);
+    CHECK(options.settings.at(0).value == 1);
     CHECK(parseOptions({}).pages == 1);
     CHECK_FALSE(parseOptions({}).pixelType);
 }
@@ -76,10 +65,8 @@ TEST_CASE("what can't be meant is refused, with the range or the choices named")
         {{"--set", "pim"}, "--set pim lacks its value: NAME=VALUE."},
         {{"--json"}, "--json goes with --caps."},
         {{"--area", "0,0,1,1", "--paper", "a4"}, "--area and --paper exclude each other"},
-        {{"--presto", "--gamma", "1"}, "--presto takes --mode"},
     };
     for (const auto& row : rows) {
-        CAPTURE(row.text);
         std::string text;
         try {
             parseOptions(row.words);
@@ -99,7 +86,6 @@ TEST_CASE("an area takes units per number, or from the next number that has one"
                 {"1in,1in,5.08cm,144pt", 1, 2},
                 {"36,36pt,5.08,10.16cm", 0.5, 4}};
     for (const auto& row : rows) {
-        CAPTURE(row.text);
         CHECK(parseArea(row.text).left == doctest::Approx(row.left));
         CHECK(parseArea(row.text).bottom == doctest::Approx(row.bottom));
     }
@@ -121,8 +107,7 @@ TEST_CASE("rows are stored bottom-up and padded, in any order, their pixels plac
     const uint8_t upper[] = {1, 2, 3, 99, 4, 5, 6, 99}, lower[] = {7, 8, 9};
     const uint8_t deep[] = {0x01, 0xa1, 0x02, 0xa2, 0x03, 0xa3}, left[] = {0xff}, right[] = {0xa0};
     const Strip first{upper, 8, 4, 3, 2, 0, 0}, second{lower, 3, 3, 3, 1, 0, 2};
-    const Strip red{lower, 1, 1, 1, 1, 0, 0}, green{lower + 1, 1, 1, 1, 1, 0, 0},
-        blue{upper, 1, 1, 1, 1, 0, 0};
+    const Strip red{lower, 1, 1, 1, 1, 0, 0}, green{lower + 1, 1, 1, 1, 1, 0, 0};
     const struct {
         int width, bits;
         PixelLayout layout;
@@ -134,11 +119,15 @@ TEST_CASE("rows are stored bottom-up and padded, in any order, their pixels plac
         {3, 8, Layout::Packed, -1, {first, second}, "010203000405060007080900"},  // unknown: top-down
         {3, 8, Layout::Packed, 3, {first}, "0405060001020300"},                   // it ends early
         {3, 8, Layout::Packed, 1, {first, second}, "070809000405060001020300"},   // or goes on
+        // A strip's numbers count only as far as its bytes and the page go.
+        {3, 8, Layout::Packed, 2, {{upper, 8, 4, 99, 2, 0, 0}}, "0405060001020300"},
+        {4, 8, Layout::Packed, 2, {{upper, 7, 4, 3, 9, 2, 0}}, "0000040500000102"},
+        {3, 8, Layout::Packed, 3, {{lower, 3, 0, 3, 1, 0, 0}, second}, "070809000000000000000000"},
         // Tiles of 5 and 3 pixels; the first one's other bits must not show.
         {8, 1, Layout::Packed, 1, {{left, 1, 1, 5, 1, 0, 0}, {right, 1, 1, 3, 1, 5, 0}}, "fd000000"},
         {2, 8, Layout::Gray16, 1, {{deep, 4, 4, 2, 1, 0, 0}}, "a1a20000"},
         {1, 24, Layout::Color48, 1, {{deep, 6, 6, 1, 1, 0, 0}}, "a1a2a300"},
-        {1, 24, Layout::Planar24, 1, {red, green, blue}, "01080700"},
+        {1, 24, Layout::Planar24, 1, {red, green, red}, "07080700"},
         {1, 24, Layout::Planar24, 1, {red, green}, "00080700"},  // the third plane is missing
     };
     for (const auto& row : rows)
@@ -146,24 +135,9 @@ TEST_CASE("rows are stored bottom-up and padded, in any order, their pixels plac
     CHECK_THROWS_AS(pixelsOf(3, 8, Layout::Packed, 3, {{lower, 3, 3, 3, 1, 0, 1000}}), Failure);
 }
 
-TEST_CASE("a strip's numbers count only as far as its bytes and the page go") {
-    const struct {
-        uint32_t bytes, bytesPerRow, columns, rows, xOffset;
-        uint32_t trimmedColumns, trimmedRows;
-    } rows[] = {{10, 5, 5, 9, 0, 5, 2},   // more rows than bytes
-                {10, 5, 99, 2, 0, 5, 2},  // more columns than the row has
-                {10, 5, 5, 2, 6, 2, 2},   // beyond the right edge
-                {10, 5, 5, 2, 9, 0, 0},  {10, 0, 5, 2, 0, 0, 0},
-                {8, 5, 3, 2, 0, 3, 2}};  // the last row without its padding
-    for (const auto& row : rows) {
-        const Strip strip{nullptr, row.bytes, row.bytesPerRow, row.columns, row.rows, row.xOffset, 0};
-        CHECK(trimmed(strip, 8, 8).columns == row.trimmedColumns);
-        CHECK(trimmed(strip, 8, 8).rows == row.trimmedRows);
-    }
-}
-
 TEST_CASE("texts for the user") {
     CHECK(progressBar(2, 50, 200) == "page 2: [##########..............................]  25 %");
     CHECK(progressBar(1, 300, -1) == "page 1: 300 lines");
+    CHECK(capsAsJson("S\x80", {}).find("\"S\\u0080\"") != std::string::npos);
     CHECK(conditionWords(77) == "unknown failure (condition code 77)");
 }

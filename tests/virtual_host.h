@@ -64,15 +64,11 @@ public:
         return control(DAT_USERINTERFACE, MSG_ENABLEDS, &request);
     }
     std::string disable() { return control(DAT_USERINTERFACE, MSG_DISABLEDS, nullptr); }
-
     std::string set(TW_UINT16 capability, const ContainerImage& container) {
         TW_CAPABILITY request{capability, container.conType, container.allocate()};
         const std::string result = control(DAT_CAPABILITY, MSG_SET, &request);
         GlobalFree(request.hContainer);
         return result;
-    }
-    std::string setNumber(TW_UINT16 capability, double value) {
-        return set(capability, oneValue(TWTY_FIX32, fix32(value)));
     }
     std::string setCode(TW_UINT16 capability, TW_UINT32 value) {
         return set(capability, oneValue(TWTY_UINT16, value));

@@ -10,7 +10,6 @@
 #include "Settings.h"
 #include "support/Lines.h"
 
-using vscan::FoundSetting;
 using vscan::VirtualScannerSettings;
 
 namespace {
@@ -35,7 +34,7 @@ TEST_CASE("the template of vscan.ini sets nothing, and names every key once with
         activated += (line.size() > 1 && line[0] == ';' && line[1] != ' ' ? line.substr(1) : line) + "\n";
     const auto found = vscan::parseIni(activated, "vscan.ini", complaints);
     Lines inFile;
-    for (const FoundSetting& setting : found)
+    for (const auto& setting : found)
         inFile.push_back(setting.key + "=" + setting.value);
     CHECK(inFile == shown({}));
     VirtualScannerSettings settings;
@@ -59,7 +58,6 @@ TEST_CASE("every kind of value is read and shown") {
                 {"PreferredBufferSize", "AUTO", "PreferredBufferSize=auto"},
                 {"Pages", "-1", nullptr},
                 {"BedWidth", "8,5", nullptr},
-                {"Paper", "A99", nullptr},
                 {"RefusedCapabilities", "ICAP_NONSENSE", nullptr},
                 {"ProductName", "a name of more than thirty-two characters", nullptr}};
     for (const auto& row : rows) {
@@ -80,10 +78,8 @@ TEST_CASE("the environment overrides the file; what can't be used is reported wi
     SetEnvironmentVariableA("VSCAN_PAGES", "5");
     SetEnvironmentVariableA("VSCAN_PAGEZ", "6");
     std::vector<std::string> complaints;
-    const VirtualScannerSettings settings = vscan::readSettings(path, complaints);
+    CHECK(vscan::readSettings(path, complaints).pages == 5);
     SetEnvironmentVariableA("VSCAN_PAGEZ", nullptr);
-    CHECK(settings.pages == 5);
-    CHECK(settings.resolution == 150);
     CHECK(Lines(complaints.begin(), complaints.end()) ==
           Lines{"my.ini line 2: \"Pages=1\" stands outside section [Scanner]; skipped",
                 "my.ini line 7: \"nonsense\" is no setting (Key=Value)",
@@ -102,13 +98,11 @@ TEST_CASE("the environment overrides the file; what can't be used is reported wi
 
 TEST_CASE("settings that contradict each other are reported") {
     VirtualScannerSettings settings;
-    CHECK(vscan::contradictions(settings).empty());
-    settings.bedWidth = 5;
-    settings.maxResolution = 100;
+    CHECK(vscan::contradictions({}).empty());
     settings.refusedMechanisms = {TWSX_NATIVE};
     settings.bitDepth = 48;
     settings.pixelType = TWPT_GRAY;
-    CHECK(vscan::contradictions(settings).size() == 4);
-    CHECK(vscan::contradictions(settings).front() ==
+    REQUIRE(vscan::contradictions(settings).size() == 2);
+    CHECK(vscan::contradictions(settings)[0] ==
           "BitDepth 48 doesn't go with PixelType Gray; its usual depth counts");
 }
