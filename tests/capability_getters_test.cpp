@@ -2,7 +2,6 @@
 // getter.
 #include <doctest.h>
 
-#include <algorithm>
 #include <cstring>
 #include <functional>
 
@@ -29,145 +28,71 @@ struct Sample {
     int host;
 };
 
-enum class Kinds { OneValue, OneValueAndList };
-enum class StateCheck { SourceOpen, None };
+enum Kinds { single, listed };
 
-struct GetterRow {
+struct Getter {
     std::string method;
     Reader read;
     TW_UINT16 capability;
     TW_UINT16 itemType;
     Kinds kinds;
     std::vector<Sample> samples;
-    std::optional<int> afterFailure = {};  // when the getter promises one
-    StateCheck stateCheck = StateCheck::SourceOpen;
+    int afterFailure = untouched;
+    bool checksState = true;
+
+    std::string current() const { return "GETCURRENT " + operation::capabilityName(capability); }
+    std::string get() const { return "GET " + operation::capabilityName(capability); }
+    Lines warning(const char* words) const {
+        return {std::string("! ") + words + " in TScanModule::" + method};
+    }
+    Lines refusal() const { return warning("CapNegotiate returns failure"); }
 };
 
-const std::vector<GetterRow> getters = {
-    {"IsADFPaperLoaded",
-     reader(&Module::IsADFPaperLoaded),
-     CAP_FEEDERLOADED,
-     TWTY_BOOL,
-     Kinds::OneValue,
-     {{0, 0}, {1, 1}}},
-    {"IsADFPaperLoaded",
-     reader(&Module::IsPaperLoaded),
-     CAP_FEEDERLOADED,
-     TWTY_BOOL,
-     Kinds::OneValue,
-     {{0, 0}, {1, 1}}},
-    {"GetADFEnable",
-     reader(&Module::GetADFEnable),
-     CAP_FEEDERENABLED,
-     TWTY_BOOL,
-     Kinds::OneValue,
-     {{0, 0}, {1, 1}}},
-    {"GetUnit",
-     reader(&Module::GetUnit),
-     ICAP_UNITS,
-     TWTY_UINT16,
-     Kinds::OneValueAndList,
-     {{0, 1}, {1, 2}, {2, 4}, {3, 8}, {4, 16}, {5, 32}, {6, 1}, {0x100, 1}},
-     1},
-    {"GetPixelFlavor",
-     reader(&Module::GetPixelFlavor),
-     ICAP_PIXELFLAVOR,
-     TWTY_UINT16,
-     Kinds::OneValueAndList,
-     {{0, 0}, {1, 1}}},
-    {"GetPixelType",
-     reader(&Module::GetPixelType),
-     ICAP_PIXELTYPE,
-     TWTY_UINT16,
-     Kinds::OneValueAndList,
-     {{0, 1}, {1, 2}, {2, 4}, {3, 8}, {4, 16}, {5, 32}, {6, 64}, {7, 128}, {8, 256}, {9, 2}, {100, 2}}},
-    {"GetPaperSize",
-     reader(&Module::GetPaperSize),
-     ICAP_SUPPORTEDSIZES,
-     TWTY_UINT16,
-     Kinds::OneValueAndList,
-     {{0, 1}, {1, 2}, {2, 4}, {3, 8}, {4, 16}, {5, 32}, {6, 64}, {7, 128}, {8, 256}, {9, 1}, {100, 1}}},
+constexpr TW_UINT16 flag = TWTY_BOOL;
+constexpr TW_UINT16 word = TWTY_UINT16;
+
+const std::vector<Getter> getters = {
+    {"IsADFPaperLoaded", reader(&Module::IsADFPaperLoaded), CAP_FEEDERLOADED, flag, single, {{0, 0}, {1, 1}}},
+    {"IsADFPaperLoaded", reader(&Module::IsPaperLoaded), CAP_FEEDERLOADED, flag, single, {{1, 1}}},
+    {"GetADFEnable", reader(&Module::GetADFEnable), CAP_FEEDERENABLED, flag, single, {{1, 1}}},
+    {"GetUnit", reader(&Module::GetUnit), ICAP_UNITS, word, listed, {{0, 1}, {4, 16}, {6, 1}, {5, 32}}, 1},
+    {"GetPixelFlavor", reader(&Module::GetPixelFlavor), ICAP_PIXELFLAVOR, word, listed, {{0, 0}, {1, 1}}},
+    {"GetPixelType", reader(&Module::GetPixelType), ICAP_PIXELTYPE, word, listed, {{0, 1}, {8, 256}, {9, 2}}},
+    {"GetPaperSize", reader(&Module::GetPaperSize), ICAP_SUPPORTEDSIZES, word, listed, {{8, 256}, {9, 1}}},
     {"GetXferMech",
      reader(&Module::GetXferMech),
      ICAP_XFERMECH,
-     TWTY_UINT16,
-     Kinds::OneValueAndList,
+     word,
+     listed,
      {{0, 1}, {1, 2}, {2, 4}, {3, 4}}},
     {"GetXferCount",
      reader(&Module::GetXferCount),
      CAP_XFERCOUNT,
      TWTY_INT16,
-     Kinds::OneValueAndList,
-     {{0xffff, -1}, {1, 1}, {250, 250}}},
-    {"GetKvUnSharpMask",
-     reader(&Module::GetKvUnSharpMask),
-     0x800e,
-     TWTY_BOOL,
-     Kinds::OneValueAndList,
-     {{0, 0}, {1, 1}}},
-    {"GetClearPage",
-     reader(&Module::GetClearPage),
-     CAP_CLEARPAGE,
-     TWTY_BOOL,
-     Kinds::OneValueAndList,
-     {{0, 0}, {1, 1}}},
-    {"GetPIMFlag", reader(&Module::GetPIMFlag), 0x8010, TWTY_BOOL, Kinds::OneValueAndList, {{0, 0}, {1, 1}}},
-    {"GetKvUIMode",
-     reader(&Module::GetKvUIMode),
-     0x800f,
-     TWTY_UINT16,
-     Kinds::OneValueAndList,
-     {{0, 0}, {1, 1}, {2, 0}, {3, 2}, {4, 0}},
-     0},
-    {"GetKvLUT1",
-     reader(&Module::GetKvLUT1),
-     0x8007,
-     TWTY_UINT16,
-     Kinds::OneValueAndList,
-     {{0, 0}, {1, 1}, {2, 2}, {9, 9}}},
-    {"GetKvLUT2",
-     reader(&Module::GetKvLUT2),
-     0x8008,
-     TWTY_UINT16,
-     Kinds::OneValueAndList,
-     {{0, 0}, {2, 2}, {9, 9}},
-     {},
-     StateCheck::None},
-    {"GetKvCC",
-     reader(&Module::GetKvCC),
-     0x8009,
-     TWTY_UINT16,
-     Kinds::OneValueAndList,
-     {{0, 0}, {2, 2}, {9, 9}}},
+     listed,
+     {{0xffff, -1}, {9, 9}}},
+    {"GetKvUnSharpMask", reader(&Module::GetKvUnSharpMask), 0x800e, flag, listed, {{1, 1}}},
+    {"GetClearPage", reader(&Module::GetClearPage), CAP_CLEARPAGE, flag, listed, {{1, 1}}},
+    {"GetPIMFlag", reader(&Module::GetPIMFlag), 0x8010, flag, listed, {{1, 1}}},
+    {"GetKvUIMode", reader(&Module::GetKvUIMode), 0x800f, word, listed, {{1, 1}, {2, 0}, {3, 2}, {4, 0}}, 0},
+    {"GetKvLUT1", reader(&Module::GetKvLUT1), 0x8007, word, listed, {{2, 2}, {9, 9}}},
+    {"GetKvLUT2", reader(&Module::GetKvLUT2), 0x8008, word, listed, {{2, 2}, {9, 9}}, untouched, false},
+    {"GetKvCC", reader(&Module::GetKvCC), 0x8009, word, listed, {{2, 2}, {9, 9}}},
 };
 
-std::string asking(const char* message, TW_UINT16 capability) {
-    return std::string(message) + " " + operation::capabilityName(capability);
+// "result, output", then the record of the call.
+Lines outcome(int result, int output, const Lines& record) {
+    return Lines{std::to_string(result) + ", " + std::to_string(output)} + record;
 }
 
-std::string in(const std::string& method) {
-    return std::string(" in TScanModule::") + method;
-}
-
-// Opens, reads, and checks what every call has in common.
-struct Reading {
-    int result = 0;
-    int output = 0;
-    Lines calls;
-    Lines warnings;
-};
-
-Reading readFrom(const GetterRow& row, const Answer& current, const Answer& get, int state = 4) {
+Lines readFrom(const Getter& getter, const Answer& current, const Answer& get, int state = 4) {
     Stage stage;
     stage.bringTo(state);
-    stage.manager.answer(operation::getCurrent(row.capability), current);
-    stage.manager.answer(operation::get(row.capability), get);
-    Reading reading;
-    reading.result = row.read(stage.module, reading.output);
-    reading.calls = stage.manager.calls();
-    reading.warnings = stage.viewer.warnings();
-    CHECK(stage.windows.memoryComplaints() == Lines{});
-    return reading;
+    stage.manager.answer(operation::getCurrent(getter.capability), current);
+    stage.manager.answer(operation::get(getter.capability), get);
+    int output = 0;
+    const int result = getter.read(stage.module, output);
+    return outcome(result, output, stage.takeRecord());
 }
 
 ContainerImage currentOfThree(TW_UINT16 type, TW_UINT32 item) {
@@ -177,251 +102,124 @@ ContainerImage currentOfThree(TW_UINT16 type, TW_UINT32 item) {
 }  // namespace
 
 TEST_CASE("a getter gives what the first message says") {
-    for (const GetterRow& row : getters) {
-        CAPTURE(row.method);
-        for (const Sample& sample : row.samples) {
-            CAPTURE(sample.source);
-            std::vector<ContainerImage> images = {oneValue(row.itemType, sample.source)};
-            if (row.kinds == Kinds::OneValueAndList)
-                images.push_back(currentOfThree(row.itemType, sample.source));
-            for (const ContainerImage& image : images) {
-                CAPTURE(image.conType);
-                const Reading reading = readFrom(row, give(image), failWith(TWCC_BUMMER));
-                CHECK(reading.result == 0);
-                CHECK(reading.output == sample.host);
-                CHECK(reading.calls == Lines{asking("GETCURRENT", row.capability)});
-                CHECK(reading.warnings == Lines{});
-            }
+    for (const Getter& getter : getters) {
+        CAPTURE(getter.method);
+        for (const auto& [source, host] : getter.samples) {
+            std::vector<ContainerImage> images = {oneValue(getter.itemType, source)};
+            if (getter.kinds == listed) images.push_back(currentOfThree(getter.itemType, source));
+            for (const ContainerImage& image : images)
+                CHECK(readFrom(getter, give(image), failWith(TWCC_BUMMER)) ==
+                      outcome(0, host, {getter.current()}));
         }
     }
 }
 
 TEST_CASE("a getter asks a second time when the first message fails, also while the source is enabled") {
-    for (const GetterRow& row : getters) {
-        CAPTURE(row.method);
-        const Sample& sample = row.samples.back();
-        for (int state : {4, 5}) {
-            const Reading reading =
-                readFrom(row, failWith(TWCC_BADPROTOCOL), give(oneValue(row.itemType, sample.source)), state);
-            CHECK(reading.result == 0);
-            CHECK(reading.output == sample.host);
-            CHECK(reading.calls ==
-                  refused(asking("GETCURRENT", row.capability)) + Lines{asking("GET", row.capability)});
-            CHECK(reading.warnings == Lines{"CapNegotiate returns failure" + in(row.method)});
-        }
-    }
-}
-
-TEST_CASE("a getter that both messages refuse gives the last condition code") {
-    for (const GetterRow& row : getters) {
-        CAPTURE(row.method);
-        const Reading reading = readFrom(row, failWith(TWCC_BADPROTOCOL), failWith(TWCC_CAPUNSUPPORTED));
-        CHECK(reading.result == TWCC_CAPUNSUPPORTED);
-        if (row.afterFailure) CHECK(reading.output == *row.afterFailure);
-        CHECK(reading.calls ==
-              refused(asking("GETCURRENT", row.capability)) + refused(asking("GET", row.capability)));
-        CHECK(reading.warnings == 2 * Lines{"CapNegotiate returns failure" + in(row.method)});
+    for (const Getter& getter : getters) {
+        const auto& [source, host] = getter.samples.back();
+        const Lines refusedOnce = refused(getter.current()) + Lines{getter.get()};
+        const Answer second = give(oneValue(getter.itemType, source));
+        CHECK(readFrom(getter, failWith(TWCC_BADPROTOCOL), second, 5) ==
+              outcome(0, host, refusedOnce + getter.refusal()));
+        CHECK(readFrom(getter, failWith(TWCC_BADPROTOCOL), failWith(TWCC_CAPUNSUPPORTED)) ==
+              outcome(TWCC_CAPUNSUPPORTED, getter.afterFailure,
+                      refusedOnce + Lines{"STATUS"} + 2 * getter.refusal()));
     }
 }
 
 TEST_CASE("containers that a getter can't read are freed, and the next message is tried") {
-    for (const GetterRow& row : getters) {
-        CAPTURE(row.method);
-        const Sample& sample = row.samples.back();
+    for (const Getter& getter : getters) {
+        const auto& [source, host] = getter.samples.back();
         std::vector<ContainerImage> images = {
-            array(row.itemType, {sample.source}),
-            range(row.itemType, {0, 9, 1, 1, sample.source}),
-            rawContainer(77, {1, 2, 3, 4, 5, 6}),
+            array(getter.itemType, {source}),
+            range(getter.itemType, {0, 9, 1, 1, source}),
             withoutHandle(TWON_DONTCARE16),
         };
-        if (row.kinds == Kinds::OneValue) images.push_back(currentOfThree(row.itemType, sample.source));
+        if (getter.kinds == single) images.push_back(currentOfThree(getter.itemType, source));
+        const Lines asked = {getter.current(), getter.get()};
+        const Lines warning = getter.warning("Invalid container type");
         for (const ContainerImage& image : images) {
             CAPTURE(image.conType);
-            const Lines warning = {"Invalid container type" + in(row.method)};
-            const Reading both = readFrom(row, give(image), give(image));
-            CHECK(both.result == 10);
-            if (row.afterFailure) CHECK(both.output == *row.afterFailure);
-            CHECK(both.calls == Lines{asking("GETCURRENT", row.capability), asking("GET", row.capability)});
-            CHECK(both.warnings == 2 * warning);
-
-            const Reading second = readFrom(row, give(image), give(oneValue(row.itemType, sample.source)));
-            CHECK(second.result == 0);
-            CHECK(second.output == sample.host);
-            CHECK(second.warnings == warning);
-
-            const Reading refusedThen = readFrom(row, give(image), failWith(TWCC_DENIED));
-            CHECK(refusedThen.result == TWCC_DENIED);
+            CHECK(readFrom(getter, give(image), give(image)) ==
+                  outcome(10, getter.afterFailure, asked + 2 * warning));
+            CHECK(readFrom(getter, give(image), give(oneValue(getter.itemType, source))) ==
+                  outcome(0, host, asked + warning));
         }
     }
 }
 
-TEST_CASE("a getter without an open source asks nothing and leaves its output alone") {
-    for (const GetterRow& row : getters) {
-        CAPTURE(row.method);
-        const Reading reading = readFrom(row, failWith(TWCC_SEQERROR), failWith(TWCC_SEQERROR), 2);
-        CHECK(reading.result == 11);
-        if (row.stateCheck == StateCheck::SourceOpen) {
-            CHECK(reading.output == untouched);
-            CHECK(reading.calls == Lines{});
-            CHECK(reading.warnings == Lines{"Sequence error" + in(row.method)});
-        } else {
-            CHECK(reading.calls.size() == 4);
-            CHECK(reading.warnings == 2 * Lines{"CapNegotiate returns failure" + in(row.method)});
-        }
+TEST_CASE("a getter without an open source asks nothing, without a manager it says so") {
+    const Answer no = failWith(TWCC_SEQERROR);
+    for (const Getter& getter : getters) {
+        const Lines asked = refused(getter.current()) + refused(getter.get()) + 2 * getter.refusal();
+        CHECK(readFrom(getter, no, no, 2) ==
+              outcome(11, untouched, getter.checksState ? getter.warning("Sequence error") : asked));
     }
-}
-
-TEST_CASE("a getter without a manager says so and leaves its output alone") {
     const ManagerFile missing(ManagerFile::Kind::Missing);
-    for (const GetterRow& row : getters) {
-        CAPTURE(row.method);
-        Stage stage;
-        stage.forget();
-        int output = 0;
-        CHECK(row.read(stage.module, output) == -1);
-        CHECK(output == untouched);
-        CHECK(stage.viewer.warnings() == Lines{"LoadLibrary fails in TScanModule::LoadTWAIN",
-                                               "TWAIN is not available" + in(row.method)});
-    }
+    for (const Getter& getter : getters)
+        CHECK(readFrom(getter, no, no, 2) == outcome(-1, untouched, withoutManager(getter.method)));
 }
-
-namespace {
-
-struct ListRow {
-    std::string method;
-    Reader read;
-    TW_UINT16 capability;
-};
-
-const ListRow lists[] = {
-    {"GetSupportedPixelType", reader(&Module::GetSupportedPixelType), ICAP_PIXELTYPE},
-    {"GetSupportedPaperSize", reader(&Module::GetSupportedPaperSize), ICAP_SUPPORTEDSIZES},
-};
-
-}  // namespace
 
 TEST_CASE("the supported values are the bits of a list") {
     struct Row {
-        std::string name;
         Answer answer;
-        int result;
-        int output;
-        Lines words;
-        Lines afterwards;
+        int result, output;
+        const char* warning = nullptr;
     };
-    const Lines badContainer = {"Invalid container type"};
     const Row rows[] = {
-        {"some", give(enumeration(TWTY_UINT16, {2, 0, 1}, 1)), 0, 7, {}, {}},
-        {"all", give(enumeration(TWTY_UINT16, {0, 1, 2, 3, 4, 5, 6, 7, 8})), 0, 0x1ff, {}, {}},
-        {"values without a bit are left out",
-         give(enumeration(TWTY_UINT16, {1, 9, 16, 32, 40000})),
-         0,
-         2,
-         {},
-         {}},
-        {"narrow items", give(enumeration(TWTY_UINT8, {3, 8})), 0, 0x108, {}, {}},
-        {"wide items", give(enumeration(TWTY_UINT32, {3, 0x10000})), 0, 8, {}, {}},
-        {"an empty list", give(enumeration(TWTY_UINT16, {})), 0, 0, {}, {}},
-        {"one value", give(oneValue(TWTY_UINT16, 1)), 10, 0, badContainer, {}},
-        {"a range", give(range(TWTY_UINT16, {0, 3, 1, 0, 1})), 10, 0, badContainer, {}},
-        {"an array", give(array(TWTY_UINT16, {0, 1})), 10, 0, badContainer, {}},
-        {"refused", failWith(TWCC_BADCAP), TWCC_BADCAP, 0, {"CapNegotiate returns failure"}, {"STATUS"}},
+        {give(enumeration(TWTY_UINT16, {2, 0, 1}, 1)), 0, 7},
+        {give(enumeration(TWTY_UINT16, {1, 9, 16, 32, 40000})), 0, 2},  // those without a bit are left out
+        {give(enumeration(TWTY_UINT8, {3, 8})), 0, 0x108},
+        {give(enumeration(TWTY_UINT32, {3, 0x10000})), 0, 8},
+        {give(enumeration(TWTY_UINT16, {})), 0, 0},
+        {give(oneValue(TWTY_UINT16, 1)), 10, 0, "Invalid container type"},
+        {give(array(TWTY_UINT16, {0, 1})), 10, 0, "Invalid container type"},
+        {failWith(TWCC_BADCAP), TWCC_BADCAP, 0, "CapNegotiate returns failure"},
     };
-    for (const ListRow& list : lists) {
-        CAPTURE(list.method);
+    const Getter lists[] = {
+        {"GetSupportedPixelType", reader(&Module::GetSupportedPixelType), ICAP_PIXELTYPE, 0, listed, {}},
+        {"GetSupportedPaperSize", reader(&Module::GetSupportedPaperSize), ICAP_SUPPORTEDSIZES, 0, listed, {}},
+    };
+    for (const Getter& list : lists) {
         for (const Row& row : rows) {
-            CAPTURE(row.name);
-            Stage stage;
-            stage.open();
-            stage.manager.answer(operation::get(list.capability), row.answer);
-            int output = 0;
-            CHECK(list.read(stage.module, output) == row.result);
-            CHECK(output == row.output);
-            CHECK(stage.manager.calls() == Lines{asking("GET", list.capability)} + row.afterwards);
-            Lines warnings;
-            for (const std::string& words : row.words)
-                warnings.push_back(words + in(list.method));
-            CHECK(stage.viewer.warnings() == warnings);
-            CHECK(stage.windows.memoryComplaints() == Lines{});
+            const Lines asked = row.result == TWCC_BADCAP ? refused(list.get()) : Lines{list.get()};
+            CHECK(readFrom(list, failWith(TWCC_BUMMER), row.answer) ==
+                  outcome(row.result, row.output,
+                          asked + (row.warning != nullptr ? list.warning(row.warning) : Lines{})));
         }
-        Stage closed;
-        int output = 0;
-        CHECK(list.read(closed.module, output) == 11);
-        CHECK(output == untouched);
-        CHECK(closed.manager.calls() == Lines{});
+        CHECK(readFrom(list, {}, {}, 2) == outcome(11, untouched, list.warning("Sequence error")));
     }
 }
 
 TEST_CASE("a feeder is there when its capability can be asked, before the source is enabled") {
-    const auto read = reader(&Module::IsADFAvailable);
-    int output = 0;
-    SUBCASE("there") {
-        for (const ContainerImage& image :
-             {oneValue(TWTY_BOOL, 0), array(TWTY_BOOL, {1}), withoutHandle(3)}) {
-            Stage stage;
-            stage.open();
-            stage.manager.answer(operation::get(CAP_FEEDERENABLED), give(image));
-            CHECK(read(stage.module, output) == 0);
-            CHECK(output == 1);
-            CHECK(stage.manager.calls() == Lines{"GET CAP_FEEDERENABLED"});
-            CHECK(stage.viewer.warnings() == Lines{});
-            CHECK(stage.windows.memoryComplaints() == Lines{});
-        }
-    }
-    SUBCASE("not there") {
-        Stage stage;
-        stage.open();
-        stage.manager.answer(operation::get(CAP_FEEDERENABLED), failWith(TWCC_CAPUNSUPPORTED));
-        CHECK(read(stage.module, output) == TWCC_CAPUNSUPPORTED);
-        CHECK(output == 0);
-        CHECK(stage.manager.calls() == refused("GET CAP_FEEDERENABLED"));
-        CHECK(stage.viewer.warnings() ==
-              Lines{"CapNegotiate returns failure in TScanModule::IsADFAvailable"});
-    }
-    SUBCASE("asked without an open source") {
-        Stage stage;
-        CHECK(read(stage.module, output) == TWCC_BADCAP);
-        CHECK(output == 0);
-        CHECK(stage.manager.calls() == refused("GET CAP_FEEDERENABLED"));
-    }
-    SUBCASE("asked too late") {
-        Stage stage;
-        stage.enable();
-        CHECK(read(stage.module, output) == 11);
-        CHECK(output == untouched);
-        CHECK(stage.manager.calls() == Lines{});
-        CHECK(stage.viewer.warnings() == Lines{"Sequence error in TScanModule::IsADFAvailable"});
-    }
+    const Getter feeder = {
+        "IsADFAvailable", reader(&Module::IsADFAvailable), CAP_FEEDERENABLED, flag, single, {}};
+    const Answer no = failWith(TWCC_CAPUNSUPPORTED);
+    for (const ContainerImage& image : {oneValue(TWTY_BOOL, 0), array(TWTY_BOOL, {1}), withoutHandle(3)})
+        CHECK(readFrom(feeder, no, give(image)) == outcome(0, 1, {feeder.get()}));
+    for (int state : {2, 4})
+        CHECK(readFrom(feeder, no, no, state) ==
+              outcome(TWCC_CAPUNSUPPORTED, 0, refused(feeder.get()) + feeder.refusal()));
+    CHECK(readFrom(feeder, no, no, 5) == outcome(11, untouched, feeder.warning("Sequence error")));
 }
 
 TEST_CASE("the pending count needs an enabled source and asks nothing") {
-    const auto read = reader(&Module::GetPendingCount);
-    for (int state : {2, 4, 5}) {
-        CAPTURE(state);
-        Stage stage;
-        stage.bringTo(state);
-        int output = 0;
-        CHECK(read(stage.module, output) == (state == 5 ? 0 : 11));
-        CHECK((output == untouched) == (state != 5));
-        CHECK(stage.manager.calls() == Lines{});
-        CHECK(stage.viewer.warnings() ==
-              (state == 5 ? Lines{} : Lines{"Sequence error in TScanModule::GetPendingCount"}));
-    }
+    const Getter count = {"GetPendingCount", reader(&Module::GetPendingCount), 0, 0, single, {}};
+    CHECK(readFrom(count, {}, {}, 4) == outcome(11, untouched, count.warning("Sequence error")));
+    CHECK(readFrom(count, {}, {}, 5) == outcome(0, 0, {}));
 }
 
 TEST_CASE("the names of the source, in every state") {
     char text[34] = "before";
-    SUBCASE("open") {
+    SUBCASE("open, under one name in the trace") {
         Stage stage;
         stage.open();
         CHECK(stage.module.GetDSProductName(text) == 0);
         CHECK(std::string(text) == "Plain Source");
         CHECK(stage.module.GetDSProductFamily(text) == 0);
         CHECK(std::string(text) == "Plain Family");
-        CHECK(stage.manager.calls() == Lines{});
-        const Lines traces = stage.viewer.traces();
-        CHECK(std::count(traces.begin(), traces.end(), "Coming TScanModule::GetDSProductName") == 2);
-        CHECK(std::count(traces.begin(), traces.end(), "Leaving TScanModule::GetDSProductName") == 2);
+        CHECK(stage.viewer.traces().with("Coming TScanModule::GetDSProductName").size() == 2);
+        CHECK(stage.takeRecord() == Lines{});
     }
     SUBCASE("not open") {
         Stage stage;
@@ -435,18 +233,13 @@ TEST_CASE("the names of the source, in every state") {
         CHECK(stage.module.GetDSProductName(text) == -1);
         CHECK(stage.module.GetDSProductFamily(text) == -1);
         CHECK(std::string(text) == "before");
-        CHECK(stage.viewer.warnings() ==
-              2 * Lines{"LoadLibrary fails in TScanModule::LoadTWAIN",
-                        "TWAIN is not available in TScanModule::GetDSProductName"});
+        CHECK(stage.takeRecord() == 2 * withoutManager("GetDSProductName"));
     }
     SUBCASE("a source whose texts have no end") {
         Stage stage;
         std::memset(stage.manager.defaultSource().ProductName, 'x', 34);
-        std::memset(stage.manager.defaultSource().ProductFamily, 'y', 34);
         stage.open();
         CHECK(stage.module.GetDSProductName(text) == 0);
         CHECK(std::string(text) == std::string(33, 'x'));
-        CHECK(stage.module.GetDSProductFamily(text) == 0);
-        CHECK(std::string(text) == std::string(33, 'y'));
     }
 }

@@ -8,374 +8,188 @@
 
 namespace {
 
-using Writer = std::function<int(Module&, int value)>;
+using Writer = std::function<int(Module&, double value)>;
 
 template <class Type>
 Writer writer(int (WINAPI* Module::*function)(Type)) {
-    return [function](Module& module, int value) { return (module.*function)(static_cast<Type>(value)); };
+    return [function](Module& module, double value) { return (module.*function)(static_cast<Type>(value)); };
 }
 
 struct Sample {
-    int host;
+    double host;
     const char* sent;
 };
 
-enum class StateCheck { SourceOpen, None };
+const char* const returnsFailure = "BuildupOneValue returns failure";
+const char* const returnFailure = "BuildupOneValue return failure";
+enum StateCheck { checked, unchecked };
 
-struct SetterRow {
+struct Setter {
     std::string method;
     Writer write;
     TW_UINT16 capability;
     std::vector<const char*> types;  // in the order in which they are tried
     std::vector<Sample> samples;
-    const char* buildWords = "BuildupOneValue returns failure";  // null: has none of its own
-    const char* warningMethod = nullptr;                         // when warnings name another
-    StateCheck stateCheck = StateCheck::SourceOpen;
+    const char* buildWords = returnsFailure;  // null: it has none of its own
+    const char* warningMethod = nullptr;      // when warnings name another
+    StateCheck stateCheck = checked;
 
-    std::string inWarnings() const {
-        return std::string(" in TScanModule::") + (warningMethod != nullptr ? warningMethod : method);
+    Lines warning(const std::string& words) const {
+        return {"! " + words + " in TScanModule::" + (warningMethod != nullptr ? warningMethod : method)};
     }
-    Lines sending(size_t type, const char* item) const {
-        return {"SET " + operation::capabilityName(capability) + " one " + types[type] + " " + item};
+    std::string sending(size_t type, const char* item) const {
+        return "SET " + operation::capabilityName(capability) + " one " + types[type] + " " + item;
     }
 };
 
-const std::vector<const char*> booleans = {"BOOL", "UINT16", "INT16"};
-const std::vector<const char*> values = {"UINT16", "INT16", "BOOL"};
-const std::vector<const char*> counts = {"INT16", "UINT16", "BOOL"};
-const std::vector<Sample> onOff = {{0, "0"}, {1, "1"}};
-const char* const returnFailure = "BuildupOneValue return failure";
+using Types = std::vector<const char*>;
+using Samples = std::vector<Sample>;
+const Types flags = {"BOOL", "UINT16", "INT16"};
+const Types words = {"UINT16", "INT16", "BOOL"};
+const Types counts = {"INT16", "UINT16", "BOOL"};
+const Types flag = {"BOOL"};
+const Types word = {"UINT16"};
+const Types number = {"FIX32"};
+const Samples onOff = {{0, "0"}, {1, "1"}};
+const Samples bits = {{1, "0"}, {2, "1"}, {256, "8"}, {0, "0"}, {3, "3"}, {512, "512"}};
+const Samples codes = {{0, "0"}, {1, "1"}, {3, "3"}};
+const Samples mechanisms = {{1, "0"}, {2, "1"}, {4, "2"}, {0, "0"}, {3, "3"}, {8, "8"}};
+const Samples fractions = {{1.0, "1"}, {0.75, "0+49152/65536"}, {2.5, "2+32768/65536"}};
 
-const std::vector<SetterRow> setters = {
-    {"SetADFEnable", writer(&Module::SetADFEnable), CAP_FEEDERENABLED, booleans, onOff},
-    {"SetIndicatorEnable", writer(&Module::SetIndicatorEnable), CAP_INDICATORS, booleans, onOff},
-    {"SetAutoFeedEnable", writer(&Module::SetAutoFeedEnable), CAP_AUTOFEED, booleans, onOff},
-    {"SetPixelType",
-     writer(&Module::SetPixelType),
-     ICAP_PIXELTYPE,
-     values,
-     {{1, "0"},
-      {2, "1"},
-      {4, "2"},
-      {8, "3"},
-      {16, "4"},
-      {32, "5"},
-      {64, "6"},
-      {128, "7"},
-      {256, "8"},
-      {0, "0"},
-      {3, "3"},
-      {512, "512"}},
-     returnFailure},
-    {"SetBitDepth",
-     writer(&Module::SetBitDepth),
-     ICAP_BITDEPTH,
-     values,
-     {{1, "1"}, {8, "8"}, {24, "24"}, {48, "48"}},
-     returnFailure,
-     "SetBitDepath"},
-    {"SetPaperSize",
-     writer(&Module::SetPaperSize),
-     ICAP_SUPPORTEDSIZES,
-     values,
-     {{1, "0"}, {2, "1"}, {4, "2"}, {8, "3"}, {256, "8"}, {0, "0"}, {11, "11"}, {512, "512"}}},
-    {"SetXferMech",
-     writer(&Module::SetXferMech),
-     ICAP_XFERMECH,
-     values,
-     {{1, "0"}, {2, "1"}, {4, "2"}, {0, "0"}, {3, "3"}, {8, "8"}}},
-    {"SetXferCount",
-     writer(&Module::SetXferCount),
-     CAP_XFERCOUNT,
-     counts,
-     {{1, "1"}, {30, "30"}, {-1, "-1"}}},
-    {"SetLightpath", writer(&Module::SetLightpath), ICAP_LIGHTPATH, {"UINT16"}, onOff},
-    {"SetKvExposureMode",
-     writer(&Module::SetKvExposureMode),
-     0x8005,
-     {"UINT16"},
-     {{0, "0"}, {3, "3"}},
-     returnFailure},
-    {"SetKvUIMode",
-     writer(&Module::SetKvUIMode),
-     0x800f,
-     {"UINT16"},
-     {{0, "0"}, {1, "1"}, {3, "3"}},
-     returnFailure},
-    {"SetKvUnSharpMask",
-     writer(&Module::SetKvUnSharpMask),
-     0x800e,
-     {"BOOL"},
-     {{0, "0"}, {1, "1"}, {2, "2"}},
-     nullptr},
-    {"SetKvDraftScan",
-     writer(&Module::SetKvDraftScan),
-     0x8004,
-     {"BOOL"},
-     {{0, "0"}, {1, "1"}, {2, "2"}},
-     nullptr},
-    {"SetKvDescreeing",
-     writer(&Module::SetKvDescreeing),
-     0x800a,
-     {"BOOL"},
-     {{0, "0"}, {1, "1"}, {2, "2"}},
-     nullptr},
-    {"SetClearPage",
-     writer(&Module::SetClearPage),
-     CAP_CLEARPAGE,
-     {"BOOL"},
-     {{0, "0"}, {1, "1"}},
-     nullptr,
-     nullptr,
-     StateCheck::None},
-    {"SetPIMFlag",
-     writer(&Module::SetPIMFlag),
-     0x8010,
-     {"BOOL"},
-     {{0, "0"}, {1, "1"}},
-     nullptr,
-     nullptr,
-     StateCheck::None},
+const std::vector<Setter> setters = {
+    {"SetADFEnable", writer(&Module::SetADFEnable), CAP_FEEDERENABLED, flags, onOff},
+    {"SetIndicatorEnable", writer(&Module::SetIndicatorEnable), CAP_INDICATORS, flags, onOff},
+    {"SetAutoFeedEnable", writer(&Module::SetAutoFeedEnable), CAP_AUTOFEED, flags, onOff},
+    {"SetPixelType", writer(&Module::SetPixelType), ICAP_PIXELTYPE, words, bits, returnFailure},
+    {"SetBitDepth", writer(&Module::SetBitDepth), ICAP_BITDEPTH, words, codes, returnFailure, "SetBitDepath"},
+    {"SetPaperSize", writer(&Module::SetPaperSize), ICAP_SUPPORTEDSIZES, words, bits},
+    {"SetXferMech", writer(&Module::SetXferMech), ICAP_XFERMECH, words, mechanisms},
+    {"SetXferCount", writer(&Module::SetXferCount), CAP_XFERCOUNT, counts, {{-1, "-1"}, {30, "30"}}},
+    {"SetLightpath", writer(&Module::SetLightpath), ICAP_LIGHTPATH, word, onOff},
+    {"SetKvExposureMode", writer(&Module::SetKvExposureMode), 0x8005, word, codes, returnFailure},
+    {"SetKvUIMode", writer(&Module::SetKvUIMode), 0x800f, word, codes, returnFailure},
+    {"SetKvUnSharpMask", writer(&Module::SetKvUnSharpMask), 0x800e, flag, codes, nullptr},
+    {"SetKvDraftScan", writer(&Module::SetKvDraftScan), 0x8004, flag, codes, nullptr},
+    {"SetKvDescreeing", writer(&Module::SetKvDescreeing), 0x800a, flag, codes, nullptr},
+    {"SetClearPage", writer(&Module::SetClearPage), CAP_CLEARPAGE, flag, onOff, nullptr, nullptr, unchecked},
+    {"SetPIMFlag", writer(&Module::SetPIMFlag), 0x8010, flag, onOff, nullptr, nullptr, unchecked},
+    {"SetXScale", writer(&Module::SetXScale), ICAP_XSCALING, number, fractions},
+    {"SetYScale", writer(&Module::SetYScale), ICAP_YSCALING, number, fractions},
+    {"SetGamma", writer(&Module::SetGamma), ICAP_GAMMA, number, fractions},
 };
+
+// The result, then the record of the call.
+Lines outcome(int result, const Lines& record) {
+    return Lines{"result " + std::to_string(result)} + record;
+}
+Lines write(Stage& stage, const Setter& setter, double value) {
+    const int result = setter.write(stage.module, value);
+    return outcome(result, stage.takeRecord());
+}
 
 }  // namespace
 
 TEST_CASE("a setter sends one value and frees its container") {
-    for (const SetterRow& row : setters) {
-        CAPTURE(row.method);
-        for (const Sample& sample : row.samples) {
-            CAPTURE(sample.host);
-            Stage stage;
-            stage.open();
-            CHECK(row.write(stage.module, sample.host) == 0);
-            CHECK(stage.manager.calls() == row.sending(0, sample.sent));
-            CHECK(stage.viewer.warnings() == Lines{});
-            CHECK(stage.windows.memoryComplaints() == Lines{});
-        }
-    }
-}
-
-TEST_CASE("a setter tries its item types in order until one is taken, in every state with an open source") {
-    for (const SetterRow& row : setters) {
-        CAPTURE(row.method);
-        const Sample& sample = row.samples[1];
-        for (size_t refusals = 1; refusals < row.types.size(); ++refusals) {
-            CAPTURE(refusals);
-            Stage stage;
-            stage.bringTo(refusals == 1 ? 4 : 5);
-            Lines calls;
-            for (size_t i = 0; i < refusals; ++i) {
-                stage.manager.answerNext(operation::set(row.capability), failWith(TWCC_BADVALUE));
-                calls += row.sending(i, sample.sent) + Lines{"STATUS"};
-            }
-            CHECK(row.write(stage.module, sample.host) == 0);
-            calls += row.sending(refusals, sample.sent);
-            CHECK(stage.manager.calls() == calls);
-            CHECK(stage.viewer.warnings() ==
-                  static_cast<int>(refusals) * Lines{"CapNegotiate returns failure" + row.inWarnings()});
-            CHECK(stage.windows.memoryComplaints() == Lines{});
-        }
-    }
-}
-
-TEST_CASE("a setter that the source refuses gives the last condition code") {
-    for (const SetterRow& row : setters) {
-        CAPTURE(row.method);
-        const Sample& sample = row.samples[1];
+    for (const Setter& setter : setters) {
         Stage stage;
         stage.open();
+        for (const auto& [host, sent] : setter.samples)
+            CHECK(write(stage, setter, host) == outcome(0, {setter.sending(0, sent)}));
+    }
+}
+
+TEST_CASE("a setter tries its item types in order until one is taken, also while the source is enabled") {
+    for (const Setter& setter : setters) {
+        const auto& [host, sent] = setter.samples[1];
+        Stage stage;
+        stage.bringTo(5);
         Lines calls;
-        for (size_t i = 0; i < row.types.size(); ++i) {
-            const bool isLast = i + 1 == row.types.size();
-            stage.manager.answerNext(operation::set(row.capability),
-                                     failWith(isLast ? TWCC_DENIED : TWCC_BADVALUE));
-            calls += row.sending(i, sample.sent) + Lines{"STATUS"};
+        for (size_t refusals = 0; refusals <= setter.types.size(); ++refusals) {
+            const bool isTaken = refusals < setter.types.size();
+            for (size_t i = 1; i < refusals; ++i)
+                stage.manager.answerNext(operation::set(setter.capability), failWith(TWCC_BADVALUE));
+            if (refusals > 0)
+                stage.manager.answerNext(operation::set(setter.capability), failWith(TWCC_DENIED));
+            const Lines last = isTaken ? Lines{setter.sending(refusals, sent)} : Lines{};
+            CHECK(write(stage, setter, host) ==
+                  outcome(isTaken ? 0 : TWCC_DENIED,
+                          calls + last +
+                              static_cast<int>(refusals) * setter.warning("CapNegotiate returns failure")));
+            if (isTaken) calls += refused(setter.sending(refusals, sent));
         }
-        CHECK(row.write(stage.module, sample.host) == TWCC_DENIED);
-        CHECK(stage.manager.calls() == calls);
-        CHECK(stage.viewer.warnings() ==
-              static_cast<int>(row.types.size()) * Lines{"CapNegotiate returns failure" + row.inWarnings()});
-        CHECK(stage.windows.memoryComplaints() == Lines{});
     }
 }
 
-TEST_CASE("a setter without an open source sends nothing") {
-    for (const SetterRow& row : setters) {
-        CAPTURE(row.method);
+TEST_CASE("a setter without an open source sends nothing, without a manager it says so") {
+    for (const Setter& setter : setters) {
         Stage stage;
         stage.forget();
-        if (row.stateCheck == StateCheck::SourceOpen) {
-            CHECK(row.write(stage.module, 1) == 11);
-            CHECK(stage.manager.calls() == Lines{});
-            CHECK(stage.viewer.warnings() ==
-                  Lines{std::string("Sequence error in TScanModule::") + row.method});
-            CHECK(stage.windows.allocations.empty());
-        } else {
-            CHECK(row.write(stage.module, 1) == 0);
-            CHECK(stage.manager.calls() == row.sending(0, "1"));
-            CHECK(stage.viewer.warnings() == Lines{});
-        }
+        const Lines refusal = {"! Sequence error in TScanModule::" + setter.method};
+        CHECK(write(stage, setter, 1) ==
+              (setter.stateCheck == checked ? outcome(11, refusal) : outcome(0, {setter.sending(0, "1")})));
     }
-}
-
-TEST_CASE("a setter without a manager says so") {
     const ManagerFile missing(ManagerFile::Kind::Missing);
-    for (const SetterRow& row : setters) {
-        CAPTURE(row.method);
+    for (const Setter& setter : setters) {
         Stage stage;
         stage.forget();
-        CHECK(row.write(stage.module, 1) == -1);
-        CHECK(stage.viewer.warnings() ==
-              Lines{"LoadLibrary fails in TScanModule::LoadTWAIN",
-                    std::string("TWAIN is not available in TScanModule::") + row.method});
+        CHECK(write(stage, setter, 1) == outcome(-1, withoutManager(setter.method)));
     }
 }
 
-TEST_CASE("a container that can't be built is not sent") {
-    for (const SetterRow& row : setters) {
-        if (row.buildWords == nullptr) continue;
-        CAPTURE(row.method);
-        const std::string words = row.buildWords + row.inWarnings();
-        {
-            Stage stage;
-            stage.open();
-            stage.windows.largestAllocation = 0;
-            CHECK(row.write(stage.module, 1) == 2);
-            CHECK(stage.manager.calls() == Lines{});
-            const Lines warnings = stage.viewer.warnings();
-            REQUIRE(warnings.size() >= 2);
-            CHECK(Lines(warnings.begin(), warnings.begin() + 2) ==
-                  Lines{"Memory alloc error in BuildupOneValue", words});
-        }
-        {
-            Stage stage;
-            stage.open();
-            stage.windows.locksThatSucceed = 0;
-            CHECK(row.write(stage.module, 1) == 2);
-            CHECK(stage.manager.calls() == Lines{});
-            const Lines warnings = stage.viewer.warnings();
-            REQUIRE(warnings.size() >= 2);
-            CHECK(Lines(warnings.begin(), warnings.begin() + 2) ==
-                  Lines{"Lock memory error in BuildupOneValue", words});
-            // The block is freed once, by the builder.
-            CHECK(stage.windows.memoryComplaints() == Lines{});
-        }
-    }
-}
-
-namespace {
-
-struct ScaleRow {
-    std::string method;
-    decltype(Module::SetXScale) Module::*set;
-    TW_UINT16 capability;
-};
-const ScaleRow scales[] = {
-    {"SetXScale", &Module::SetXScale, ICAP_XSCALING},
-    {"SetYScale", &Module::SetYScale, ICAP_YSCALING},
-    {"SetGamma", &Module::SetGamma, ICAP_GAMMA},
-};
-
-}  // namespace
-
-TEST_CASE("numbers go as TW_FIX32, once") {
-    for (const ScaleRow& row : scales) {
-        CAPTURE(row.method);
+TEST_CASE("a container that can't be built is not sent, and freed once") {
+    for (const Setter& setter : setters) {
         Stage stage;
         stage.open();
-        const std::string start = "SET " + operation::capabilityName(row.capability) + " one FIX32 ";
-        CHECK((stage.module.*row.set)(1.0) == 0);
-        CHECK((stage.module.*row.set)(0.75) == 0);
-        CHECK((stage.module.*row.set)(2.5) == 0);
-        CHECK(stage.manager.takeCalls() ==
-              Lines{start + "1", start + "0+49152/65536", start + "2+32768/65536"});
-        stage.manager.answer(operation::set(row.capability), failWith(TWCC_BADVALUE));
-        CHECK((stage.module.*row.set)(4.0) == TWCC_BADVALUE);
-        CHECK(stage.manager.calls() == refused(start + "4"));
-        CHECK(stage.viewer.warnings() ==
-              Lines{std::string("CapNegotiate returns failure in TScanModule::") + row.method});
-        CHECK(stage.windows.memoryComplaints() == Lines{});
+        const int tries = static_cast<int>(setter.types.size());
+        const Lines own = setter.buildWords != nullptr ? setter.warning(setter.buildWords) : Lines{};
+        stage.windows.locksThatSucceed = 0;
+        const Lines noLock = Lines{"! Lock memory error in BuildupOneValue"} + own;
+        const Lines unlocked = write(stage, setter, 1);
+        stage.windows.largestAllocation = 0;
+        const Lines noMemory = Lines{"! Memory alloc error in BuildupOneValue"} + own;
+        const Lines unallocated = write(stage, setter, 1);
+        if (setter.buildWords == nullptr) continue;
+        CHECK(unlocked == outcome(2, tries * noLock));
+        CHECK(unallocated == outcome(2, tries * noMemory));
     }
 }
-
-namespace {
-
-struct SupportedRow {
-    std::string method;
-    Writer write;
-    TW_UINT16 capability;
-};
-const SupportedRow supported[] = {
-    {"SetSupportedPixelType", writer(&Module::SetSupportedPixelType), ICAP_PIXELTYPE},
-    {"SetSupportedPaperSize", writer(&Module::SetSupportedPaperSize), ICAP_SUPPORTEDSIZES},
-};
-
-}  // namespace
 
 TEST_CASE("narrowing the supported values sends the set bits in order, with the present value as current") {
+    const Setter both[] = {
+        {"SetSupportedPixelType", writer(&Module::SetSupportedPixelType), ICAP_PIXELTYPE, {}, {}},
+        {"SetSupportedPaperSize", writer(&Module::SetSupportedPaperSize), ICAP_SUPPORTEDSIZES, {}, {}},
+    };
     struct Row {
         int mask;
         TW_UINT32 present;
         const char* sent;
     };
     const Row rows[] = {
-        {7, 1, "[0 1 2] current 1"}, {6, 2, "[1 2] current 1"},
-        {6, 0, "[1 2] current 0"},   {0x109, 3, "[0 3 8] current 1"},
-        {1, 5, "[0] current 0"},     {0x1ff, 8, "[0 1 2 3 4 5 6 7 8] current 8"},
+        {7, 1, "[0 1 2] current 1 default 1"},
+        {6, 0, "[1 2] current 0 default 0"},
+        {0x109, 3, "[0 3 8] current 1 default 1"},
+        {0x1ff, 8, "[0 1 2 3 4 5 6 7 8] current 8 default 8"},
     };
-    for (const SupportedRow& which : supported) {
-        CAPTURE(which.method);
-        const std::string name = operation::capabilityName(which.capability);
+    for (const Setter& setter : both) {
+        const std::string name = operation::capabilityName(setter.capability);
+        const Lines asked = {"GETCURRENT " + name};
+        const auto setting = [&](const char* sent) { return "SET " + name + " enum UINT16 " + sent; };
+        Stage stage;
+        stage.forget();
+        CHECK(write(stage, setter, 3) == outcome(11, setter.warning("Sequence error")));
+        stage.open();
         for (const Row& row : rows) {
-            CAPTURE(row.mask);
-            Stage stage;
-            stage.open();
-            stage.manager.answer(operation::getCurrent(which.capability),
+            stage.manager.answer(operation::getCurrent(setter.capability),
                                  give(oneValue(TWTY_UINT16, row.present)));
-            CHECK(which.write(stage.module, row.mask) == 0);
-            const Lines calls = stage.manager.calls();
-            REQUIRE(calls.size() == 2);
-            CHECK(calls[0] == "GETCURRENT " + name);
-            const std::string start = "SET " + name + " enum UINT16 " + row.sent;
-            CHECK(calls[1].substr(0, start.size()) == start);
-            CHECK(stage.viewer.warnings() == Lines{});
-            CHECK(stage.windows.memoryComplaints() == Lines{});
+            CHECK(write(stage, setter, row.mask) == outcome(0, asked + Lines{setting(row.sent)}));
         }
-    }
-}
-
-TEST_CASE("narrowing the supported values, refused or impossible") {
-    for (const SupportedRow& which : supported) {
-        CAPTURE(which.method);
-        const std::string in = std::string(" in TScanModule::") + which.method;
-        {
-            Stage stage;
-            stage.open();
-            stage.manager.answer(operation::getCurrent(which.capability), give(oneValue(TWTY_UINT16, 0)));
-            stage.manager.answer(operation::set(which.capability), failWith(TWCC_CAPBADOPERATION));
-            CHECK(which.write(stage.module, 3) == TWCC_CAPBADOPERATION);
-            CHECK(stage.manager.calls().size() == 3);
-            CHECK(stage.manager.calls().back() == "STATUS");
-            CHECK(stage.viewer.warnings() == Lines{"CapNegotiate returns failure" + in});
-            CHECK(stage.windows.memoryComplaints() == Lines{});
-        }
-        {
-            Stage stage;
-            stage.open();
-            stage.manager.answer(operation::getCurrent(which.capability), give(oneValue(TWTY_UINT16, 0)));
-            stage.windows.largestAllocation = 0;
-            CHECK(which.write(stage.module, 3) == 2);
-            CHECK(stage.manager.calls().size() == 1);
-            CHECK(stage.viewer.warnings() == Lines{"Memory alloc error in BuildupEnumeration",
-                                                   "BuildupEnumeration returns failure" + in});
-            CHECK(stage.windows.memoryComplaints() == Lines{});
-        }
-        {
-            Stage stage;
-            stage.forget();
-            CHECK(which.write(stage.module, 3) == 11);
-            CHECK(stage.manager.calls() == Lines{});
-            CHECK(stage.viewer.warnings() == Lines{"Sequence error" + in});
-        }
+        stage.manager.answer(operation::set(setter.capability), failWith(TWCC_CAPBADOPERATION));
+        CHECK(write(stage, setter, 1) ==
+              outcome(TWCC_CAPBADOPERATION, asked + refused(setting("[0] current 0 default 0")) +
+                                                setter.warning("CapNegotiate returns failure")));
+        stage.windows.largestAllocation = 0;
+        CHECK(write(stage, setter, 3) ==
+              outcome(2, asked + Lines{"! Memory alloc error in BuildupEnumeration"} +
+                             setter.warning("BuildupEnumeration returns failure")));
     }
 }

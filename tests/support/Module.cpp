@@ -49,7 +49,7 @@ HMODULE loadHooked(const std::string& path) {
 
 Module::Module() : handle_(loadHooked(path())) {
     if (handle_ == nullptr) throw std::runtime_error("ScanModule.dll can't be loaded from " + path());
-#define SM_FUNCTION(name) name = functionOf<decltype(name)>(handle_, "sm" #name);
+#define SM_FUNCTION(name, ordinal, bytes) name = functionOf<decltype(name)>(handle_, "sm" #name);
 #include "ModuleFunctions.inc"
 #undef SM_FUNCTION
     DisableWnds = functionOf<decltype(DisableWnds)>(handle_, "DisableWnds");

@@ -19,7 +19,7 @@ public:
     static std::string path();
 
     // The functions of the DLL under the names of its methods.
-#define SM_FUNCTION(name) decltype(&::sm##name) name = nullptr;
+#define SM_FUNCTION(name, ordinal, bytes) decltype(&::sm##name) name = nullptr;
 #include "ModuleFunctions.inc"
 #undef SM_FUNCTION
     decltype(&::DisableWnds) DisableWnds = nullptr;

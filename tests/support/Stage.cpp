@@ -37,6 +37,15 @@ void Stage::forget() {
     windows.allocations.clear();
 }
 
+Lines Stage::takeRecord() {
+    Lines record = manager.calls();
+    for (const std::string& text : viewer.warnings())
+        record.push_back("! " + text);
+    record += windows.memoryComplaints();
+    forget();
+    return record;
+}
+
 bool Stage::deliver(TW_UINT16 notification) {
     manager.notify(notification);
     MSG message = {};
@@ -46,4 +55,9 @@ bool Stage::deliver(TW_UINT16 notification) {
 
 Lines refused(const std::string& call) {
     return {call, "STATUS"};
+}
+
+Lines withoutManager(const std::string& method) {
+    return {"! LoadLibrary fails in TScanModule::LoadTWAIN",
+            "! TWAIN is not available in TScanModule::" + method};
 }

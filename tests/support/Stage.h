@@ -22,6 +22,9 @@ public:
     // To state 2, 4 or 5.
     void bringTo(int state);
     void forget();
+    // What happened since the last forget, and forgets it: what the manager was asked, then each warning as
+    // "! text", then what is wrong with the module's memory.
+    Lines takeRecord();
 
     // Hands the module a message of the host's loop, on which the source has something to say.
     bool deliver(TW_UINT16 notification);
@@ -36,3 +39,5 @@ public:
 
 // What stands in a record for a failed operation: itself and the question for its condition code.
 Lines refused(const std::string& call);
+// What a record says of a missing manager.
+Lines withoutManager(const std::string& method);
