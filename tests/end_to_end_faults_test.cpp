@@ -244,7 +244,11 @@ TEST_CASE("a source that can't scan, or doesn't offer what is wanted, is named w
 TEST_CASE("a source that does nothing is given up") {
     ScanFolder folder;
     // The one-shot scan shows the source's window when a setting is refused; nobody is there to use it.
-    CHECK(folder.smscan({"--presto", "--timeout", "2"}, {"ReadOnlyCapabilities=ICAP_PIXELTYPE"}) ==
-          Lines{"! smscan: The source did nothing for 2 seconds.", "exit 1"});
+    CHECK(
+        folder.smscan({"--presto", "--timeout", "2"}, {"ReadOnlyCapabilities=ICAP_PIXELTYPE"}) ==
+        Lines{
+            "! smscan: The source did nothing for 2 seconds. Perhaps it waits in its window, which it shows "
+            "when it refuses a setting; with --ui there is no limit.",
+            "exit 1"});
     CHECK(folder.files() == Lines{});
 }

@@ -139,8 +139,11 @@ TEST_CASE("the question for more pages, when the source has more and the feeder 
         ForeignDialog box(answer);
         CHECK(folder.run("smscan.exe",
                          {"--presto", "--pages", "2", "--resolution", "50", "--output", "p.bmp"},
-                         {"PendingCountError=1"},
-                         std::ref(box)) == Lines{"p.bmp  413 x 585 pixels, 8 bit, 50 dpi", "exit 0"});
+                         {"PendingCountError=1"}, std::ref(box)) ==
+              Lines{"p.bmp  413 x 585 pixels, 8 bit, 50 dpi",
+                    "! Note: a one-shot scan is one page. Run it again for the next one, or scan without "
+                    "--presto.",
+                    "exit 0"});
         CHECK(box.seen() == Lines{"[smscan] \xBF"
                                   "Explorar m\xE1s p\xE1ginas?"});
         CHECK(comparePixels(folder.path("p.bmp"), vscan::renderPage(pageOf(PixelKind::Gray8, 50))) ==

@@ -55,9 +55,10 @@ std::string conditionWords(int code) {
     return format("%s (condition code %d)", condition ? condition->words : "unknown failure", code);
 }
 
-std::string conditionAdvice(int code) {
+std::string conditionSentence(int code) {
     const Condition* condition = find(code);
-    return condition ? condition->advice : "";
+    const std::string advice = condition ? condition->advice : "";
+    return conditionWords(code) + "." + (advice.empty() ? "" : " " + advice);
 }
 
 }  // namespace smscan

@@ -7,7 +7,7 @@ namespace smscan {
 // A condition code in words with its number: "paper jam (condition code 20)".
 std::string conditionWords(int code);
 
-// What the user can do about it; a sentence, empty when there is nothing to say.
-std::string conditionAdvice(int code);
+// The same with a full stop, and what the user can do about it, where there is something to say.
+std::string conditionSentence(int code);
 
 }  // namespace smscan

@@ -21,4 +21,9 @@ struct Failure {
     std::string text;
 };
 
+// What stands for any other exception: the C++ library throws hardly anything else.
+inline Failure outOfMemory() {
+    return {ExitCode::SourceError, "not enough memory. Scan at a lower resolution or a smaller area."};
+}
+
 }  // namespace smscan

@@ -1,6 +1,7 @@
 #include "HostWindow.h"
 
 #include <atomic>
+#include <exception>
 
 namespace smscan {
 
@@ -15,7 +16,8 @@ DWORD hostThread = 0;
 
 // Runs on a thread of the system's.
 BOOL WINAPI onConsoleEvent(DWORD) {
-    if (cancelled.exchange(true)) return FALSE;
+    if (cancelled.exchange(true))
+        TerminateProcess(GetCurrentProcess(), static_cast<UINT>(ExitCode::Cancelled));
     PostThreadMessageA(hostThread, WM_NULL, 0, 0);
     return TRUE;
 }
@@ -74,6 +76,8 @@ void HostWindow::dispatch(const Handler& handler, WPARAM wParam, LPARAM lParam) 
         handler(wParam, lParam);
     } catch (const Failure& failure) {
         keepFailure(failure);
+    } catch (const std::exception&) {
+        keepFailure(outOfMemory());
     }
 }
 

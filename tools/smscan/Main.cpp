@@ -1,5 +1,7 @@
 #include <Version.h>
 
+#include <exception>
+
 #include "CapsQuery.h"
 #include "Console.h"
 #include "Failure.h"
@@ -109,6 +111,11 @@ void run(const Options& options) {
     }
 }
 
+int end(const Failure& failure) {
+    note("smscan: " + failure.text);
+    return static_cast<int>(failure.code);
+}
+
 }  // namespace
 
 }  // namespace smscan
@@ -118,8 +125,9 @@ int main(int argumentCount, char** arguments) {
     try {
         smscan::run(smscan::parseOptions({arguments + 1, arguments + argumentCount}));
     } catch (const smscan::Failure& failure) {
-        smscan::note("smscan: " + failure.text);
-        return static_cast<int>(failure.code);
+        return smscan::end(failure);
+    } catch (const std::exception&) {
+        return smscan::end(smscan::outOfMemory());
     }
     return static_cast<int>(smscan::ExitCode::Ok);
 }

@@ -45,8 +45,7 @@ PrestoScanSettings settingsFrom(const Options& options) {
                           "The one-shot scan can't write this page: its size isn't known, or it "
                           "has a type or depth that it doesn't know. Scan without --presto."};
         default:
-            throw Failure{ExitCode::SourceError, format("Page 1: %s. %s", conditionWords(result).c_str(),
-                                                        conditionAdvice(result).c_str())};
+            throw Failure{ExitCode::SourceError, "Page 1: " + conditionSentence(result)};
     }
 }
 
@@ -104,11 +103,17 @@ void scanOneShot(const ModuleLibrary& module, const Options& options, const Page
     module.smDisableDS();
     module.smCloseDS();
     if (written) keepPage(file, names.pathOf(1), settings.Resolution);
+    if (written && options.pages != 1)
+        note("Note: a one-shot scan is one page. Run it again for the next one, or scan without --presto.");
     if (window.failure()) throw withLeftover(*window.failure(), file);
     if (written) return;
     if (end == HostWindow::End::TimedOut)
-        throw Failure{ExitCode::SourceError,
-                      format("The source did nothing for %d seconds.", options.timeoutSeconds)};
+        throw Failure{
+            ExitCode::SourceError,
+            format(
+                "The source did nothing for %d seconds. Perhaps it waits in its window, which it shows when "
+                "it refuses a setting; with --ui there is no limit.",
+                options.timeoutSeconds)};
     throw Failure{ExitCode::Cancelled, "Cancelled; no page was scanned."};
 }
 

@@ -77,14 +77,23 @@ std::string unfinishedName(const std::string& path) {
 }
 
 std::string fullPath(const std::string& path) {
-    char buffer[MAX_PATH] = {};
-    const DWORD length = GetFullPathNameA(path.c_str(), sizeof buffer, buffer, nullptr);
-    return length > 0 && length < sizeof buffer ? buffer : path;
+    std::string full(GetFullPathNameA(path.c_str(), 0, nullptr, nullptr), '\0');
+    const DWORD size = static_cast<DWORD>(full.size());
+    const DWORD length = GetFullPathNameA(path.c_str(), size, full.data(), nullptr);
+    if (length == 0 || length >= size) return path;
+    full.resize(length);
+    return full;
 }
 
 void checkWritable(const std::string& path) {
     const std::string full = fullPath(path);
-    const std::string folder = full.substr(0, full.find_last_of('\\'));
+    if (full.compare(0, 4, "\\\\.\\") == 0)
+        failWrite(path, "it is the name of a device. Choose another --output.");
+    // A path that Windows can't make a full one of stays as it was.
+    const size_t slash = full.find_last_of('\\');
+    if (slash == std::string::npos || unfinishedName(full).size() >= MAX_PATH)
+        failWrite(path, "the path is longer than Windows takes it. Choose a shorter --output.");
+    const std::string folder = full.substr(0, slash);
     const DWORD folderKind = GetFileAttributesA((folder + "\\").c_str());
     if (folderKind == INVALID_FILE_ATTRIBUTES || !(folderKind & FILE_ATTRIBUTE_DIRECTORY))
         failWrite(path,

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <exception>
 
 #include "BlockReader.h"
 #include "Conditions.h"
@@ -42,13 +43,19 @@ void PageReceiver::guarded(Step step) {
     try {
         step();
     } catch (const Failure& failure) {
-        progress_.end();
-        dropPage();
-        window_.keepFailure({failure.code, format("Page %d: %s", pages_ + 1, failure.text.c_str())});
-        expectCancel_ = true;
-        module_.smCancelAllXfer();
-        window_.finish();
+        giveUp(failure);
+    } catch (const std::exception&) {
+        giveUp(outOfMemory());
     }
+}
+
+void PageReceiver::giveUp(const Failure& failure) {
+    progress_.end();
+    dropPage();
+    window_.keepFailure({failure.code, format("Page %d: %s", pages_ + 1, failure.text.c_str())});
+    expectCancel_ = true;
+    module_.smCancelAllXfer();
+    window_.finish();
 }
 
 void PageReceiver::onStart(TXferImageInfo& info) {
@@ -119,11 +126,9 @@ void PageReceiver::onEnd(int result, const TXferImageInfo& info) {
 void PageReceiver::failTransfer(int result) const {
     if (result == SM_XFEREND_CANCELLED_BY_SOURCE)
         throw Failure{ExitCode::Cancelled, "cancelled at the source."};
-    const std::string advice = conditionAdvice(result);
     const ExitCode code =
         result == SM_CONDITION_FILE_WRITE_ERROR ? ExitCode::CannotWrite : ExitCode::SourceError;
-    throw Failure{
-        code, format("%s.%s%s", conditionWords(result).c_str(), advice.empty() ? "" : " ", advice.c_str())};
+    throw Failure{code, conditionSentence(result)};
 }
 
 void PageReceiver::finishPage(const TXferImageInfo& info) {

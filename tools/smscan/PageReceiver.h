@@ -43,6 +43,7 @@ private:
     // Runs a step; a Failure in it ends the batch.
     template <class Step>
     void guarded(Step step);
+    void giveUp(const Failure& failure);
 
     const ModuleLibrary& module_;
     const Options& options_;

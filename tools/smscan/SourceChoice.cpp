@@ -24,12 +24,6 @@ std::string readProfile(const std::string& path, const std::string& key) {
     return value;
 }
 
-std::string conditionSentence(const std::string& what, int code) {
-    const std::string advice = conditionAdvice(code);
-    return format("%s: %s.%s%s", what.c_str(), conditionWords(code).c_str(), advice.empty() ? "" : " ",
-                  advice.c_str());
-}
-
 std::string namedSources(const ModuleLibrary& module) {
     std::string text;
     for (const std::string& name : listSources(module).names)
@@ -116,9 +110,8 @@ void chooseSource(const ModuleLibrary& module, HWND parent, const Options& optio
         if (result == SM_RESULT_SELECT_CANCELLED)
             throw Failure{ExitCode::Cancelled, "No source was chosen in the dialog."};
         if (result != SM_RESULT_OK)
-            throw Failure{
-                ExitCode::NoSource,
-                conditionSentence("The manager can't show its dialog for choosing a source", result)};
+            throw Failure{ExitCode::NoSource, "The manager can't show its dialog for choosing a source: " +
+                                                  conditionSentence(result)};
         note(format("Chosen: %s", productName(module).c_str()));
     } else if (!options.source.empty()) {
         const int result = module.smSetDefaultDriver(parent, options.source.c_str());
@@ -127,7 +120,7 @@ void chooseSource(const ModuleLibrary& module, HWND parent, const Options& optio
                                                      namedSources(module).c_str())};
         if (result != SM_RESULT_OK)
             throw Failure{ExitCode::NoSource,
-                          conditionSentence("The manager can't look for the source", result)};
+                          "The manager can't look for the source: " + conditionSentence(result)};
     }
 }
 
@@ -141,10 +134,9 @@ void makeDefault(const ModuleLibrary& module, HWND parent, const std::string& na
     if (result != SM_RESULT_OK)
         throw Failure{
             ExitCode::SourceError,
-            conditionSentence(format("There is a source \"%s\", but it can't be opened, so it wasn't seen "
-                                     "whether it is the default source",
-                                     name.c_str()),
-                              result)};
+            format("There is a source \"%s\", but it can't be opened, so it wasn't seen whether it is the "
+                   "default source: %s",
+                   name.c_str(), conditionSentence(result).c_str())};
     const std::string defaultSource = openedSource(module, parent);
     if (lstrcmpiA(defaultSource.c_str(), name.c_str()) != 0)
         throw Failure{
@@ -163,20 +155,19 @@ OpenSource::OpenSource(const ModuleLibrary& module, HWND parent) : module_(modul
     // This one is asked after the opening, and so the source is closed and its name gone.
     if (result == SM_CONDITION_OPERATION_ERROR && name.empty())
         throw Failure{ExitCode::SourceError,
-                      conditionSentence("The source opens, but can't be used", result)};
+                      "The source opens, but can't be used: " + conditionSentence(result)};
     if (name.empty()) throw Failure{ExitCode::NoSource, explainNoSource(result, "")};
-    throw Failure{ExitCode::SourceError,
-                  conditionSentence(format("Cannot open the source \"%s\"", name.c_str()), result)};
+    throw Failure{ExitCode::SourceError, format("Cannot open the source \"%s\": %s", name.c_str(),
+                                                conditionSentence(result).c_str())};
 }
 
 void OpenSource::enable(bool showWindow) {
     const int result = module_.smEnableDS(showWindow, FALSE);
     enabled_ = result == SM_RESULT_OK;
     if (!enabled_)
-        throw Failure{
-            ExitCode::SourceError,
-            conditionSentence(format("The source \"%s\" can't start the scan", productName(module_).c_str()),
-                              result)};
+        throw Failure{ExitCode::SourceError,
+                      format("The source \"%s\" can't start the scan: %s", productName(module_).c_str(),
+                             conditionSentence(result).c_str())};
 }
 
 void OpenSource::close() {
