@@ -23,10 +23,10 @@ std::string pixelsOf(int width, int bits, PixelLayout layout, int height, const 
     char folder[MAX_PATH];
     GetTempPathA(sizeof folder, folder);
     const std::string path = std::string(folder) + "smscan-units.bmp";
-    BmpFormat format;
-    format.width = width;
-    format.bits = bits;
-    StripWriter writer(path, format, height, layout);
+    BmpFormat bmp;
+    bmp.width = width;
+    bmp.bits = bits;
+    StripWriter writer(path, bmp, height, layout);
     for (const Strip& strip : strips)
         writer.add(strip);
     CHECK(writer.complete() == (writer.rows() >= height && writer.plane() == writer.planes() - 1));
