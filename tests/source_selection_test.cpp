@@ -7,8 +7,6 @@
 
 namespace {
 
-using Sources = std::vector<TW_IDENTITY>;
-
 TW_IDENTITY source(const std::string& name, const std::string& maker = "KAVRO") {
     TW_IDENTITY identity = {};
     identity.Id = 7;
@@ -17,7 +15,7 @@ TW_IDENTITY source(const std::string& name, const std::string& maker = "KAVRO") 
     return identity;
 }
 
-void list(ScriptedManager& manager, const Sources& sources) {
+void list(ScriptedManager& manager, const std::vector<TW_IDENTITY>& sources) {
     for (size_t i = 0; i < sources.size(); ++i)
         manager.answerNext(i == 0 ? operation::getFirst : operation::getNext, copy(sources[i]));
 }
@@ -34,10 +32,18 @@ void checkChoice(Stage& stage, const std::string& chosen) {
     if (stage.manager.state() != 2 || chosen == "untouched") return;
     stage.manager.forgetCalls();
     stage.module.OpenDS(stage.host.window(), nullptr);
-    CHECK(stage.manager.parent() == stage.host.window());
     CHECK((stage.manager.calls()[1] == "GETDEFAULT") == chosen.empty());
 }
 
+// The profile of GetAllDS.
+Lines section(const SavedFile& file) {
+    char text[4096] = "";
+    const DWORD size = GetPrivateProfileSectionA("DS", text, sizeof text, file.path().c_str());
+    std::replace(text, text + size, '\0', ';');
+    return splitRow(text);
+}
+
+const std::string listPath = (std::filesystem::temp_directory_path() / "scanmodule-sources.ini").string();
 const std::string notOpened = "OPENDSM; STATUS; ! DSM_Entry returns failure in TScanModule::OpenDSM; ";
 const std::string isOpen = "! Sequence error in TScanModule::OpenDSM; ";
 const Answer refusal = failWith(TWCC_NODS);
@@ -51,13 +57,20 @@ TEST_CASE("the manager's dialog, and what the next session opens") {
         Answer answer;
         std::string record;
         const char* chosen;
+        bool hasParent = true;
     };
-    Answer cancelled = copy(source("Looked at"));
+    // The dialog starts without a choice, and leaves one even when it is cancelled.
+    Answer cancelled = fill<TW_IDENTITY>([](TW_IDENTITY& identity) {
+        CHECK(std::string(identity.ProductName).empty());
+        identity = source("Other");
+    });
+    const Answer taken = cancelled;
     cancelled.returnCode = TWRC_CANCEL;
     const std::string asked = "OPENDSM; USERSELECT; ", failed = "! OpenDSM returns failure in @; ";
     const Operation select = operation::userSelect;
     const Row rows[] = {
-        {2, select, copy(source("Other")), asked + "CLOSEDSM; result 0", "Other"},
+        {2, select, taken, asked + "CLOSEDSM; result 0", "Other"},
+        {2, select, taken, asked + "CLOSEDSM; !parent; result 0", "Other", false},
         {2, select, cancelled, asked + "CLOSEDSM; result -6", ""},
         {2, select, refusal, asked + "STATUS; CLOSEDSM; !failure; result 3", ""},
         // The earlier choice stays.
@@ -66,99 +79,61 @@ TEST_CASE("the manager's dialog, and what the next session opens") {
         {1, select, refusal, "!manager", "untouched"},
     };
     for (const Row& row : rows) {
-        CAPTURE(row.record);
         StageIn stage(row.state == 1 ? 1 : 2);
         stage->manager.answerNext(select, copy(source("First")));
         stage->module.SelectDS(stage->host.window());
         if (row.state == 4) stage->open();
         stage->manager.answerNext(row.operation, row.answer);
-        const Lines record =
-            recordOf(*stage, [&] { return resultText(stage->module.SelectDS(stage->host.window())); });
-        CHECK(record == expectedRecord(row.record, "SelectDS"));
+        const HWND parent = row.hasParent ? stage->host.window() : nullptr;
+        const auto call = [&] { return resultText(stage->module.SelectDS(parent)); };
+        checkCall(*stage, row.record, call, "SelectDS");
+        if (!row.hasParent) CHECK(stage->manager.parent() == GetDesktopWindow());
         checkChoice(*stage, row.chosen);
     }
 }
 
-TEST_CASE("the dialog starts without a choice, and a null parent is the desktop") {
-    Stage stage;
-    std::string given = "none";
-    stage.manager.answerNext(operation::userSelect, copy(source("First")));
-    stage.manager.answer(operation::userSelect,
-                         fill<TW_IDENTITY>([&](TW_IDENTITY& identity) { given = identity.ProductName; }));
-    REQUIRE(stage.module.SelectDS(stage.host.window()) == 0);
-    stage.forget();
-    CHECK(stage.module.SelectDS(nullptr) == 0);
-    CHECK(given == "");
-    CHECK(stage.manager.parent() == GetDesktopWindow());
-    CHECK(stage.viewer.warnings() == Lines{"Invalid parent window handle in TScanModule::SelectDS"});
-}
-
-namespace {
-
-// The profile of GetAllDS, which isn't there at first.
-class ListFile {
-public:
-    ListFile() { file_.remove(); }
-    const char* path() const { return file_.path().c_str(); }
-    bool exists() const { return file_.exists(); }
-    Lines section() const {
-        char text[4096] = "";
-        const DWORD size = GetPrivateProfileSectionA("DS", text, sizeof text, path());
-        std::replace(text, text + size, '\0', ';');
-        return splitRow(text);
-    }
-
-private:
-    SavedFile file_{(std::filesystem::temp_directory_path() / "scanmodule-sources.ini").string()};
-};
-
-}  // namespace
-
 TEST_CASE("the list of the maker's sources") {
     const TW_IDENTITY a = source("A"), b = source("B"), wrapper = source("A WIA-B"), o = source("O", "Other");
-    const TW_IDENTITY endless = source(std::string(34, 'x'));
+    const TW_IDENTITY small = source("S", "Kavro"), lower = source("wia"),
+                      endless = source(std::string(34, 'x'));
     const std::string x33(33, 'x');
-    struct Row {
+    const struct {
         Answer preset;
-        Sources sources;
+        std::vector<TW_IDENTITY> sources;
         std::string section;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {copy(b), {a, b}, "name0=B; name1=A; name2=B; count=2"},
         // Another maker's default: the last found wins.
         {copy(o), {a, o, b}, "name0=B; name1=A; name2=B; count=2"},
         {copy(wrapper), {wrapper, a, wrapper}, "name0=A; name1=A; count=1"},
-        {refusal, {a}, "name0=A; name1=A; count=1"},
         {copy(o), {o, wrapper}, "name0=; count=0"},
         {copy(a), {o}, "name0=A; count=0"},
         // Makers and names are compared letter for letter.
-        {copy(o),
-         {source("A", "Kavro"), source("C", " KAVRO"), source("wia")},
-         "name0=wia; name1=wia; count=1"},
+        {refusal, {small, lower}, "name0=wia; name1=wia; count=1"},
         {copy(endless), {endless}, "name0=" + x33 + "; name1=" + x33 + "; count=1"},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         CAPTURE(row.section);
         Stage stage;
-        const ListFile file;
+        SavedFile file(listPath);
+        file.remove();
         stage.manager.answer(operation::getDefault, row.preset);
         list(stage.manager, row.sources);
-        CHECK(stage.module.GetAllDS(file.path()) == 0);
-        CHECK(file.section() == splitRow(row.section));
+        CHECK(stage.module.GetAllDS(listPath.c_str()) == 0);
+        CHECK(section(file) == splitRow(row.section));
         CHECK(stage.manager.parent() == GetDesktopWindow());
     }
 }
 
 TEST_CASE("a list that can't be had, or only with gaps") {
-    struct Row {
-        int state;
-        Operation operation;
-        std::string record, section;
-    };
     const std::string asked = "OPENDSM; GETDEFAULT; GETFIRST; ", plain = "name0=Plain Source; name1=";
     // Kept: the line names the sibling method.
     const std::string failed = "! OpenDSM returns failure in TScanModule::SelectDS; ";
-    const Row rows[] = {
+    const struct {
+        int state;
+        Operation operation;
+        std::string record, section;
+    } rows[] = {
         {2, operation::getFirst, asked + "STATUS; CLOSEDSM; !failure; result 3", plain + "; count=0"},
         // A failure in the middle is skipped.
         {2, operation::getNext, asked + "GETNEXT; GETNEXT; GETNEXT; CLOSEDSM; result 0",
@@ -167,16 +142,15 @@ TEST_CASE("a list that can't be had, or only with gaps") {
         {4, operation::openDsm, isOpen + failed + "result 11", ""},
         {1, operation::openDsm, "!manager", ""},
     };
-    for (const Row& row : rows) {
-        CAPTURE(row.record);
+    for (const auto& row : rows) {
         StageIn stage(row.state);
-        const ListFile file;
+        SavedFile file(listPath);
+        file.remove();
         stage->manager.answerNext(row.operation, refusal);
         stage->manager.answerNext(operation::getNext, copy(source("Second")));
-        const Lines record =
-            recordOf(*stage, [&] { return resultText(stage->module.GetAllDS(file.path())); });
-        CHECK(record == expectedRecord(row.record, "GetAllDS"));
-        CHECK(file.section() == splitRow(row.section));
+        const auto call = [&] { return resultText(stage->module.GetAllDS(listPath.c_str())); };
+        checkCall(*stage, row.record, call, "GetAllDS");
+        CHECK(section(file) == splitRow(row.section));
         CHECK(file.exists() == !row.section.empty());
     }
 }
@@ -188,50 +162,34 @@ TEST_CASE("the default driver from the manager's list, which leaves the system's
         const char* wanted;
         std::string record;
         const char* chosen;
-        bool presetFails = false;
+        Operation refused = {};
+        bool hasParent = true;
     };
-    const std::string found = "OPENDSM; GETDEFAULT; GETFIRST; GETNEXT; CLOSEDSM; result 0";
+    const std::string asked = "OPENDSM; GETDEFAULT; ", failed = "! OpenDSM returns failure in @; ";
+    const std::string found = "GETFIRST; GETNEXT; CLOSEDSM; result 0";
     const Row rows[] = {
-        {2, "J", "PLAIN source", "OPENDSM; GETDEFAULT; CLOSEDSM; result 0", "Plain Source"},
-        {2, {}, "Second", found, "Second"},
-        {2, "E", "Second", found, "Second"},
-        {2, "j", "Second", found, "Second"},
-        {2, "E", "Nobody", "OPENDSM; GETDEFAULT; GETFIRST; GETNEXT; GETNEXT; CLOSEDSM; result 12", ""},
-        {2, "E", "Second", "OPENDSM; GETDEFAULT; STATUS; GETFIRST; GETNEXT; CLOSEDSM; !failure; result 0",
-         "Second", true},
-        {4, "E", "Second", isOpen + "! OpenDSM returns failure in @; result 11", "Plain Source"},
+        {2, "J", "PLAIN source", asked + "CLOSEDSM; result 0", "Plain Source"},
+        {2, {}, "Second", asked + found, "Second"},
+        {2, "j", "Second", asked + found, "Second"},
+        {2, "E", "Nobody", asked + "GETFIRST; GETNEXT; GETNEXT; CLOSEDSM; !parent; result 12", "", {}, false},
+        {2, "E", "Second", asked + "STATUS; GETFIRST; GETNEXT; CLOSEDSM; !failure; result 0", "Second",
+         operation::getDefault},
+        {2, "E", "Second", notOpened + failed + "result 3", "", operation::openDsm},
+        {4, "E", "Second", isOpen + failed + "result 11", "Plain Source"},
         {1, "E", "Second", "!manager", "untouched"},
     };
     for (const Row& row : rows) {
-        CAPTURE(row.record);
         const HostSuiteSettings settings(row.regional);
         const DefaultSourceEntry entry("before");
         StageIn stage(row.state);
-        if (row.presetFails) stage->manager.answerNext(operation::getDefault, refusal);
+        stage->manager.answerNext(row.refused, refusal);
         list(stage->manager, {source("First"), source("Second")});
-        const Lines record = recordOf(*stage, [&] {
-            return resultText(stage->module.SetDefaultDriver(stage->host.window(), row.wanted));
-        });
-        CHECK(record == expectedRecord(row.record, "SetDefaultDriver"));
+        const HWND parent = row.hasParent ? stage->host.window() : nullptr;
+        const auto call = [&] { return resultText(stage->module.SetDefaultDriver(parent, row.wanted)); };
+        checkCall(*stage, row.record, call, "SetDefaultDriver");
         CHECK(DefaultSourceEntry::current() == "before");
+        if (!row.hasParent) CHECK(stage->manager.parent() == GetDesktopWindow());
         checkChoice(*stage, row.chosen);
-    }
-}
-
-TEST_CASE("a null parent, a manager that doesn't open, and a user without a data folder") {
-    HostSuiteSettings settings("J");
-    settings.removeFolderEntry();
-    Stage stage;
-    stage.manager.answerNext(operation::openDsm, refusal);
-    const std::string parent = "! Invalid parent window handle in @; ";
-    for (const std::string& row :
-         {"OPENDSM; STATUS; " + parent + "! DSM_Entry returns failure in TScanModule::OpenDSM; " +
-              "! OpenDSM returns failure in @; result 3",
-          "OPENDSM; GETDEFAULT; GETFIRST; GETNEXT; CLOSEDSM; " + parent + "result 12"}) {
-        const Lines record =
-            recordOf(stage, [&] { return resultText(stage.module.SetDefaultDriver(nullptr, "X")); });
-        CHECK(record == expectedRecord(row, "SetDefaultDriver"));
-        CHECK(stage.manager.parent() == GetDesktopWindow());
     }
 }
 
@@ -242,69 +200,67 @@ TEST_CASE("the Japanese edition searches the driver folders") {
     std::vector<std::string> files = {"twain_32\\readme.txt", "twain_32\\sub\\deep\\f.ds"};
     files.insert(files.end(), drivers.begin(), drivers.end());
     struct Row {
-        const char* wanted;
-        const char* failing;  // the driver whose entry the manager can't use
+        std::string wanted, failing;  // the driver whose entry the manager can't use
         OptionalText before;
         size_t visited;  // none: the folders are empty
-        int result;
+        bool isFound;
     };
     const Row rows[] = {
-        {"A.DS", "", "old.ds", 1, 0},  {"b.ds", "a.ds", "old.ds", 2, 0}, {"c.ds", "", "old.ds", 3, 0},
-        {"d.ds", "c.ds", {}, 4, 0},    {"e.ds", "", {}, 5, 0},           {"f.ds", "", "old.ds", 5, 12},
-        {"nobody", "a.ds", {}, 5, 12}, {"nobody", "", "old.ds", 0, 12},
+        {"A.DS", "none", "old.ds", 1, true},    {"b.ds", "a.ds", "old.ds", 2, true},
+        {"c.ds", "none", {}, 3, true},          {"e.ds", "c.ds", {}, 5, true},
+        {"f.ds", "none", "old.ds", 5, false},   {"nobody", "e.ds", {}, 5, false},
+        {"nobody", "none", "old.ds", 0, false},
     };
     for (const Row& row : rows) {
-        CAPTURE(std::string(row.wanted));
+        CAPTURE(row.wanted);
         const HostSuiteSettings settings("J");
         const DriverFolders folders(row.visited > 0 ? files : std::vector<std::string>());
         const DefaultSourceEntry entry(row.before);
         Stage stage;
         // A manager whose default source is the one of the entry, named like its file.
         Lines visited;
-        std::string file;
-        const auto nameDefault = [&](TW_MEMREF data) {
+        Answer answer = fill<TW_IDENTITY>([&](TW_IDENTITY& identity) {
             visited.push_back(DefaultSourceEntry::current().value_or("none"));
-            file = visited.back().substr(visited.back().rfind('\\') + 1);
-            *static_cast<TW_IDENTITY*>(data) = source(file);
-        };
-        Lines expected = {row.before.value_or("none")};
-        Answer answer = succeed();
-        answer.act = nameDefault;
+            identity = source(visited.back().substr(visited.back().rfind('\\') + 1));
+        });
         stage.manager.answerNext(operation::getDefault, answer);
+        Lines expected = {row.before.value_or("none")};
         for (const std::string& driver : drivers) {
-            const bool fails = std::filesystem::path(driver).filename() == row.failing;
+            const bool fails = driver.find(row.failing) != std::string::npos;
+            // Without a condition code, which must not pass for a find.
             answer.returnCode = fails ? TWRC_FAILURE : TWRC_SUCCESS;
             stage.manager.answerNext(operation::getDefault, answer);
             if (expected.size() <= row.visited) expected.push_back(DriverFolders::path(driver));
         }
         stage.forget();
-        CHECK(stage.module.SetDefaultDriver(stage.host.window(), row.wanted) == row.result);
+        const int result = stage.module.SetDefaultDriver(stage.host.window(), row.wanted.c_str());
+        CHECK(result == (row.isFound ? 0 : 12));
         CHECK(visited == expected);
-        const bool found = row.result == 0;
-        CHECK(DefaultSourceEntry::current() == (found ? visited.back() : row.before));
-        CHECK(chosenName(stage.module) == (found ? file : ""));
-        CHECK(stage.viewer.warnings() == (*row.failing != '\0' ? 1 : 0) *
-                                             Lines{"DSM_Entry returns failure in TScanModule::SetDefaultDS"});
+        CHECK(DefaultSourceEntry::current() == (row.isFound ? visited.back() : row.before));
+        CHECK(lstrcmpiA(chosenName(stage.module).c_str(), row.isFound ? row.wanted.c_str() : "") == 0);
+        const Lines warning = {"DSM_Entry returns failure in TScanModule::SetDefaultDS"};
+        CHECK(stage.viewer.warnings() == (row.failing == "none" ? Lines{} : warning));
         CHECK(stage.manager.state() == 2);
     }
 }
 
 TEST_CASE("a manager that never ends its list doesn't hang the host") {
     const HostSuiteSettings settings("E");
-    const ListFile file;
-    for (const Answer& given : {succeed(), failWith(TWCC_BUMMER)}) {
+    const SavedFile file(listPath);
+    for (const Answer& given : {copy(source("Other", "Other")), failWith(TWCC_BUMMER)}) {
         for (const bool isSearch : {false, true}) {
             Stage stage;
-            Answer answer = given;
             int answers = 0;
+            Answer answer = given;
             answer.act = [&](TW_MEMREF data) {
-                *static_cast<TW_IDENTITY*>(data) = source("Other", "Other");
+                if (given.act) given.act(data);
                 // Ends after all, so that the test fails instead of hanging.
                 if (++answers == 10000) stage.manager.answer(operation::getNext, returnCode(TWRC_ENDOFLIST));
             };
             stage.manager.answer(operation::getNext, answer);
-            CHECK((isSearch ? stage.module.SetDefaultDriver(stage.host.window(), "Nobody") == 12
-                            : stage.module.GetAllDS(file.path()) == 0));
+            const int result = isSearch ? stage.module.SetDefaultDriver(stage.host.window(), "Nobody")
+                                        : stage.module.GetAllDS(listPath.c_str());
+            CHECK(result == (isSearch ? 12 : 0));
             CHECK((answers > 0 && answers < 10000));
             CHECK(stage.manager.state() == 2);
         }

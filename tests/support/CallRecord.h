@@ -1,5 +1,6 @@
-// One call of the module as one list of lines, for rows that state all of it: its bracket in the trace, what
-// it asked of the manager, its warnings, what is wrong with its memory, and what the test says of the result.
+// One call of the module as one list of lines, for rows that state all of it:
+// its bracket in the trace, what it asked of the manager, its warnings, what is
+// wrong with its memory, and its result and outputs.
 #pragma once
 
 #include <doctest.h>
@@ -15,9 +16,11 @@ inline std::string spelledOut(const std::string& line) {
     if (line == "!refused") return "! CapNegotiate returns failure in @";
     if (line == "!container") return "! Invalid container type in @";
     if (line == "!failure") return "! DSM_Entry returns failure in @";
+    if (line == "!parent") return "! Invalid parent window handle in @";
     if (line == "!sequence") return "! Sequence error in @; result 11";
     if (line == "!manager")
-        return "! LoadLibrary fails in TScanModule::LoadTWAIN; ! TWAIN is not available in @; result -1";
+        return "! LoadLibrary fails in TScanModule::LoadTWAIN; ! TWAIN is not "
+               "available in @; result -1";
     return line;
 }
 
@@ -29,8 +32,9 @@ inline Lines splitRow(const std::string& row) {
     return lines;
 }
 
-// The lines of a row, which stand between semicolons; '@' is the method's full name, '#' the capability's.
-inline Lines expectedRecord(const std::string& row, const std::string& method, TW_UINT16 capability = 0) {
+// The lines of a row, which stand between semicolons; '@' is the method's full
+// name, '#' the capability's.
+inline Lines expectedRecord(const std::string& row, const std::string& method, TW_UINT16 capability) {
     Lines lines = {"Coming @"};
     for (const std::string& line : splitRow(row))
         lines += splitRow(spelledOut(line));
@@ -44,25 +48,24 @@ inline Lines expectedRecord(const std::string& row, const std::string& method, T
     return lines;
 }
 
-// What happened. `call` says its result and outputs as a row does.
-inline Lines recordOf(Stage& stage, const std::function<std::string()>& call) {
+// `call` gives its result and outputs as a row has them.
+inline void checkCall(Stage& stage, const std::string& row, const std::function<std::string()>& call,
+                      const std::string& method, TW_UINT16 capability = 0) {
+    CAPTURE(row);
     stage.forget();
     const Lines results = splitRow(call());
     const Lines traces = stage.viewer.traces();
-    Lines lines = {traces.empty() ? "no trace" : traces.front()};
-    lines += stage.manager.calls();
+    REQUIRE(traces.size() >= 2);
+    Lines record = Lines{traces.front()} + stage.manager.calls();
     for (const std::string& warning : stage.viewer.warnings())
-        lines.push_back("! " + warning);
-    lines += stage.windows.memoryComplaints();
-    lines += results;
-    lines.push_back(traces.empty() ? "no trace" : traces.back());
-    return lines;
+        record.push_back("! " + warning);
+    record += stage.windows.memoryComplaints() + results + Lines{traces.back()};
+    CHECK(record == expectedRecord(row, method, capability));
 }
 
 inline std::string resultText(int result) {
     return "result " + std::to_string(result);
 }
-// Without a value where the row leaves it alone.
 template <class Value>
 std::string resultText(int result, Value value) {
     std::ostringstream text;
@@ -70,7 +73,8 @@ std::string resultText(int result, Value value) {
     return text.str();
 }
 
-// A stage in the TWAIN state that a row starts from: 1 (no manager until its end), 2, 4 or 5.
+// A stage in the TWAIN state that a row starts from: 1 (no manager until its
+// end), 2, 4 or 5.
 class StageIn {
 public:
     explicit StageIn(int state) {
@@ -85,3 +89,19 @@ private:
     std::optional<ManagerFile> missing_;
     std::optional<Stage> stage_;
 };
+
+// A row of a getter: what the source says to MSG_GETCURRENT and MSG_GET.
+struct Reading {
+    int state;
+    Answer current, get;
+    std::string record;
+};
+
+inline void checkReading(const Reading& row, const std::function<std::string(Module&)>& read,
+                         const std::string& method, TW_UINT16 capability) {
+    StageIn stage(row.state);
+    stage->manager.answer(operation::getCurrent(capability), row.current);
+    stage->manager.answer(operation::get(capability), row.get);
+    checkCall(
+        *stage, row.record, [&] { return read(stage->module); }, method, capability);
+}

@@ -34,12 +34,11 @@ private:
     OptionalText before_;
 };
 
-// The user's folder of application data, with the host suite's settings if there are any.
+// The host suite's settings in the user's folder of application data; without a text there is no such folder.
 class HostSuiteSettings {
 public:
     explicit HostSuiteSettings(const OptionalText& regional) {
         std::filesystem::create_directories(folder_ / "Lumivo");
-        file_.remove();
         if (regional) file_.write("[Aboutdlg]\r\nRegional=" + *regional + "\r\n");
         RegCreateKeyA(HKEY_CURRENT_USER,
                       "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders", &key_);
@@ -47,7 +46,7 @@ public:
         DWORD size = sizeof text;
         if (RegQueryValueExA(key_, "AppData", nullptr, nullptr, reinterpret_cast<BYTE*>(text), &size) == 0)
             before_ = text;
-        set(folder_.string());
+        set(regional ? OptionalText(folder_.string()) : OptionalText());
     }
     ~HostSuiteSettings() {
         set(before_);
@@ -56,19 +55,14 @@ public:
         std::filesystem::remove_all(folder_);
     }
 
-    void removeFolderEntry() { set({}); }
-
 private:
     void set(const OptionalText& folder) {
-        if (!folder)
-            RegDeleteValueA(key_, "AppData");
-        else
-            RegSetValueExA(key_, "AppData", 0, REG_SZ, reinterpret_cast<const BYTE*>(folder->c_str()),
-                           static_cast<DWORD>(folder->size() + 1));
+        const auto* text = folder ? reinterpret_cast<const BYTE*>(folder->c_str()) : nullptr;
+        if (text == nullptr) RegDeleteValueA(key_, "AppData");
+        if (text != nullptr) RegSetValueExA(key_, "AppData", 0, REG_SZ, text, folder->size() + 1);
     }
 
-    const std::filesystem::path folder_ =
-        std::filesystem::temp_directory_path() / "scanmodule-application-data";
+    const std::filesystem::path folder_ = std::filesystem::temp_directory_path() / "scanmodule-suite";
     SavedFile file_{(folder_ / "Lumivo" / "Applet.ini").string()};
     HKEY key_ = nullptr;
     OptionalText before_;
@@ -79,8 +73,8 @@ class DriverFolders {
 public:
     explicit DriverFolders(const std::vector<std::string>& files) {
         for (const std::string name : {"twain_32", "twain"}) {
-            if (std::filesystem::exists(aside(name))) std::filesystem::remove_all(path(name));
-            if (std::filesystem::exists(path(name))) std::filesystem::rename(path(name), aside(name));
+            if (fileExists(aside(name))) std::filesystem::remove_all(path(name));
+            if (fileExists(path(name))) std::filesystem::rename(path(name), aside(name));
             std::filesystem::create_directory(path(name));
         }
         for (const std::string& file : files) {
@@ -91,7 +85,7 @@ public:
     ~DriverFolders() {
         for (const std::string name : {"twain_32", "twain"}) {
             std::filesystem::remove_all(path(name));
-            if (std::filesystem::exists(aside(name))) std::filesystem::rename(aside(name), path(name));
+            if (fileExists(aside(name))) std::filesystem::rename(aside(name), path(name));
         }
     }
 
