@@ -1,74 +1,19 @@
-// The codec of capability containers, tried directly: layouts, widths, selections, failures, and what a
-// source may not make it do.
+// The codec of capability containers: layouts, widths, selections, failures, and what a source may not make
+// it do, tried directly and through the getters.
 #include "Containers.h"
 
 #include <doctest.h>
 
 #include <cstring>
 
-#include "ContainerImage.h"
-#include "RecordingViewer.h"
+#include "Stage.h"
 #include "Trace.h"
-#include "WindowsFiles.h"
 
 namespace {
 
-// A capability around a container, freed at the end.
-class Holder {
-public:
-    explicit Holder(const ContainerImage& image)
-        : capability{ICAP_UNITS, image.conType, image.allocate()}, handle_(capability.hContainer) {}
-    ~Holder() { GlobalFree(handle_); }
-    Holder(const Holder&) = delete;
-    Holder& operator=(const Holder&) = delete;
-
-    // Nothing stayed locked.
-    bool isUnlocked() const { return (GlobalFlags(handle_) & GMEM_LOCKCOUNT) == 0; }
-
-    TW_CAPABILITY capability;
-
-private:
-    HGLOBAL handle_;
-};
-
-struct Read {
-    TW_UINT16 result;
-    TW_UINT32 value;
-
-    friend bool operator==(const Read& a, const Read& b) {
-        return a.result == b.result && a.value == b.value;
-    }
-    friend std::ostream& operator<<(std::ostream& out, const Read& read) {
-        return out << "result " << read.result << ", value 0x" << std::hex << read.value << std::dec;
-    }
-};
-
-// The output starts as something else than 0, so that clearing it is seen.
-template <class Extract>
-Read readWith(const ContainerImage& image, Extract extract) {
-    const Holder holder(image);
-    Read read{0, 0xdeadbeef};
-    read.result = extract(&holder.capability, &read.value);
-    CHECK(holder.isUnlocked());
-    return read;
-}
-
-Read readOne(const ContainerImage& image) {
-    return readWith(image, ExtractOneValue);
-}
-Read readCount(const ContainerImage& image) {
-    return readWith(image, ExtractEnumerationNumItems);
-}
-Read readItem(const ContainerImage& image, int32_t index) {
-    return readWith(image, [index](const TW_CAPABILITY* capability, TW_UINT32* out) {
-        return ExtractEnumerationValue(capability, out, index);
-    });
-}
-Read readRange(const ContainerImage& image, int32_t selector) {
-    return readWith(image, [selector](const TW_CAPABILITY* capability, TW_UINT32* out) {
-        return ExtractRangeValue(capability, out, selector);
-    });
-}
+enum Extractor { one, count, item, field };
+constexpr const char* names[] = {"ExtractOneValue", "ExtractEnumerationNumItems", "ExtractEnumerationValue",
+                                 "ExtractRangeValue"};
 
 // The trace of what runs while it lives.
 class Traced {
@@ -78,210 +23,159 @@ public:
     Traced(const Traced&) = delete;
     Traced& operator=(const Traced&) = delete;
 
-    Lines lines() const { return viewer_.lines(); }
-    Lines warnings() const { return viewer_.warnings(); }
+    RecordingViewer viewer;
 
 private:
     TraceSwitches switches_;
-    RecordingViewer viewer_;
 };
 
-std::vector<uint8_t> blockOf(HGLOBAL handle, size_t size) {
+// The value as text; of a failure its code and what was warned, "10 Invalid memory".
+std::string read(Extractor extractor, const ContainerImage& image, int32_t selector = 0) {
+    const Traced traced;
+    TW_CAPABILITY capability = {ICAP_UNITS, image.conType, image.allocate()};
+    TW_UINT32 value = 0xdeadbeef;
+    const TW_UINT16 failure = extractor == one     ? ExtractOneValue(&capability, &value)
+                              : extractor == count ? ExtractEnumerationNumItems(&capability, &value)
+                              : extractor == item  ? ExtractEnumerationValue(&capability, &value, selector)
+                                                   : ExtractRangeValue(&capability, &value, selector);
+    CHECK((GlobalFlags(capability.hContainer) & GMEM_LOCKCOUNT) == 0);
+    GlobalFree(capability.hContainer);
+    const std::string name = names[extractor];
+    CHECK(traced.viewer.traces() == Lines{"Coming " + name, "Leaving " + name});
+    std::string text = failure == 0 ? std::to_string(value) : "fails " + std::to_string(failure);
+    if (failure != 0) CHECK(value == 0);
+    const std::string ending = " in " + name;
+    for (const std::string& warning : traced.viewer.warnings()) {
+        REQUIRE(warning.size() > ending.size());
+        CHECK(warning.substr(warning.size() - ending.size()) == ending);
+        text += " " + warning.substr(0, warning.size() - ending.size());
+    }
+    return text;
+}
+
+std::vector<uint8_t> blockOf(HGLOBAL handle) {
     const auto* const bytes = static_cast<const uint8_t*>(GlobalLock(handle));
-    std::vector<uint8_t> copy(bytes, bytes + size);
+    std::vector<uint8_t> copy(bytes, bytes + GlobalSize(handle));
     GlobalUnlock(handle);
+    GlobalFree(handle);
     return copy;
 }
+
+// A list of three items with its numbers as given.
+ContainerImage lyingList(TW_UINT32 numItems, TW_UINT32 currentIndex, TW_UINT16 type = TWTY_UINT16) {
+    ContainerImage image = enumeration(type, {1, 2, 3}, currentIndex);
+    std::memcpy(&image.bytes[2], &numItems, sizeof numItems);
+    return image;
+}
+
+ContainerImage cut(ContainerImage image, size_t size) {
+    image.bytes.resize(size);
+    return image;
+}
+
+const ContainerImage badOneValues[] = {cut(oneValue(TWTY_UINT16, 1), 1), cut(oneValue(TWTY_UINT16, 1), 3),
+                                       cut(oneValue(TWTY_UINT32, 1), 5), withoutHandle(TWON_ONEVALUE)};
+const ContainerImage badLists[] = {
+    lyingList(4, 0),
+    lyingList(0x40000001, 0, TWTY_FIX32),
+    lyingList(0xffffffff, 0xffffffff, TWTY_UINT8),
+    cut(enumeration(TWTY_UINT16, {1, 2, 3}), 13),
+    cut(enumeration(TWTY_UINT16, {1, 2, 3}), 1),
+    withoutHandle(TWON_ENUMERATION),
+};
+const ContainerImage badCurrentItems[] = {
+    lyingList(3, 3), lyingList(3, 0x7fffffff), lyingList(3, 0xffffffff), lyingList(0, 0), lyingList(2, 2),
+};
+const ContainerImage badRanges[] = {cut(fix32Range(1, 2, 1, 2), 21), cut(fix32Range(1, 2, 1, 2), 1),
+                                    withoutHandle(TWON_RANGE)};
 
 }  // namespace
 
 TEST_CASE("an item is read at its width and without its sign") {
     struct Row {
         TW_UINT16 type;
-        TW_UINT32 read;
+        const char* read;
     };
     const Row rows[] = {
-        {TWTY_INT8, 0x84},   {TWTY_UINT8, 0x84},       {TWTY_INT16, 0x8384},      {TWTY_UINT16, 0x8384},
-        {TWTY_BOOL, 0x8384}, {TWTY_INT32, 0x81828384}, {TWTY_UINT32, 0x81828384}, {TWTY_FIX32, 0x81828384},
+        {TWTY_INT8, "132"},          {TWTY_UINT8, "132"},        {TWTY_INT16, "33668"},
+        {TWTY_UINT16, "33668"},      {TWTY_BOOL, "33668"},       {TWTY_INT32, "2172814212"},
+        {TWTY_UINT32, "2172814212"}, {TWTY_FIX32, "2172814212"}, {TWTY_FRAME, "fails 10"},
+        {0xffff, "fails 10"},
     };
-    const TW_UINT32 item = 0x81828384;
+    const TW_UINT32 bits = 0x81828384;
     for (const Row& row : rows) {
         CAPTURE(row.type);
-        CHECK(readOne(oneValue(row.type, item)) == Read{0, row.read});
-        CHECK(readItem(enumeration(row.type, {1, item, 3}), 1) == Read{0, row.read});
-        CHECK(readRange(range(row.type, {1, 2, 3, 4, item}), rangeCurrent) == Read{0, row.read});
-    }
-    CHECK(readOne(oneValue(TWTY_INT16, static_cast<TW_UINT32>(-1))) == Read{0, 65535});
-}
-
-TEST_CASE("item types that aren't scalar can't be read") {
-    for (TW_UINT16 type : {+TWTY_FRAME, +TWTY_STR32, 0x7fff, 0xffff}) {
-        CAPTURE(type);
-        CHECK(readOne(oneValue(type, 5)) == Read{10, 0});
-        CHECK(readCount(enumeration(type, {5})) == Read{10, 0});
-        CHECK(readItem(enumeration(type, {5}), 0) == Read{10, 0});
-        CHECK(readRange(range(type, {1, 2, 3, 4, 5}), rangeMin) == Read{10, 0});
+        CHECK(read(one, oneValue(row.type, bits)) == row.read);
+        CHECK(read(item, enumeration(row.type, {1, bits, 3}), 1) == row.read);
+        CHECK(read(field, range(row.type, {1, 2, 3, 4, bits}), rangeCurrent) == row.read);
+        if (row.read[0] == 'f') CHECK(read(count, enumeration(row.type, {5})) == row.read);
     }
 }
 
-TEST_CASE("list items by index, current and default") {
+TEST_CASE("list items by index, their count at the width of an item, range fields by selector") {
     const ContainerImage list = enumeration(TWTY_UINT16, {70, 71, 72, 73}, 3, 2);
-    CHECK(readItem(list, 0) == Read{0, 70});
-    CHECK(readItem(list, 1) == Read{0, 71});
-    CHECK(readItem(list, enumerationCurrent) == Read{0, 73});
-    CHECK(readItem(list, enumerationDefault) == Read{0, 72});
-    CHECK(readItem(enumeration(TWTY_UINT8, {7, 8, 9}, 1), enumerationCurrent) == Read{0, 8});
-    CHECK(readItem(enumeration(TWTY_FIX32, {fix32(75), fix32(150.5)}, 1), enumerationCurrent) ==
-          Read{0, fix32(150.5)});
-}
-
-TEST_CASE("the count of a list is read at the width of its items") {
-    CHECK(readCount(enumeration(TWTY_UINT16, {1, 2, 3})) == Read{0, 3});
-    CHECK(readCount(enumeration(TWTY_UINT8, std::vector<TW_UINT32>(255, 1))) == Read{0, 255});
-    CHECK(readCount(enumeration(TWTY_UINT8, std::vector<TW_UINT32>(258, 1))) == Read{0, 2});
-    CHECK(readCount(enumeration(TWTY_UINT16, std::vector<TW_UINT32>(65537, 1))) == Read{0, 1});
-    CHECK(readCount(enumeration(TWTY_UINT32, std::vector<TW_UINT32>(65537, 1))) == Read{0, 65537});
-}
-
-TEST_CASE("range fields by selector, the current value for every other") {
+    CHECK(read(item, list, 1) == "71");
+    CHECK(read(item, list, enumerationCurrent) == "73");
+    CHECK(read(item, list, enumerationDefault) == "72");
+    CHECK(read(item, enumeration(TWTY_UINT8, {7, 8, 9}, 1), enumerationCurrent) == "8");
+    CHECK(read(count, list) == "4");
+    CHECK(read(count, enumeration(TWTY_UINT8, std::vector<TW_UINT32>(258, 1))) == "2");
+    CHECK(read(count, enumeration(TWTY_UINT16, std::vector<TW_UINT32>(65537, 1))) == "1");
+    CHECK(read(count, enumeration(TWTY_UINT32, std::vector<TW_UINT32>(65537, 1))) == "65537");
     const ContainerImage fields = range(TWTY_UINT32, {10, 20, 30, 40, 50});
-    CHECK(readRange(fields, rangeMin) == Read{0, 10});
-    CHECK(readRange(fields, rangeMax) == Read{0, 20});
-    CHECK(readRange(fields, rangeStep) == Read{0, 30});
-    CHECK(readRange(fields, rangeDefault) == Read{0, 40});
-    CHECK(readRange(fields, rangeCurrent) == Read{0, 50});
-    for (int32_t selector : {0, 7, -6, 0x7fffffff}) {
-        CAPTURE(selector);
-        CHECK(readRange(fields, selector) == Read{0, 50});
-    }
-}
-
-TEST_CASE("without a handle nothing is read") {
-    const Traced traced;
-    CHECK(readOne(withoutHandle(TWON_ONEVALUE)) == Read{10, 0});
-    CHECK(readCount(withoutHandle(TWON_ENUMERATION)) == Read{10, 0});
-    CHECK(readItem(withoutHandle(TWON_ENUMERATION), 0) == Read{10, 0});
-    CHECK(readRange(withoutHandle(TWON_RANGE), rangeMax) == Read{10, 0});
-    CHECK(traced.warnings() ==
-          Lines{"Invalid memory in ExtractOneValue", "Invalid memory in ExtractEnumerationNumItems",
-                "Invalid memory in ExtractEnumerationValue", "Invalid memory in ExtractRangeValue"});
-}
-
-TEST_CASE("a block that can't be locked") {
-    const Traced traced;
-    // Windows hands out a discarded block for a size of 0: it has a handle and can't be locked.
-    CHECK(readOne(rawContainer(TWON_ONEVALUE, {})) == Read{10, 0});
-    CHECK(readCount(rawContainer(TWON_ENUMERATION, {})) == Read{2, 0});
-    CHECK(readItem(rawContainer(TWON_ENUMERATION, {}), 0) == Read{2, 0});
-    CHECK(readRange(rawContainer(TWON_RANGE, {}), rangeMax) == Read{2, 0});
-    CHECK(traced.warnings() ==
-          Lines{"Lock memory error in ExtractOneValue", "Lock memory error in ExtractEnumerationNumItems",
-                "Lock memory error in ExtractEnumerationValue", "Lock memory error in ExtractRangeValue"});
-}
-
-TEST_CASE("every operation is bracketed by its bare name") {
-    const Traced traced;
-    readOne(oneValue(TWTY_UINT16, 1));
-    const auto bracket = [](const std::string& name) {
-        return Lines{"    ", "    ", "    ", "Trace: Coming " + name, "Trace: Leaving " + name};
-    };
-    CHECK(traced.lines() == bracket("ExtractOneValue"));
-    readItem(enumeration(TWTY_UINT16, {1}), enumerationCurrent);
-    readCount(enumeration(TWTY_UINT16, {1}));
-    readRange(fix32Range(0, 1, 1, 1), rangeMin);
-    TW_CAPABILITY one = {}, list = {};
-    BuildupOneValue(&one, TWTY_UINT16, 1);
-    const TW_UINT16 item = 1;
-    BuildupEnumeration(&list, TWTY_UINT16, 1, 0, 0, &item);
-    GlobalFree(one.hContainer);
-    GlobalFree(list.hContainer);
-    CHECK(traced.lines() == bracket("ExtractOneValue") + bracket("ExtractEnumerationValue") +
-                                bracket("ExtractEnumerationNumItems") + bracket("ExtractRangeValue") +
-                                bracket("BuildupOneValue") + bracket("BuildupEnumeration"));
+    CHECK(read(field, fields, rangeMin) == "10");
+    CHECK(read(field, fields, rangeMax) == "20");
+    CHECK(read(field, fields, rangeStep) == "30");
+    CHECK(read(field, fields, rangeDefault) == "40");
+    for (int32_t selector : {+rangeCurrent, 0, 7, 0x7fffffff})
+        CHECK(read(field, fields, selector) == "50");
 }
 
 TEST_CASE("nothing outside the source's block is ever read") {
+    const std::string bad = "fails 10 Invalid memory";
+    for (const ContainerImage& image : badOneValues)
+        CHECK(read(one, image) == bad);
+    for (const ContainerImage& image : badRanges)
+        CHECK(read(field, image, rangeCurrent) == bad);
+    for (const ContainerImage& image : badLists) {
+        CHECK(read(count, image) == bad);
+        CHECK(read(item, image, 0) == bad);
+    }
+    for (const ContainerImage& image : badCurrentItems)
+        CHECK(read(item, image, enumerationCurrent) == bad);
+    const ContainerImage list = enumeration(TWTY_UINT16, {70, 71, 72}, 0, 0x40000000);
+    for (int32_t index : {3, 0x7fffffff, -3, +enumerationDefault})
+        CHECK(read(item, list, index) == bad);
+}
+
+TEST_CASE("a block that can't be locked") {
+    // Windows hands out a discarded block for a size of 0: it has a handle and can't be locked.
+    CHECK(read(one, rawContainer(TWON_ONEVALUE, {})) == "fails 10 Lock memory error");
+    for (Extractor extractor : {count, item, field})
+        CHECK(read(extractor, rawContainer(TWON_RANGE, {})) == "fails 2 Lock memory error");
+}
+
+TEST_CASE("building one values and lists") {
+    using Bytes = std::vector<uint8_t>;
     const Traced traced;
-    SUBCASE("an index past the list") {
-        const ContainerImage list = enumeration(TWTY_UINT16, {70, 71, 72}, 0, 0);
-        CHECK(readItem(list, 1000000) == Read{10, 0});
-        CHECK(readItem(list, 0x7fffffff) == Read{10, 0});
-        CHECK(readItem(list, -3) == Read{10, 0});
-        CHECK(readItem(list, static_cast<int32_t>(0x80000000)) == Read{10, 0});
-        CHECK(traced.warnings() == 4 * Lines{"Invalid memory in ExtractEnumerationValue"});
-    }
-    SUBCASE("a current index past the list") {
-        CHECK(readItem(enumeration(TWTY_FIX32, {1, 2}, 5000), enumerationCurrent) == Read{10, 0});
-        CHECK(readItem(enumeration(TWTY_FIX32, {1, 2}, 0xffffffff), enumerationCurrent) == Read{10, 0});
-        CHECK(readItem(enumeration(TWTY_FIX32, {1, 2}, 0, 0x40000000), enumerationDefault) == Read{10, 0});
-        CHECK(traced.warnings() == 3 * Lines{"Invalid memory in ExtractEnumerationValue"});
-    }
-    SUBCASE("a list longer than its block") {
-        ContainerImage list = enumeration(TWTY_UINT16, {70, 71, 72});
-        list.bytes[4] = 1;  // NumItems 65539
-        CHECK(readCount(list) == Read{10, 0});
-        CHECK(readItem(list, 0) == Read{10, 0});
-        CHECK(readItem(list, enumerationCurrent) == Read{10, 0});
-        CHECK(traced.warnings() == Lines{"Invalid memory in ExtractEnumerationNumItems",
-                                         "Invalid memory in ExtractEnumerationValue",
-                                         "Invalid memory in ExtractEnumerationValue"});
-    }
-    SUBCASE("blocks too short for their kind") {
-        CHECK(readOne(rawContainer(TWON_ONEVALUE, {TWTY_UINT32, 0, 1})) == Read{10, 0});
-        CHECK(readOne(rawContainer(TWON_ONEVALUE, {TWTY_UINT32})) == Read{10, 0});
-        CHECK(readItem(rawContainer(TWON_ENUMERATION, {TWTY_UINT16, 0, 1, 0, 0, 0}), enumerationCurrent) ==
-              Read{10, 0});
-        CHECK(readRange(rawContainer(TWON_RANGE, {TWTY_UINT16, 0, 1, 0, 0, 0}), rangeCurrent) == Read{10, 0});
-        CHECK(traced.warnings() ==
-              Lines{"Invalid memory in ExtractOneValue", "Invalid memory in ExtractOneValue",
-                    "Invalid memory in ExtractEnumerationValue", "Invalid memory in ExtractRangeValue"});
-    }
-}
-
-TEST_CASE("building a one value") {
-    TW_CAPABILITY capability = {ICAP_UNITS, 0, nullptr};
-    CHECK(BuildupOneValue(&capability, TWTY_INT16, 0x12345678) == 0);
-    CHECK(capability.Cap == ICAP_UNITS);
-    CHECK(capability.ConType == TWON_ONEVALUE);
-    REQUIRE(GlobalSize(capability.hContainer) >= 6);
-    CHECK(blockOf(capability.hContainer, 6) == std::vector<uint8_t>{1, 0, 0x78, 0x56, 0x34, 0x12});
-    CHECK(GlobalFree(capability.hContainer) == nullptr);
-}
-
-TEST_CASE("building a list") {
     TW_CAPABILITY capability = {ICAP_PIXELTYPE, 0, nullptr};
+    CHECK(BuildupOneValue(&capability, TWTY_INT16, 0x12345678) == 0);
+    CHECK(capability.ConType == TWON_ONEVALUE);
+    CHECK(blockOf(capability.hContainer) == Bytes{1, 0, 0x78, 0x56, 0x34, 0x12});
+
     const TW_UINT16 items[] = {0x0102, 0x0304, 0x0506};
     CHECK(BuildupEnumeration(&capability, TWTY_UINT16, 3, 2, 1, items) == 0);
     CHECK(capability.Cap == ICAP_PIXELTYPE);
     CHECK(capability.ConType == TWON_ENUMERATION);
-    CHECK(GlobalSize(capability.hContainer) == 22);
-    CHECK(blockOf(capability.hContainer, 22) ==
-          std::vector<uint8_t>{4, 0, 3, 0, 0, 0, 2, 0, 0, 0, 1, 0, 0, 0, 2, 1, 4, 3, 6, 5, 0, 0});
-    GlobalFree(capability.hContainer);
+    // Two bytes more than header and items need.
+    CHECK(blockOf(capability.hContainer) ==
+          Bytes{4, 0, 3, 0, 0, 0, 2, 0, 0, 0, 1, 0, 0, 0, 2, 1, 4, 3, 6, 5, 0, 0});
+    CHECK(traced.viewer.traces() == Lines{"Coming BuildupOneValue", "Leaving BuildupOneValue",
+                                          "Coming BuildupEnumeration", "Leaving BuildupEnumeration"});
 
-    const uint8_t bytes[] = {9, 8, 7, 6, 5};
-    CHECK(BuildupEnumeration(&capability, TWTY_UINT8, 5, 0, 4, bytes) == 0);
-    CHECK(GlobalSize(capability.hContainer) == 21);
-    CHECK(blockOf(capability.hContainer, 21) ==
-          std::vector<uint8_t>{3, 0, 5, 0, 0, 0, 0, 0, 0, 0, 4, 0, 0, 0, 9, 8, 7, 6, 5, 0, 0});
-    GlobalFree(capability.hContainer);
-}
-
-TEST_CASE("a list too large for memory isn't built") {
-    const Traced traced;
-    TW_CAPABILITY capability = {ICAP_PIXELTYPE, 0, reinterpret_cast<HGLOBAL>(1)};
-    const TW_UINT32 item = 0;
-    CHECK(BuildupEnumeration(&capability, TWTY_UINT32, 0x3ffffff0 / 4 * 3, 0, 0, &item) == 2);
+    CHECK(BuildupEnumeration(&capability, TWTY_UINT32, 0x3ffffff0 / 4 * 3, 0, 0, items) == 2);
     CHECK(capability.hContainer == nullptr);
-    CHECK(traced.warnings() == Lines{"Memory alloc error in BuildupEnumeration"});
-}
-
-TEST_CASE("item sizes") {
-    const uint32_t sizes[] = {1, 2, 4, 1, 2, 4, 2, 4};
-    for (TW_UINT16 type = 0; type < 8; ++type)
-        CHECK(ItemSize(type) == sizes[type]);
-    for (TW_UINT16 type : {+TWTY_FRAME, +TWTY_STR32, 0xffff})
-        CHECK(ItemSize(type) == 4);
+    CHECK(traced.viewer.warnings() == Lines{"Memory alloc error in BuildupEnumeration"});
 }
 
 TEST_CASE("numbers and TW_FIX32") {
@@ -291,20 +185,88 @@ TEST_CASE("numbers and TW_FIX32") {
         TW_UINT16 fraction;
     };
     const Row rows[] = {
-        {0.0f, 0, 0},           {1.5f, 1, 32768},    {0.25f, 0, 16384},    {300.0f, 300, 0},
-        {762.0f, 762, 0},       {2.999999f, 2, 0},   {2.99f, 2, 64881},    {-2.0f, -2, 1},
-        {-1.5f, -1, 0x8001},    {-0.25f, 0, 0xc001}, {32767.0f, 32767, 0}, {70000.0f, 4464, 0},
-        {432000.0f, -26752, 0},
+        {1.5f, 1, 32768},    {2.99f, 2, 64881},   {-2.0f, -2, 1},
+        {-1.5f, -1, 0x8001}, {-0.25f, 0, 0xc001}, {432000.0f, -26752, 0},
     };
     for (const Row& row : rows) {
         CAPTURE(row.number);
-        const TW_FIX32 made = numberToFix32(row.number);
-        CHECK(made.Whole == row.whole);
-        CHECK(made.Frac == row.fraction);
+        CHECK(numberToFix32(row.number).Whole == row.whole);
+        CHECK(numberToFix32(row.number).Frac == row.fraction);
     }
     CHECK(fix32ToNumber({-2, 16384}) == -1.75);
-    CHECK(fix32ToNumber({1, 32768}) == 1.5);
-    CHECK(fix32ToNumber({-1, 65535}) == -1.0 / 65536);
     CHECK(fix32ToNumber({32767, 65535}) == 32768 - 1.0 / 65536);
     CHECK(fix32ToNumber(fix32FromBits(fix32ToBits({-3, 5}))) == -3 + 5.0 / 65536);
+}
+
+namespace {
+
+struct Question {
+    TW_UINT16 capability;
+    int (*ask)(Module&);
+    const char* kinds;  // 1: reads one values, c: the current item of a list, l: a whole list, r: ranges
+    int messages = 2;
+};
+
+unsigned short words[3];
+double numbers[3];
+short shade;
+
+const Question questions[] = {
+    {CAP_FEEDERENABLED, [](Module& m) { return +m.GetADFEnable(words); }, "1"},
+    {ICAP_GAMMA, [](Module& m) { return +m.GetGamma(numbers); }, "1"},
+    {ICAP_PIXELTYPE, [](Module& m) { return +m.GetPixelType(words); }, "1lc"},
+    {ICAP_SUPPORTEDSIZES, [](Module& m) { return +m.GetSupportedPaperSize(words); }, "l", 1},
+    {ICAP_YSCALING, [](Module& m) { return +m.GetYScale(numbers, numbers + 1, numbers + 2); }, "1lcr"},
+    {ICAP_XRESOLUTION, [](Module& m) { return +m.GetXResolution(words, words + 1, words + 2); }, "1lcr"},
+    {ICAP_SHADOW, [](Module& m) { return +m.GetShadow(&shade, 0, 100); }, "1lcr"},
+};
+
+}  // namespace
+
+TEST_CASE("getters take no lying container, free it and go on to the next message") {
+    Stage stage;
+    stage.open();
+    stage.windows.guardBlocks = true;
+    const auto checkRefused = [&](const Question& question, const ContainerImage& image) {
+        stage.manager.answer(operation::get(question.capability), give(image));
+        stage.manager.answer(operation::getCurrent(question.capability), give(image));
+        stage.forget();
+        CHECK(question.ask(stage.module) == 10);
+        const std::string name = operation::capabilityName(question.capability);
+        CHECK(static_cast<int>(stage.manager.calls().with(name).size()) == question.messages);
+        CHECK(stage.windows.memoryComplaints() == Lines{});
+    };
+    for (const Question& question : questions) {
+        CAPTURE(question.capability);
+        for (const char* kind = question.kinds; *kind != '\0'; ++kind) {
+            for (const ContainerImage& image : badOneValues)
+                if (*kind == '1') checkRefused(question, image);
+            for (const ContainerImage& image : badLists)
+                if (*kind == 'l') checkRefused(question, image);
+            for (const ContainerImage& image : badCurrentItems)
+                if (*kind == 'c') checkRefused(question, image);
+            for (const ContainerImage& image : badRanges)
+                if (*kind == 'r') checkRefused(question, image);
+        }
+    }
+}
+
+TEST_CASE("tone range, offered and set mechanisms out of a lying list stay within its block") {
+    for (const ContainerImage& image : badLists) {
+        Stage stage;
+        stage.windows.guardBlocks = true;
+        stage.manager.answer(operation::get(ICAP_BRIGHTNESS), give(image));
+        stage.manager.answer(operation::getCurrent(ICAP_BRIGHTNESS), give(image));
+        stage.manager.answer(operation::get(ICAP_XFERMECH), give(image));
+        stage.enable();
+        CHECK(stage.module.SetBrightness(3, 0, 3) == 0);
+        CHECK(stage.takeRecord() == Lines{"SET ICAP_BRIGHTNESS one FIX32 1000"});
+        TW_CAPABILITY capability = {ICAP_XFERMECH, image.conType, image.allocate()};
+        ModuleCalls::adopt(capability.hContainer);
+        CHECK(stage.module.CapNegotiate(MSG_SET, &capability) == TWRC_SUCCESS);
+        stage.windows.release(capability.hContainer);
+        GlobalFree(capability.hContainer);
+        stage.deliver(MSG_XFERREADY);
+        CHECK(stage.windows.memoryComplaints() == Lines{});
+    }
 }
