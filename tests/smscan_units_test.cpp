@@ -2,6 +2,7 @@
 // rows, texts.
 #include <doctest.h>
 
+#include <cstring>
 #include <fstream>
 #include <string>
 
@@ -11,6 +12,7 @@
 #include "Options.h"
 #include "PageFiles.h"
 #include "ProgressText.h"
+#include "RawCapability.h"
 #include "Strips.h"
 #include "Text.h"
 
@@ -38,6 +40,18 @@ std::string pixelsOf(int width, int bits, PixelLayout layout, int height, const 
     file.close();
     DeleteFileA(path.c_str());
     return text.substr(2 * 54);
+}
+
+// What the source answers to any question for a capability.
+uint16_t answerKind;
+std::string answerBlock;
+
+int WINAPI answerCapability(unsigned short, void* capability) {
+    const HGLOBAL container = answerBlock.empty() ? nullptr : GlobalAlloc(GPTR, answerBlock.size());
+    if (container) answerBlock.copy(static_cast<char*>(container), answerBlock.size());
+    std::memcpy(static_cast<char*>(capability) + 2, &answerKind, sizeof answerKind);
+    std::memcpy(static_cast<char*>(capability) + 4, &container, sizeof container);
+    return 0;
 }
 
 }  // namespace
@@ -121,7 +135,7 @@ TEST_CASE("rows are stored bottom-up and padded, in any order, their pixels plac
         {3, 8, Layout::Packed, 1, {first, second}, "070809000405060001020300"},   // or goes on
         // A strip's numbers count only as far as its bytes and the page go.
         {3, 8, Layout::Packed, 2, {{upper, 8, 4, 99, 2, 0, 0}}, "0405060001020300"},
-        {4, 8, Layout::Packed, 2, {{upper, 7, 4, 3, 9, 2, 0}}, "0000040500000102"},
+        {4, 8, Layout::Packed, 2, {{upper, 8, 4, 3, 9, 2, 0}}, "0000040500000102"},
         {3, 8, Layout::Packed, 3, {{lower, 3, 0, 3, 1, 0, 0}, second}, "070809000000000000000000"},
         // Tiles of 5 and 3 pixels; the first one's other bits must not show.
         {8, 1, Layout::Packed, 1, {{left, 1, 1, 5, 1, 0, 0}, {right, 1, 1, 3, 1, 5, 0}}, "fd000000"},
@@ -133,6 +147,39 @@ TEST_CASE("rows are stored bottom-up and padded, in any order, their pixels plac
     for (const auto& row : rows)
         CHECK(pixelsOf(row.width, row.bits, row.layout, row.height, row.strips) == row.pixels);
     CHECK_THROWS_AS(pixelsOf(3, 8, Layout::Packed, 3, {{lower, 3, 3, 3, 1, 0, 1000}}), Failure);
+}
+
+TEST_CASE("capabilities are read within their block, whatever the source says") {
+    const std::string none;
+    const struct {
+        uint16_t kind;
+        std::string block;
+        std::string text;
+    } rows[] = {
+        {5, {"\4\0\7\1\0\0", 6}, "263 of 0..0"},
+        {5, {"\1\0\xFD\xFF\0\0", 6}, "-3 of 0..0"},
+        {5, {"\7\0\xFE\xFF\0\x80", 6}, "-1.5 of 0..0"},
+        {5, {"\4\0\7\1", 4}, none},
+        {5, {"\xFF\0\7\1\0\0", 6}, none},
+        {4, {"\4\0\3\0\0\0\2\0\0\0\0\0\0\0\5\0\6\0\7\0", 20}, "7 of 0..0 5 6 7"},
+        {4, {"\4\0\3\0\0\0\3\0\0\0\0\0\0\0\5\0\6\0\7\0", 20}, none},  // no fourth item
+        {4, {"\4\0\3\0\0\xFF\2\0\0\0\0\0\0\0\5\0\6\0\7\0", 20}, none},
+        {6, {"\1\0\x9C\xFF\0\0\x64\0\0\0\1\0\0\0\0\0\0\0\x32\0\0\0", 22}, "50 of -100..100"},
+        {6, {"\1\0\x9C\xFF\0\0\x64\0\0\0\1\0\0\0\0\0\0\0\x32\0", 20}, none},
+        {3, {"\4\0\1\0\0\0\7\0", 8}, none},  // an array
+        {5, none, none},
+    };
+    for (const auto& row : rows) {
+        answerKind = row.kind;
+        answerBlock = row.block;
+        const auto read = askCapability(answerCapability, CapabilityThreshold);
+        std::string text = read ? format("%g of %g..%g", read->current, read->lowest, read->highest) : none;
+        for (size_t i = 0; read && i < read->choices.size(); ++i)
+            text += format(" %g", read->choices[i]);
+        CHECK(text == row.text);
+    }
+    CHECK(valueOnScale({50, {}, -100, 100}, 0, 255) == 191);
+    CHECK(!valueOnScale({50, {}, 0, 0}, 0, 255));
 }
 
 TEST_CASE("texts for the user") {
