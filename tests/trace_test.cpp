@@ -1,7 +1,6 @@
 // The diagnostic trace as a viewer sees it, and what it costs where there is none.
 #include <doctest.h>
 
-#include <algorithm>
 #include <memory>
 #include <regex>
 
@@ -10,55 +9,29 @@
 
 namespace {
 
-std::string switchValue(const SavedFile& file, const char* key) {
-    char value[32] = "";
-    GetPrivateProfileStringA("Debug", key, "(none)", value, sizeof value, file.path().c_str());
-    return value;
-}
-
 // Path and number of the first line with this text.
 std::string placeOf(const RecordingViewer& viewer, const std::string& text) {
-    const std::string ending = ": [SM] " + text;
-    for (const std::string& line : viewer.rawLines()) {
-        const size_t at = line.find(ending);
-        if (at != std::string::npos && at + ending.size() == line.size())
-            return line.substr(line.find(' ') + 1, at - line.find(' ') - 1);
-    }
-    return "no such line: " + text;
-}
-
-// Lets a test see what the module does between "Coming" and "Leaving" of one call.
-int callCapNegotiate(Stage& stage) {
-    TW_CAPABILITY capability = {ICAP_UNITS, TWON_DONTCARE16, nullptr};
-    return stage.module.CapNegotiate(MSG_GET, &capability);
+    const Lines found = viewer.rawLines().with(": [SM] " + text);
+    if (found.empty()) return "no such line: " + text;
+    const std::string line = found.front().substr(found.front().find(' ') + 1);
+    return line.substr(0, line.find(": [SM] "));
 }
 
 }  // namespace
 
-TEST_CASE("a line names level, path, number and text") {
-    Stage stage;
-    stage.module.EnableDS(FALSE, FALSE);
-    const std::regex form("(Trace|Warning) sm/[A-Za-z]+\\.(cpp|h) [0-9]+: \\[SM\\] .*|    ");
-    for (const std::string& line : stage.viewer.rawLines()) {
-        CAPTURE(line);
-        CHECK(std::regex_match(line, form));
-    }
-    CHECK(placeOf(stage.viewer, "Coming TScanModule::EnableDS").rfind("sm/Session.cpp ", 0) == 0);
-    CHECK(placeOf(stage.viewer, "Sequence error in TScanModule::EnableDS").rfind("sm/Session.cpp ", 0) == 0);
-    CHECK(placeOf(stage.viewer, "Coming TScanModule::LoadTWAIN").rfind("sm/TwainLoader.cpp ", 0) == 0);
-}
-
-TEST_CASE("a line names its method's place, also where methods share code") {
+TEST_CASE("a line names level, path, number and text: its method's place, also where methods share code") {
     Stage stage;
     stage.module.SetADFEnable(TRUE);
     stage.module.SetAutoFeedEnable(TRUE);
     stage.module.SetPixelType(SM_PIXEL_BW);
+    const std::regex form("(Trace|Warning) sm/[A-Za-z]+\\.(cpp|h) [0-9]+: \\[SM\\] .*|    ");
+    for (const std::string& line : stage.viewer.rawLines())
+        CHECK_MESSAGE(std::regex_match(line, form), line);
     std::set<std::string> places;
     for (const char* method : {"SetADFEnable", "SetAutoFeedEnable", "SetPixelType"}) {
-        const std::string refusal =
-            placeOf(stage.viewer, std::string("Sequence error in TScanModule::") + method);
-        const std::string entry = placeOf(stage.viewer, std::string("Coming TScanModule::") + method);
-        CAPTURE(refusal);
+        const std::string in = std::string("TScanModule::") + method;
+        const std::string refusal = placeOf(stage.viewer, "Sequence error in " + in);
+        const std::string entry = placeOf(stage.viewer, "Coming " + in);
         CHECK(refusal.substr(0, refusal.find(' ')) == entry.substr(0, entry.find(' ')));
         CHECK(std::abs(std::stoi(refusal.substr(refusal.find(' '))) -
                        std::stoi(entry.substr(entry.find(' ')))) < 20);
@@ -67,161 +40,116 @@ TEST_CASE("a line names its method's place, also where methods share code") {
     CHECK(places.size() == 3);
 }
 
+TEST_CASE("the switches work at once") {
+    Stage stage;
+    const auto linesWith = [&](const char* traceSwitch, const char* warningSwitch) {
+        stage.switches.set("Trace", traceSwitch);
+        stage.switches.set("Warning", warningSwitch);
+        stage.viewer.forget();
+        stage.module.EnableDS(FALSE, FALSE);
+        return stage.viewer.lines();
+    };
+    const Lines warning = {"Warning: Sequence error in TScanModule::EnableDS"};
+    CHECK(linesWith("0", "7") == warning);
+    CHECK(linesWith("1", "0").with("Warning") == Lines{});
+    CHECK(linesWith("1", "1").with("Trace").size() > 2);
+    CHECK(linesWith(nullptr, nullptr) == Lines{});
+}
+
 TEST_CASE("each call from the host is set apart, nested ones are not") {
     Stage stage;
     stage.forget();
     stage.module.IsTWAINAvailable();
     stage.module.CloseDS();
     const Lines lines = stage.viewer.lines();
-    Lines before;
-    for (size_t i = 3; i < lines.size(); ++i) {
-        const bool isSetApart = lines[i - 1] == "    " && lines[i - 2] == "    " && lines[i - 3] == "    ";
-        if (isSetApart && lines[i] != "    ") before.push_back(lines[i]);
+    CHECK(lines.with("    ").size() == 6);
+    for (const char* method : {"IsTWAINAvailable", "CloseDS"}) {
+        const auto at =
+            std::find(lines.begin(), lines.end(), "Trace: Coming TScanModule::" + std::string(method));
+        REQUIRE(at - lines.begin() >= 3);
+        CHECK(Lines(at - 3, at) == 3 * Lines{"    "});
     }
-    CHECK(before ==
-          Lines{"Trace: Coming TScanModule::IsTWAINAvailable", "Trace: Coming TScanModule::CloseDS"});
-    CHECK(std::count(lines.begin(), lines.end(), "    ") == 6);
-}
 
-TEST_CASE("the switches work at once") {
-    Stage stage;
-    stage.forget();
-    SUBCASE("trace lines off") {
-        stage.switches.set("Trace", "0");
-        stage.module.EnableDS(FALSE, FALSE);
-        CHECK(stage.viewer.lines() == Lines{"Warning: Sequence error in TScanModule::EnableDS"});
-        stage.viewer.forget();
-        stage.switches.set("Trace", "1");
-        stage.module.EnableDS(FALSE, FALSE);
-        CHECK(stage.viewer.traces().size() > 2);
-    }
-    SUBCASE("warnings off") {
-        stage.switches.set("Warning", "0");
-        stage.module.EnableDS(FALSE, FALSE);
-        CHECK(stage.viewer.warnings() == Lines{});
-        CHECK(stage.viewer.traces().size() > 2);
-        stage.switches.set("Warning", "7");
-        stage.module.EnableDS(FALSE, FALSE);
-        CHECK(stage.viewer.warnings() == Lines{"Sequence error in TScanModule::EnableDS"});
-    }
-    SUBCASE("a missing key is off") {
-        stage.switches.set("Warning", nullptr);
-        stage.switches.set("Trace", nullptr);
-        stage.module.EnableDS(FALSE, FALSE);
-        CHECK(stage.viewer.rawLines() == Lines{});
-    }
-}
-
-TEST_CASE("a Leaving whose Coming was switched off brings the nesting below zero") {
-    Stage stage;
-    stage.forget();
+    // A Leaving whose Coming was switched off brings the nesting below zero: the next call counts as nested,
+    // and what it calls as the outermost.
     stage.switches.set("Trace", "0");
+    stage.forget();
     stage.manager.answer(operation::get(ICAP_UNITS),
                          Answer{TWRC_SUCCESS, 0, {}, [&](TW_MEMREF) { stage.switches.set("Trace", "1"); }});
-    callCapNegotiate(stage);
-    CHECK(stage.viewer.lines() == Lines{"Trace: Leaving TScanModule::CapNegotiate"});
-    stage.viewer.forget();
-    // The nesting is -1 now: the next call counts as nested, and what it calls as the outermost.
+    TW_CAPABILITY capability = {ICAP_UNITS, TWON_DONTCARE16, nullptr};
+    stage.module.CapNegotiate(MSG_GET, &capability);
     stage.module.IsTWAINAvailable();
-    const Lines lines = stage.viewer.lines();
-    REQUIRE(lines.size() > 5);
-    CHECK(Lines(lines.begin(), lines.begin() + 5) == Lines{"Trace: Coming TScanModule::IsTWAINAvailable",
-                                                           "    ", "    ", "    ",
-                                                           "Trace: Coming TScanModule::IsTWAINLoaded"});
+    const Lines below = stage.viewer.lines();
+    REQUIRE(below.size() > 6);
+    CHECK(Lines(below.begin(), below.begin() + 6) ==
+          Lines{"Trace: Leaving TScanModule::CapNegotiate", "Trace: Coming TScanModule::IsTWAINAvailable",
+                "    ", "    ", "    ", "Trace: Coming TScanModule::IsTWAINLoaded"});
 }
 
 TEST_CASE("the switch file is made with both switches on, and left alone once it has a trace switch") {
     struct Row {
-        std::string name;
         const char* before;  // null: no file
-        const char* trace;
-        const char* warning;
-        Lines writes;
+        const char* after;   // trace switch and warning switch
+        int writes;
     };
-    const Lines defaults = {"write Debug Trace=1 of DEBUGSM.INI", "write Debug Warning=1 of DEBUGSM.INI"};
     const Row rows[] = {
-        {"no file", nullptr, "1", "1", defaults},
-        {"a file without the section", "[Other]\r\nTrace=0\r\n", "1", "1", defaults},
-        {"a file without the trace switch", "[Debug]\r\nWarning=0\r\n", "1", "1", defaults},
-        {"both off", "[Debug]\r\nTrace=0\r\nWarning=0\r\n", "0", "0", {}},
-        {"a trace switch alone", "[Debug]\r\nTrace=1\r\n", "1", "(none)", {}},
+        {nullptr, "11", 2},
+        {"[Other]\r\nTrace=0\r\n", "11", 2},
+        {"[Debug]\r\nWarning=0\r\n", "11", 2},
+        {"[Debug]\r\nTrace=0\r\nWarning=0\r\n", "00", 0},
+        {"[Debug]\r\nTrace=1\r\n", "1-", 0},
     };
-    for (const bool hasViewer : {false, true}) {
-        for (const Row& row : rows) {
-            CAPTURE(row.name);
-            CAPTURE(hasViewer);
-            TraceSwitches switches;
-            if (row.before == nullptr)
-                switches.file().remove();
-            else
-                switches.file().write(row.before);
-            const auto viewer = hasViewer ? std::make_unique<RecordingViewer>() : nullptr;
-            ModuleCalls windows;
-            const Module module;
-            Lines writes;
-            for (const std::string& call : windows.profileCalls)
-                if (call.rfind("write", 0) == 0) writes.push_back(call);
-            CHECK(writes == row.writes);
-            CHECK(switchValue(switches.file(), "Trace") == row.trace);
-            CHECK(switchValue(switches.file(), "Warning") == row.warning);
+    for (const Row& row : rows) {
+        CAPTURE(row.after);
+        TraceSwitches switches;
+        switches.file().remove();
+        if (row.before != nullptr) switches.file().write(row.before);
+        ModuleCalls windows;
+        const Module module;
+        CHECK(windows.profileCalls.with("write").size() == static_cast<size_t>(row.writes));
+        std::string after;
+        for (const char* key : {"Trace", "Warning"}) {
+            char value[32] = "";
+            GetPrivateProfileStringA("Debug", key, "-", value, sizeof value, switches.file().path().c_str());
+            after += value;
         }
+        CHECK(after == row.after);
     }
 }
 
-TEST_CASE("without a viewer no trace point looks at a file") {
+TEST_CASE("without a viewer and its memory at the start no trace point looks at a file or sends a line") {
     const TraceSwitches switches;
-    ModuleCalls windows;
-    ScriptedManager manager;
-    const RecordingHost host;
-    const Module module;
-    CHECK(windows.profileCalls == Lines{"exists DEBUGSM.INI", "read Debug Trace of DEBUGSM.INI"});
-    windows.profileCalls.clear();
-    CHECK(module.OpenDS(host.window(), nullptr) == 0);
-    unsigned short unit = 0;
-    module.GetUnit(&unit);
-    module.SetADFEnable(TRUE);
-    CHECK(module.CloseDS() == 0);
-    CHECK(windows.profileCalls == Lines{});
-}
-
-TEST_CASE("a viewer without its memory, or one that comes later, gets nothing") {
-    const TraceSwitches switches;
-    SUBCASE("without memory") {
-        const RecordingViewer viewer(RecordingViewer::Memory::Missing);
+    for (const bool hasWindow : {false, true}) {
+        const auto early =
+            hasWindow ? std::make_unique<RecordingViewer>(RecordingViewer::Memory::Missing) : nullptr;
+        ModuleCalls windows;
+        ScriptedManager manager;
         const Module module;
+        CHECK(windows.profileCalls == Lines{"exists DEBUGSM.INI", "read Debug Trace of DEBUGSM.INI"});
+        windows.profileCalls.clear();
+        const RecordingViewer late;
         CHECK(module.IsTWAINAvailable() == 1);
-        CHECK(viewer.rawLines() == Lines{});
-    }
-    SUBCASE("later") {
-        const Module module;
-        const RecordingViewer viewer;
-        CHECK(module.IsTWAINAvailable() == 1);
-        CHECK(viewer.rawLines() == Lines{});
+        CHECK(module.CloseDS() == 11);
+        CHECK(windows.profileCalls == Lines{});
+        CHECK(late.rawLines() == Lines{});
+        if (early) CHECK(early->rawLines() == Lines{});
     }
 }
 
 // The lines of the module are all short: the writer itself is tried with a long one.
-TEST_CASE("a line is cut to the memory it has") {
+TEST_CASE("a line is cut to the memory it has, a warning never moves the nesting") {
     const TraceSwitches switches;
     RecordingViewer viewer;
     trace::setUp();
-    for (const size_t length : {900u, 1000u, 1022u, 1023u, 1024u, 3000u}) {
-        CAPTURE(length);
+    const std::string start = "Warning p 7: [SM] ";
+    const size_t fitting = RecordingViewer::bufferSize - 1 - start.size();
+    for (const size_t length : {fitting, fitting + 1, size_t{3000}}) {
         viewer.forget();
-        const std::string text(length, 'x');
-        trace::write(TraceLevel::Warning, TracePoint{"p", 7}, text.c_str());
-        const std::string whole = "Warning p 7: [SM] " + text;
-        REQUIRE(viewer.rawLines().size() == 1);
-        CHECK(viewer.rawLines().front() == whole.substr(0, RecordingViewer::bufferSize - 1));
+        trace::write(TraceLevel::Warning, TracePoint{"p", 7}, std::string(length, 'x').c_str());
+        CHECK(viewer.rawLines() == Lines{start + std::string(fitting, 'x')});
         CHECK(viewer.isTailUntouched());
     }
-    trace::shutDown();
-}
-
-TEST_CASE("a warning never moves the nesting, whatever it says") {
-    const TraceSwitches switches;
-    RecordingViewer viewer;
-    trace::setUp();
+    viewer.forget();
     trace::write(TraceLevel::Warning, TracePoint{"p", 1}, "Coming");
     trace::write(TraceLevel::Fatal, TracePoint{"p", 2}, "Leaving");
     trace::write(TraceLevel::Trace, TracePoint{"p", 3}, "Coming");
