@@ -3,6 +3,8 @@
 #include "Conditions.h"
 #include "Names.h"
 #include "Options.h"
+#include "RawCapability.h"
+#include "Text.h"
 
 namespace smscan {
 
@@ -112,6 +114,36 @@ CapsRow countRow(const ModuleLibrary& module) {
     return row("pages", result, {{"current", value}});
 }
 
+std::vector<CapsField> codeFields(const CapabilityAnswer& answer) {
+    std::vector<CapsField> fields{{"current", answer.current}};
+    std::vector<std::string> choices;
+    for (const double choice : answer.choices)
+        choices.push_back(format("%g", choice));
+    if (!choices.empty()) fields.push_back({"choices", choices});
+    return fields;
+}
+
+std::vector<CapsField> switchFields(const CapabilityAnswer& answer) {
+    return {{"current", std::string(answer.current != 0 ? "on" : "off")}};
+}
+
+// On the scale that smscan's own option uses.
+std::vector<CapsField> levelFields(const CapabilityAnswer& answer) {
+    const std::optional<int> value = valueOnScale(answer, levelLowest, levelHighest);
+    if (!value) return codeFields(answer);
+    return {{"current", static_cast<double>(*value)},
+            {"min", static_cast<double>(levelLowest)},
+            {"max", static_cast<double>(levelHighest)}};
+}
+
+// What the module has no getter for. No reason is known when the source doesn't answer.
+CapsRow rawRow(const ModuleLibrary& module, const char* name, CapabilityId capability,
+               std::vector<CapsField> (*fieldsOf)(const CapabilityAnswer&)) {
+    const auto answer = askCapability(module.smCapNegotiate, capability);
+    if (!answer) return {name, {}, "not told by the source", ""};
+    return {name, fieldsOf(*answer), "", ""};
+}
+
 }  // namespace
 
 std::vector<CapsRow> queryCaps(const ModuleLibrary& module) {
@@ -132,14 +164,21 @@ std::vector<CapsRow> queryCaps(const ModuleLibrary& module) {
         toneRow("contrast", module.smGetContrast, percentLowest, percentHighest),
         toneRow("highlight", module.smGetHighlight, levelLowest, levelHighest),
         toneRow("shadow", module.smGetShadow, levelLowest, levelHighest),
+        rawRow(module, "threshold", CapabilityThreshold, levelFields),
         numberRow("gamma", module.smGetGamma, ""),
+        rawRow(module, "light-path", CapabilityLightPath, codeFields),
         nameRow("mechanism", module.smGetXferMech, mechanisms),
         countRow(module),
         bufferRow(module),
         switchRow("feeder-available", module.smIsADFAvailable),
         switchRow("feeder", module.smGetADFEnable),
         switchRow("paper-in-feeder", module.smIsPaperLoaded),
+        rawRow(module, "auto-feed", CapabilityAutoFeed, switchFields),
+        rawRow(module, "indicators", CapabilityIndicators, switchFields),
         switchRow("unsharp-mask", module.smGetKvUnSharpMask),
+        rawRow(module, "draft-scan", CapabilityDraftScan, switchFields),
+        rawRow(module, "descreening", CapabilityDescreening, switchFields),
+        rawRow(module, "exposure-mode", CapabilityExposureMode, codeFields),
         numberRow("ui-mode", module.smGetKvUIMode),
         switchRow("clear-page", module.smGetClearPage),
         switchRow("pim", module.smGetPIMFlag),

@@ -8,6 +8,16 @@
 
 namespace smscan {
 
+namespace {
+
+bool resultsLost = false;
+
+}  // namespace
+
+bool resultsComplete() {
+    return !resultsLost;
+}
+
 void writeWholeTexts() {
     constexpr size_t bufferBytes = 4096;
     std::setvbuf(stdout, nullptr, _IOFBF, bufferBytes);
@@ -19,8 +29,7 @@ void tell(const std::string& line) {
 }
 
 void tellText(const std::string& lines) {
-    std::fputs(lines.c_str(), stdout);
-    std::fflush(stdout);
+    if (std::fputs(lines.c_str(), stdout) == EOF || std::fflush(stdout) != 0) resultsLost = true;
 }
 
 void note(const std::string& line) {

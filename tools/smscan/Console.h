@@ -11,6 +11,9 @@ void writeWholeTexts();
 void tell(const std::string& line);
 void tellText(const std::string& lines);
 
+// False when something of it could not be written.
+bool resultsComplete();
+
 // A line on stderr: everything else.
 void note(const std::string& line);
 

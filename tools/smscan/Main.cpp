@@ -129,5 +129,7 @@ int main(int argumentCount, char** arguments) {
     } catch (const std::exception&) {
         return smscan::end(smscan::outOfMemory());
     }
+    if (!smscan::resultsComplete())
+        return smscan::end({smscan::ExitCode::CannotWrite, "Cannot write to the standard output."});
     return static_cast<int>(smscan::ExitCode::Ok);
 }

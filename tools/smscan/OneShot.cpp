@@ -6,6 +6,7 @@
 #include "Console.h"
 #include "PageImage.h"
 #include "SourceChoice.h"
+#include "SourceSettings.h"
 #include "Text.h"
 
 namespace smscan {
@@ -99,10 +100,11 @@ void scanOneShot(const ModuleLibrary& module, const Options& options, const Page
                    "learn more.",
                    productName(module).c_str())};
     }
+    const bool resolutionKnown = worksInInches(module);
     const HostWindow::End end = window.run(module, options.ui ? 0 : options.timeoutSeconds);
     module.smDisableDS();
     module.smCloseDS();
-    if (written) keepPage(file, names.pathOf(1), settings.Resolution);
+    if (written) keepPage(file, names.pathOf(1), resolutionKnown ? settings.Resolution : 0);
     if (written && options.pages != 1)
         note("Note: a one-shot scan is one page. Run it again for the next one, or scan without --presto.");
     if (window.failure()) throw withLeftover(*window.failure(), file);

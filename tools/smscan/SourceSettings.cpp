@@ -1,10 +1,11 @@
 #include "SourceSettings.h"
 
-#include <cmath>
+#include <algorithm>
 
 #include "Conditions.h"
 #include "Console.h"
 #include "Failure.h"
+#include "RawCapability.h"
 #include "Text.h"
 
 namespace smscan {
@@ -92,7 +93,7 @@ struct Tone {
     int lowest;
     int highest;
     int(WINAPI* set)(short, short, short);
-    int(WINAPI* get)(short*, short, short);  // null: can't be read back
+    int(WINAPI* get)(short*, short, short);
 };
 
 void applyTone(const Tone& tone) {
@@ -102,8 +103,19 @@ void applyTone(const Tone& tone) {
     requireSet(format("%s %d", tone.option, *tone.value),
                tone.set(static_cast<short>(*tone.value), lowest, highest));
     short got = 0;
-    if (tone.get && tone.get(&got, lowest, highest) == SM_RESULT_OK)
+    if (tone.get(&got, lowest, highest) == SM_RESULT_OK)
         compare(tone.option, std::to_string(*tone.value), std::to_string(got));
+}
+
+// The one tone that the module has no getter for.
+void applyThreshold(const ModuleLibrary& module, const Options& options) {
+    if (!options.threshold) return;
+    const int asked = *options.threshold;
+    requireSet(format("--threshold %d", asked),
+               module.smSetThreshold(static_cast<short>(asked), levelLowest, levelHighest));
+    const auto answer = askCapability(module.smCapNegotiate, CapabilityThreshold);
+    const auto got = answer ? valueOnScale(*answer, levelLowest, levelHighest) : std::nullopt;
+    if (got) compare("--threshold", std::to_string(asked), std::to_string(*got));
 }
 
 void applyTones(const ModuleLibrary& module, const Options& options) {
@@ -115,10 +127,10 @@ void applyTones(const ModuleLibrary& module, const Options& options) {
         {"--highlight", options.highlight, levelLowest, levelHighest, module.smSetHighlight,
          module.smGetHighlight},
         {"--shadow", options.shadow, levelLowest, levelHighest, module.smSetShadow, module.smGetShadow},
-        {"--threshold", options.threshold, levelLowest, levelHighest, module.smSetThreshold, nullptr},
     };
     for (const Tone& tone : tones)
         applyTone(tone);
+    applyThreshold(module, options);
     if (!options.gamma) return;
     requireSet(format("--gamma %g", *options.gamma), module.smSetGamma(*options.gamma));
     double got = 0;
@@ -130,7 +142,8 @@ void applyTones(const ModuleLibrary& module, const Options& options) {
 struct SettingCalls {
     int(WINAPI* setSwitch)(int) = nullptr;
     int(WINAPI* setCode)(unsigned short) = nullptr;
-    int(WINAPI* get)(unsigned short*) = nullptr;  // null: can't be read back
+    int(WINAPI* get)(unsigned short*) = nullptr;
+    CapabilityId capability{};  // to read back what the module has no getter for
 };
 
 SettingCalls callsOf(const ModuleLibrary& module, Setting setting) {
@@ -138,11 +151,11 @@ SettingCalls callsOf(const ModuleLibrary& module, Setting setting) {
         case Setting::UnsharpMask:
             return {module.smSetKvUnSharpMask, nullptr, module.smGetKvUnSharpMask};
         case Setting::DraftScan:
-            return {module.smSetKvDraftScan, nullptr, nullptr};
+            return {module.smSetKvDraftScan, nullptr, nullptr, CapabilityDraftScan};
         case Setting::Descreening:
-            return {module.smSetKvDescreeing, nullptr, nullptr};
+            return {module.smSetKvDescreeing, nullptr, nullptr, CapabilityDescreening};
         case Setting::ExposureMode:
-            return {nullptr, module.smSetKvExposureMode, nullptr};
+            return {nullptr, module.smSetKvExposureMode, nullptr, CapabilityExposureMode};
         case Setting::UiMode:
             return {nullptr, module.smSetKvUIMode, module.smGetKvUIMode};
         case Setting::ClearPage:
@@ -150,73 +163,78 @@ SettingCalls callsOf(const ModuleLibrary& module, Setting setting) {
         case Setting::Pim:
             return {module.smSetPIMFlag, nullptr, module.smGetPIMFlag};
         case Setting::LightPath:
-            return {nullptr, module.smSetLightpath, nullptr};
+            return {nullptr, module.smSetLightpath, nullptr, CapabilityLightPath};
         case Setting::Indicators:
-            return {module.smSetIndicatorEnable, nullptr, nullptr};
+            return {module.smSetIndicatorEnable, nullptr, nullptr, CapabilityIndicators};
         case Setting::Feeder:
             return {module.smSetADFEnable, nullptr, module.smGetADFEnable};
         case Setting::AutoFeed:
-            return {module.smSetAutoFeedEnable, nullptr, nullptr};
+            return {module.smSetAutoFeedEnable, nullptr, nullptr, CapabilityAutoFeed};
     }
     return {};
+}
+
+std::optional<int> readBack(const ModuleLibrary& module, const SettingCalls& calls, Setting setting) {
+    unsigned short got = 0;
+    if (!calls.get) {
+        const auto answer = askCapability(module.smCapNegotiate, calls.capability);
+        return answer ? std::optional<int>(static_cast<int>(answer->current)) : std::nullopt;
+    }
+    if (calls.get(&got) != SM_RESULT_OK) return std::nullopt;
+    // The module numbers the window modes 0, 1, 3 of the source as 0, 1, 2.
+    return setting == Setting::UiMode && got == 2 ? 3 : got;
+}
+
+void requireChoice(const ModuleLibrary& module, CapabilityId capability, const std::string& words,
+                   int asked) {
+    const auto answer = askCapability(module.smCapNegotiate, capability);
+    if (!answer || answer->choices.empty()) return;
+    std::vector<std::string> choices;
+    for (const double choice : answer->choices) {
+        if (choice == asked) return;
+        choices.push_back(format("%g", choice));
+    }
+    refuse(format("The source doesn't offer %s=%d, but %s.", words.c_str(), asked, joined(choices).c_str()));
 }
 
 void applySetting(const ModuleLibrary& module, const SettingValue& asked) {
     const SettingCalls calls = callsOf(module, asked.setting);
     const std::string words = format("--set %s", nameOf(asked.setting).name);
+    if (!calls.get) requireChoice(module, calls.capability, words, asked.value);
     const int result = calls.setSwitch ? calls.setSwitch(asked.value)
                                        : calls.setCode(static_cast<unsigned short>(asked.value));
     requireSet(format("%s=%d", words.c_str(), asked.value), result);
-    unsigned short got = 0;
-    if (!calls.get || calls.get(&got) != SM_RESULT_OK) return;
-    // The module numbers the window modes 0, 1, 3 of the source as 0, 1, 2.
-    if (asked.setting == Setting::UiMode && got == 2) got = 3;
-    compare(words, std::to_string(asked.value), std::to_string(got));
+    if (const std::optional<int> got = readBack(module, calls, asked.setting))
+        compare(words, std::to_string(asked.value), std::to_string(*got));
 }
 
-// As the TWAIN standard lays them out, for the one capability that the module has no setter for.
-#pragma pack(push, 2)
-struct Capability {
-    unsigned short id;
-    unsigned short containerKind;
-    HGLOBAL container;
-};
-
-struct OneValue {
-    unsigned short itemType;
-    unsigned int item;
-};
-#pragma pack(pop)
-
 }  // namespace
+
+bool worksInInches(const ModuleLibrary& module) {
+    unsigned short unit = SM_UNIT_INCHES;
+    module.smGetUnit(&unit);
+    if (unit != SM_UNIT_INCHES)
+        note(format("Note: the source works in %s, not in inches: resolutions may be wrong.",
+                    nameOf(units, unit).c_str()));
+    return unit == SM_UNIT_INCHES;
+}
 
 void useInches(const ModuleLibrary& module) {
     unsigned short unit = SM_UNIT_INCHES;
     module.smGetUnit(&unit);
     if (unit == SM_UNIT_INCHES) return;
-
-    constexpr unsigned short messageSet = 6;
-    constexpr unsigned short capabilityUnits = 0x0102;
-    constexpr unsigned short kindOneValue = 5;
-    constexpr unsigned short typeUint16 = 4;
-    constexpr unsigned int unitInches = 0;
-    Capability capability{capabilityUnits, kindOneValue, GlobalAlloc(GHND, sizeof(OneValue))};
-    if (auto* const value = static_cast<OneValue*>(GlobalLock(capability.container))) {
-        *value = {typeUint16, unitInches};
-        GlobalUnlock(capability.container);
-        module.smCapNegotiate(messageSet, &capability);
-    }
-    GlobalFree(capability.container);
-    module.smGetUnit(&unit);
-    if (unit != SM_UNIT_INCHES)
-        note(format("Note: the source works in %s and doesn't change to inches: resolutions may be wrong.",
-                    nameOf(units, unit).c_str()));
+    constexpr uint16_t standardsInches = 0;
+    setCapability(module.smCapNegotiate, CapabilityUnits, standardsInches);
+    worksInInches(module);
 }
 
 void prepareFeeder(const ModuleLibrary& module, const Options& options) {
     unsigned short available = 0;
     const bool hasFeeder = module.smIsADFAvailable(&available) == SM_RESULT_OK && available;
-    if (options.pages != 1) {
+    const bool chosen =
+        std::any_of(options.settings.begin(), options.settings.end(),
+                    [](const SettingValue& value) { return value.setting == Setting::Feeder; });
+    if (options.pages != 1 && !chosen) {
         if (hasFeeder) {
             requireSet("its feeder", module.smSetADFEnable(1));
             module.smSetAutoFeedEnable(1);  // not every feeder has this switch
