@@ -3,7 +3,6 @@
 #include <Version.h>
 #include <doctest.h>
 
-#include <algorithm>
 #include <cstring>
 #include <map>
 
@@ -59,9 +58,7 @@ Lines importedLibraries(HMODULE module) {
     Lines libraries;
     for (const auto* library = at<IMAGE_IMPORT_DESCRIPTOR>(module, address); library->Name != 0; ++library) {
         std::string name = at<char>(module, library->Name);
-        std::transform(name.begin(), name.end(), name.begin(),
-                       [](unsigned char c) { return std::tolower(c); });
-        libraries.push_back(name);
+        libraries.push_back(CharLowerA(name.data()));
     }
     return libraries;
 }

@@ -73,23 +73,6 @@ TEST_CASE("detaching with a source open leaves the manager's library loaded") {
     }
 }
 
-TEST_CASE("the identity that the module presents") {
-    Stage stage;
-    stage.module.OpenDS(stage.host.window(), nullptr);
-    const TW_IDENTITY& application = stage.manager.application();
-    CHECK(application.Id == 0);
-    CHECK(application.Version.MajorNum == 1);
-    CHECK(application.Version.MinorNum == 1);
-    CHECK(application.Version.Language == TWLG_USA);
-    CHECK(application.Version.Country == TWCY_USA);
-    CHECK(std::string(application.Version.Info) == "Versi\xf3n 1.00");
-    CHECK(application.ProtocolMajor == 1);
-    CHECK(application.ProtocolMinor == 5);
-    CHECK(application.SupportedGroups == (DG_CONTROL | DG_IMAGE));
-    CHECK(std::string(application.Manufacturer) == "KAVRO");
-    CHECK(std::string(application.ProductFamily) == "VORN Scan Module");
-}
-
 TEST_CASE("a missing manager is looked for at every call, and found once it is there") {
     const ManagerFile missing(ManagerFile::Kind::Missing);
     Stage stage;

@@ -1,6 +1,8 @@
 // The session: manager and source opened, enabled, disabled and closed, with every failure on the way.
 #include <doctest.h>
 
+#include <cstring>
+
 #include "Stage.h"
 
 namespace {
@@ -66,7 +68,15 @@ TEST_CASE("a host that names neither window nor product is the desktop's and the
     Stage stage;
     CHECK(stage.module.OpenDS(nullptr, nullptr) == 0);
     CHECK(stage.manager.parent() == GetDesktopWindow());
-    CHECK(std::string(stage.manager.application().ProductName) == "VORN Scan Module");
+    const TW_IDENTITY expected = {0,
+                                  {1, 1, TWLG_USA, TWCY_USA, "Versi\xf3n 1.00"},
+                                  1,
+                                  5,
+                                  DG_CONTROL | DG_IMAGE,
+                                  "KAVRO",
+                                  "VORN Scan Module",
+                                  "VORN Scan Module"};
+    CHECK(std::memcmp(&stage.manager.application(), &expected, sizeof expected) == 0);
     CHECK(stage.viewer.warnings().front() == "Invalid parent window handle in TScanModule::OpenDS");
 }
 

@@ -303,63 +303,47 @@ TEST_CASE("the condition code of a source that doesn't say its mechanisms, in wo
     }
 }
 
-TEST_CASE("the record of an image, whose pixel type an unknown type leaves as it was") {
-    TW_IMAGEINFO info = colourImage();
-    info.XResolution = {150, 32768};
-    info.ImageLength = -1;
-    info.BitsPerSample[7] = 99;
-    info.Planar = 1;
-    info.Compression = TWCP_PACKBITS;
+TEST_CASE("the records of images: what is known, by a length's factor in the source's unit, or as it was") {
+    struct Row {
+        TW_INT16 type;
+        TW_UINT16 unit;
+        TW_FIX32 resolution;
+        int flag, recorded;
+    };
+    // An unknown pixel type leaves the record's as it was.
+    const Row rows[] = {
+        {2, TWUN_INCHES, {299, 65535}, 4, 299}, {0, TWUN_CENTIMETERS, {762, 0}, 1, 299},
+        {1, TWUN_TWIPS, {28800, 0}, 2, 20},     {8, TWUN_PIXELS, {200, 0}, 256, 200},
+        {9, TWUN_POINTS, {-720, 0}, 256, -1},   {-1, 77, {75, 0}, 256, 75},
+    };
     for (Mechanism mechanism : bothMechanisms) {
-        const TW_INT16 types[] = {2, 2, 2, 0, 1, 8, 9, -1};
         Batch batch(mechanism, 6);
-        for (TW_INT16 type : types) {
-            info.PixelType = type;
+        TW_IMAGEINFO info = colourImage();
+        info.ImageLength = -1;
+        info.BitsPerSample[7] = 99;
+        info.Planar = 1;
+        info.Compression = TWCP_PACKBITS;
+        // The memory check asks twice.
+        for (int i = -2; i < 6; ++i) {
+            info.PixelType = rows[std::max(i, 0)].type;
+            info.YResolution = rows[std::max(i, 0)].resolution;
             batch.manager.answerNext(operation::imageInfo, copy(info));
         }
+        for (const Row& row : rows)
+            batch.manager.answerNext(operation::getCurrent(ICAP_UNITS),
+                                     give(oneValue(TWTY_UINT16, row.unit)));
         batch.run();
-        const std::vector<TXferImageInfo>& images = batch.host.images();
-        REQUIRE(images.size() == 12);
-        std::vector<int> flags;
-        for (const TXferImageInfo& image : images)
-            flags.push_back(image.PixelTypeFlag);
-        CHECK(flags == std::vector<int>{4, 4, 1, 1, 2, 2, 256, 256, 256, 256, 256, 256});
-        TXferImageInfo expected = {};
-        expected.XResolution = 150;
-        expected.YResolution = 300;
-        expected.ImageWidth = 20;
-        expected.ImageLength = -1;
-        expected.SamplesPerPixel = 3;
-        std::memcpy(expected.BitsPerSample, info.BitsPerSample, sizeof expected.BitsPerSample);
-        expected.BitsPerPixel = 24;
-        expected.Planar = 1;
-        expected.PixelTypeFlag = SM_PIXEL_RGB;
-        expected.Compression = TWCP_PACKBITS;
-        expected.XferMech = mechanism == Mechanism::Native ? SM_MECH_NATIVE : SM_MECH_FILE;
-        expected.Target = images.front().Target;
-        CHECK(std::memcmp(&images.front(), &expected, sizeof expected) == 0);
-        CHECK((expected.Target.Dib == nullptr) == (mechanism == Mechanism::Native));
-    }
-}
-
-TEST_CASE("a record's resolution by the factor of a length in the source's unit") {
-    struct Row {
-        TW_UINT16 unit;
-        TW_FIX32 source;
-        int record;
-    };
-    const Row rows[] = {
-        {TWUN_INCHES, {299, 65535}, 299}, {TWUN_CENTIMETERS, {762, 0}, 299}, {TWUN_TWIPS, {28800, 0}, 20},
-        {TWUN_PIXELS, {200, 0}, 200},     {TWUN_POINTS, {-720, 0}, -1},      {77, {75, 0}, 75},
-    };
-    for (const Row& row : rows) {
-        CAPTURE(row.unit);
-        Batch batch(Mechanism::Native);
-        batch.manager.answer(operation::getCurrent(ICAP_UNITS), give(oneValue(TWTY_UINT16, row.unit)));
-        TW_IMAGEINFO info = colourImage();
-        info.YResolution = row.source;
-        batch.manager.answer(operation::imageInfo, copy(info));
-        batch.run();
-        CHECK(batch.host.images().front().YResolution == row.record);
+        REQUIRE(batch.host.images().size() == 12);
+        TXferImageInfo expected = {150, 299,           20, -1, 3, {8, 8, 8, 0, 0, 0, 0, 99}, 24, 1,
+                                   4,   TWCP_PACKBITS, 1,  {}};
+        if (mechanism == Mechanism::File) expected.XferMech = SM_MECH_FILE;
+        for (int i = 0; i < 12; ++i) {
+            TXferImageInfo image = batch.host.images()[i];
+            CHECK((image.Target.Dib == nullptr) == (mechanism == Mechanism::Native));
+            CHECK(image.PixelTypeFlag == rows[i / 2].flag);
+            CHECK(image.YResolution == rows[i / 2].recorded);
+            expected.Target = image.Target;
+            if (i < 2) CHECK(std::memcmp(&image, &expected, sizeof expected) == 0);
+        }
     }
 }

@@ -55,26 +55,15 @@ std::string typeName(TW_UINT16 itemType) {
 
 // A signed item reads as signed; a fraction that isn't a short decimal shows its 65536ths.
 std::string itemText(TW_UINT16 itemType, TW_UINT32 item) {
-    switch (itemType) {
-        case TWTY_INT8:
-            return std::to_string(static_cast<int8_t>(item));
-        case TWTY_INT16:
-            return std::to_string(static_cast<int16_t>(item));
-        case TWTY_INT32:
-            return std::to_string(static_cast<int32_t>(item));
-        case TWTY_UINT8:
-            return std::to_string(item & 0xff);
-        case TWTY_UINT16:
-        case TWTY_BOOL:
-            return std::to_string(item & 0xffff);
-        case TWTY_FIX32: {
-            const std::string whole = std::to_string(static_cast<int16_t>(item & 0xffff));
-            const TW_UINT32 fraction = item >> 16;
-            return fraction == 0 ? whole : whole + "+" + std::to_string(fraction) + "/65536";
-        }
-        default:
-            return std::to_string(item);
+    if (itemType == TWTY_FIX32) {
+        const std::string whole = std::to_string(static_cast<int16_t>(item & 0xffff));
+        const TW_UINT32 fraction = item >> 16;
+        return fraction == 0 ? whole : whole + "+" + std::to_string(fraction) + "/65536";
     }
+    const uint32_t unusedBits = 32 - 8 * itemSize(itemType);
+    const TW_UINT32 shifted = item << unusedBits;
+    if (itemType <= TWTY_INT32) return std::to_string(static_cast<int32_t>(shifted) >> unusedBits);
+    return std::to_string(shifted >> unusedBits);
 }
 
 std::string listText(const BlockReader& block, TW_UINT16 itemType, TW_UINT32 count, size_t offset) {
@@ -109,17 +98,8 @@ double fix32Value(TW_UINT32 bits) {
 }
 
 uint32_t itemSize(TW_UINT16 itemType) {
-    switch (itemType) {
-        case TWTY_INT8:
-        case TWTY_UINT8:
-            return 1;
-        case TWTY_INT16:
-        case TWTY_UINT16:
-        case TWTY_BOOL:
-            return 2;
-        default:
-            return 4;
-    }
+    constexpr uint32_t sizes[] = {1, 2, 4, 1, 2, 4, 2, 4};
+    return itemType < std::size(sizes) ? sizes[itemType] : 4;
 }
 
 ContainerImage oneValue(TW_UINT16 itemType, TW_UINT32 item) {
