@@ -2,6 +2,7 @@
 // order, and what a source that lies may do.
 #include <doctest.h>
 
+#include <algorithm>
 #include <numeric>
 
 #include "GuardedBuffer.h"
@@ -51,86 +52,77 @@ TEST_CASE("the sizes that a source asks for, and those that make no sense") {
 
 TEST_CASE("the module's buffer: preferred size, else the minimum, else the maximum") {
     struct Row {
-        TW_SETUPMEMXFER sizes;
+        TW_UINT32 min, max, preferred;
         SIZE_T largest;  // allocations of this size fail
         std::vector<SIZE_T> tried;
-        TW_UINT32 used;  // 0: none could be had
+        const char* story;
     };
     const TW_UINT32 huge = 0x7FFF0000;
     const Row rows[] = {
-        {{600000, 800000, 700000}, 800001, {700000}, 700000},
-        {{600000, 800000, 700000}, 700000, {700000, 600000}, 600000},
-        {{huge, 500000, huge}, 600000, {huge, huge, 500000}, 500000},
-        {{600000, 800000, 700000}, 600000, {700000, 600000, 800000}, 0},
+        {600000, 800000, 700000, 800001, {700000}, "SDDE0 "},
+        {600000, 800000, 700000, 700000, {700000, 600000}, "SDDE0 "},
+        {huge, 500000, huge, 600000, {huge, huge, 500000}, "SDDE0 "},
+        {600000, 800000, 700000, 600000, {700000, 600000, 800000}, "SE2 "},
     };
     for (const Row& row : rows) {
-        CAPTURE(row.largest);
-        MemoryStage stage({grayPage(), grayPage()});
-        stage.source.setBufferSizes(row.sizes.MinBufSize, row.sizes.MaxBufSize, row.sizes.Preferred);
-        SmBufferDescriptor shown = {};
-        stage.host.onXferData = [&](const TXferStripInfo& strip) { shown = *strip.Buffer; };
+        CAPTURE(row.tried);
+        MemoryStage stage({grayPage()});
+        stage.source.setBufferSizes(row.min, row.max, row.preferred);
         stage.enable(true);
         stage.windows.largestAllocation = row.largest;
         stage.deliver(MSG_XFERREADY);
         std::vector<SIZE_T> tried;
         for (const SIZE_T size : stage.windows.allocations)
             if (size >= 500000) tried.push_back(size);
-        CHECK(std::vector<SIZE_T>(tried.begin(), tried.begin() + tried.size() / 2) == row.tried);
-        CHECK(stage.story() == (row.used == 0 ? "SE2 SE2 " : "SDDE0 SDDE0 "));
-        CHECK(stage.viewer.warnings().with("Low Memory in TScanModule::DoMemXfer").size() ==
-              (row.used == 0 ? 2 : 0));
+        CHECK(tried == row.tried);
+        CHECK(stage.story() == row.story);
+        const bool failed = stage.source.requests().empty();
+        CHECK(stage.viewer.warnings().with("Low Memory in TScanModule::DoMemXfer").size() == failed);
+        if (!failed) CHECK(stage.source.requests().back().Length == row.tried.back());
         CHECK(stage.windows.memoryComplaints() == Lines{});
-        if (row.used == 0) continue;
-        const TW_MEMORY& asked = stage.source.requests().back();
-        CHECK(asked.Flags == 9);  // the application's memory, given as a pointer
-        CHECK(asked.Length == row.used);
-        CHECK(shown.BufferSize == row.used);
-        CHECK(shown.BufferPointer == asked.TheMem);
     }
 }
 
 TEST_CASE("where each strip goes is the host's choice") {
     GuardedBuffer first(100), second(200);
-    // What the handler of the first strip puts into the descriptor, and the buffer that the next one gets.
-    enum class Next { First, Second, Modules };
     struct Row {
         bool ownAtStart;
-        SmBufferDescriptor exchanged;
-        Next next;
+        SmBufferDescriptor exchanged;  // what the handler of the first strip puts into the descriptor
+        const char* strips;            // the buffers: the host's first or second, or the module's
+        size_t allocated;
     };
     const Row rows[] = {
-        {true, {100, first.data()}, Next::First},    {true, {200, second.data()}, Next::Second},
-        {false, {200, second.data()}, Next::Second}, {true, {0, nullptr}, Next::Modules},
-        {true, {200, nullptr}, Next::Modules},       {true, {0, second.data()}, Next::Modules},
-        {false, {0, nullptr}, Next::Modules},
+        {true, {100, first.data()}, "first 100, first 100, ", 0},
+        {true, {200, second.data()}, "first 100, second 200, ", 0},
+        {false, {200, second.data()}, "own 1024, second 200, ", 1},
+        {true, {0, nullptr}, "first 100, own 1024, ", 1},
+        {true, {200, nullptr}, "first 100, own 1024, ", 1},
+        {true, {0, second.data()}, "first 100, own 1024, ", 1},
+        {false, {0, nullptr}, "own 1024, own 1024, ", 1},
     };
     for (const Row& row : rows) {
-        CAPTURE(row.ownAtStart);
-        CAPTURE(row.exchanged.BufferSize);
+        CAPTURE(&row - rows);
         MemoryStage stage({grayPage()});
         stage.host.onXferStart = [&](TXferImageInfo& image) {
             if (row.ownAtStart) *image.Target.Buffer = {100, first.data()};
         };
-        std::vector<SmBufferDescriptor> shown;
+        std::string strips;
         stage.host.onXferData = [&](const TXferStripInfo& strip) {
-            stage.keep(strip);
-            shown.push_back(*strip.Buffer);
-            if (shown.size() == 1) *strip.Buffer = row.exchanged;
+            const TW_MEMORY& asked = stage.source.requests().back();
+            CHECK(asked.Flags == 9);  // the application's memory, given as a pointer
+            CHECK(strip.Buffer->BufferPointer == asked.TheMem);
+            CHECK(strip.Buffer->BufferSize == asked.Length);
+            const char* const names[] = {"own ", "first ", "second "};
+            strips += names[asked.TheMem == first.data()    ? 1
+                            : asked.TheMem == second.data() ? 2
+                                                            : 0] +
+                      std::to_string(asked.Length) + ", ";
+            if (stage.received.empty()) *strip.Buffer = row.exchanged;
+            stage.received.push_back(0);
         };
         CHECK(stage.run() == "SDDE0 ");
-        CHECK(stage.received == pattern(16));
-        const auto& asked = stage.source.requests();
-        REQUIRE(asked.size() == 2);
-        CHECK((asked[0].TheMem == first.data()) == row.ownAtStart);
-        CHECK(asked[0].Length == (row.ownAtStart ? 100 : 1024));
-        const bool isHosts = row.next != Next::Modules;
-        CHECK((asked[1].TheMem == first.data()) == (row.next == Next::First));
-        CHECK((asked[1].TheMem == second.data()) == (row.next == Next::Second));
-        CHECK(asked[1].Length == (row.next == Next::First ? 100 : isHosts ? 200 : 1024));
-        CHECK(shown[1].BufferPointer == asked[1].TheMem);
-        CHECK(shown[1].BufferSize == asked[1].Length);
-        // The module allocates once at most, and only when it needs to.
-        CHECK(stage.viewer.traces().with("Memory buffer size").size() == !(row.ownAtStart && isHosts));
+        CHECK(strips == row.strips);
+        CHECK(stage.viewer.traces().with("Memory buffer size").size() == row.allocated);
         CHECK(stage.windows.memoryComplaints() == Lines{});
     }
 }
@@ -205,60 +197,38 @@ TEST_CASE("strips narrower than the image are converted as wide as they are") {
 }
 
 TEST_CASE("rows that disagree with the bytes are counted anew") {
-    struct Row {
-        StripFacts said;
-        const char* seen;
-        int warnings;
+    const std::pair<StripFacts, const char*> rows[] = {
+        {{4, 4, 5, 0, 0, 12}, "4x3 at 0,0: 12 bytes, rows of 4 as in a DIB"},
+        {{4, 4, 1, 0, 0, 12}, "4x3 at 0,0: 12 bytes, rows of 4 as in a DIB"},
+        {{4, 4, 3, 0, 0, 11}, "4x2 at 0,0: 11 bytes, rows of 4 as in a DIB"},
+        {{6, 4, 2, 0, 0, 12}, "4x2 at 0,0: 12 bytes, rows of 6"},
+        {{0, 4, 5, 0, 0, 12}, "4x0 at 0,0: 12 bytes, rows of 0"},
+        {{4, 4, 0, 0, 0, 0}, "4x0 at 0,0: 0 bytes, rows of 4 as in a DIB"},
     };
-    const Row rows[] = {
-        {{4, 4, 5, 0, 0, 12}, "4x3 at 0,0: 12 bytes, rows of 4 as in a DIB", 1},
-        {{4, 4, 1, 0, 0, 12}, "4x3 at 0,0: 12 bytes, rows of 4 as in a DIB", 1},
-        {{4, 4, 3, 0, 0, 11}, "4x2 at 0,0: 11 bytes, rows of 4 as in a DIB", 1},
-        {{6, 4, 2, 0, 0, 12}, "4x2 at 0,0: 12 bytes, rows of 6", 1},
-        {{0, 4, 5, 0, 0, 12}, "4x0 at 0,0: 12 bytes, rows of 0", 1},
-        {{4, 4, 0, 0, 0, 0}, "4x0 at 0,0: 0 bytes, rows of 4 as in a DIB", 0},
-    };
-    for (const Row& row : rows) {
-        MemoryStage stage({{imageInfo(TWPT_GRAY, 8, 4, 3), {{row.said, pattern(12), TWRC_XFERDONE}}}});
+    for (const auto& [said, seen] : rows) {
+        MemoryStage stage({{imageInfo(TWPT_GRAY, 8, 4, 3), {{said, pattern(12), TWRC_XFERDONE}}}});
         stage.run();
-        CHECK(stage.strips == Lines{row.seen});
-        CHECK(stage.viewer.warnings().with("not 4-byte align").size() == row.warnings);
+        CHECK(stage.strips == Lines{seen});
+        CHECK(stage.viewer.warnings().with("not 4-byte align").size() == (said.bytesWritten != 0));
     }
 }
 
 TEST_CASE("strips that lie touch nothing outside the buffer") {
-    constexpr TW_UINT32 size = 4000;  // the rest of the page lies before it
-    constexpr TW_UINT32 most = 0xFFFFFFFF;
-    struct Row {
-        const char* name;
-        StripFacts said;
-        TW_UINT32 bytesSeen;
-    };
-    const Row rows[] = {
-        {"rows of no bytes", {0, 10, 10, 0, 0, 300}, 300},
-        {"rows beyond the buffer", {60, 10, 1000, 0, 0, 600}, 600},
-        {"rows and bytes beyond the buffer", {60, 10, 1000, 0, 0, 60000}, size},
-        {"columns wider than the row", {60, 100000, 66, 0, 0, 3960}, 3960},
-        {"the last row only in part", {3000, 500, 2, 0, 0, 6000}, size},
-        {"a row beyond the buffer", {8000, 1000, 1, 0, 0, 8000}, size},
-        {"everything", {most, most, most, most, most, most}, size},
-        {"a product that wraps to nothing", {0x10000, 0x10000, 0x10000, 0, 0, 0}, 0},
-    };
-    for (const Row& row : rows) {
+    for (const StripFacts& said : lies) {
         for (const auto& [type, bits] : {std::pair<TW_INT16, TW_INT16>{2, 24}, {2, 48}, {1, 16}}) {
-            CAPTURE(row.name);
+            CAPTURE(&said - lies.data());
             CAPTURE(bits);
-            MemoryStage stage({{imageInfo(type, bits, 10, 10), {{row.said, pattern(size), TWRC_XFERDONE}}}});
-            GuardedBuffer buffer(size);
+            MemoryStage stage({{imageInfo(type, bits, 10, 10), {{said, pattern(300), TWRC_XFERDONE}}}});
+            GuardedBuffer buffer(300);  // the rest of the page lies before it
             stage.host.onXferStart = [&](TXferImageInfo& image) {
-                *image.Target.Buffer = {size, buffer.data()};
+                *image.Target.Buffer = {300, buffer.data()};
             };
             stage.host.onXferData = [&](const TXferStripInfo& seen) {
-                CHECK(seen.BytesWritten == row.bytesSeen);
-                CHECK(uint64_t{seen.Rows} * seen.BytesPerRow <= size);
+                CHECK(seen.BytesWritten == std::min<TW_UINT32>(said.bytesWritten, 300));
+                CHECK(uint64_t{seen.Rows} * seen.BytesPerRow <= 300);
             };
             CHECK(stage.run() == "SDE0 ");
-            CHECK(std::accumulate(buffer.data() + size - 4096, buffer.data(), 0) == 0);
+            CHECK(std::accumulate(buffer.data() + 300 - 4096, buffer.data(), 0) == 0);
         }
     }
 }

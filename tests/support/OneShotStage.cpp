@@ -7,7 +7,8 @@ OneShotStage::OneShotStage(std::vector<Page> pages, const std::string& fileName)
     : source(manager, std::move(pages)) {
     char folder[MAX_PATH] = "";
     GetTempPathA(sizeof folder, folder);
-    path = folder + fileName;
+    static int number = 0;
+    path = folder + (fileName.empty() ? "one-shot" + std::to_string(++number) + ".bmp" : fileName);
     host.onGetFileName = [this](char* name) { std::strcpy(name, path.c_str()); };
     manager.answer(operation::getCurrent(ICAP_UNITS), give(oneValue(TWTY_UINT16, TWUN_INCHES)));
     settings.FrameUnit = SM_UNIT_INCHES;

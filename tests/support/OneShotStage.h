@@ -7,7 +7,8 @@
 
 class OneShotStage : public Stage {
 public:
-    explicit OneShotStage(std::vector<Page> pages = {}, const std::string& fileName = "one-shot.bmp");
+    // The file's name is one that no other stage has, unless a test wants a certain one.
+    explicit OneShotStage(std::vector<Page> pages = {}, const std::string& fileName = "");
     // Removes the file, unless the module left it open.
     ~OneShotStage();
 

@@ -3,6 +3,26 @@
 #include <algorithm>
 #include <cstring>
 
+constexpr TW_UINT32 most = 0xFFFFFFFF;
+const std::vector<StripFacts> lies = {
+    {0, 10, 10, 0, 0, 300},                // rows of no bytes
+    {30, 10, 1000, 0, 0, 300},             // rows beyond the buffer
+    {30, 10, 10, 0, 0, 60000},             // bytes beyond it
+    {32, 10, 100000, 0, 0, 60000},         // both
+    {200, 10, 2, 0, 0, 400},               // the last row only in part
+    {30, 100000, 10, 0, 0, 300},           // columns wider than the row
+    {100000, 33333, 10, 0, 0, 300},        // columns and rows wider than the page
+    {100000, 10, 1, 0, 0, 100000},         // a row beyond the buffer
+    {300, 100, 1, 0, 0, 300},              // columns that fill a row wider than the page
+    {30, 0, 10, 0, 0, 300},                // no columns
+    {30, 10, 10, 0, 5, 300},               // rows below the image
+    {30, 10, 10, 0, most, 300},            // far below it
+    {30, 10, 10, most, 0, 300},            // far to the right
+    {0x10000, 0x10000, 0x10000, 0, 0, 0},  // products that wrap: to nothing,
+    {2, 0x55555556, 2, 0, 0, 300},         // and to a row's bytes
+    {most, most, most, most, most, most},  // everything
+};
+
 Strip endedBy(TW_UINT16 returnCode) {
     Strip strip;
     strip.returnCode = returnCode;

@@ -43,6 +43,9 @@ TW_IMAGEINFO imageInfo(TW_INT16 pixelType, TW_INT16 bits, TW_INT32 width, TW_INT
 std::vector<Strip> cutRows(const Bytes& rows, TW_UINT32 bytesPerRow, TW_UINT32 columns,
                            TW_UINT32 rowsPerStrip);
 
+// What a source may lie about an image of 10 pixels a row and a buffer of 300 bytes.
+extern const std::vector<StripFacts> lies;
+
 // So many bytes, none of them 0 and no neighbours alike.
 Bytes pattern(size_t size);
 
