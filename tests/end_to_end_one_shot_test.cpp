@@ -8,181 +8,145 @@
 #include "ScanFolder.h"
 
 using vscan::PixelKind;
+using vscan::SourceWindow;
 
 namespace {
 
 // What the source refuses, so that the module comes down to memory, file and native transfer.
-const char* const routes[] = {"RefusedMechanisms=", "RefusedMechanisms=Memory",
-                              "RefusedMechanisms=Memory,File"};
+const std::string routes[] = {"RefusedMechanisms=;", "RefusedMechanisms=Memory;",
+                              "RefusedMechanisms=Memory,File;"};
+const std::string scanGray = "--resolution 50 --mode gray --output p.bmp ";
+const std::string grayLine = "p.bmp  413 x 585 pixels, 8 bit, 50 dpi\n";
+
+// The file of a memory transfer has no resolution.
+std::string look(const std::string& bits, const std::string& route = routes[0]) {
+    return bits + (route == routes[0] ? " bit, 0 dpi: the page" : " bit, 62 dpi: the page");
+}
 
 }  // namespace
 
-TEST_CASE("the one-shot scan writes the page, in every mode by every mechanism") {
+TEST_CASE("the one-shot scan writes the page, in every pixel type by every mechanism") {
     const struct {
-        const char* mode;
+        std::string options;
+        std::string settings;
         PixelKind kind;
-        const char* bits;
-    } rows[] = {{"bw", PixelKind::Bw1, "1 bit"},
-                {"gray", PixelKind::Gray8, "8 bit"},
-                {"color", PixelKind::Rgb24, "24 bit"}};
+        std::string bits;
+        size_t windows;
+    } rows[] = {
+        {"--mode bw", "", PixelKind::Bw1, "1", 0},
+        {"--mode gray", "", PixelKind::Gray8, "8", 0},
+        {"--mode color", "", PixelKind::Rgb24, "24", 0},
+        // It takes what the user set in the source's window when that refuses the host's mode.
+        {"", "PixelType=Palette;BitDepth=4;ReadOnlyCapabilities=ICAP_PIXELTYPE", PixelKind::Palette4, "4", 1},
+        {"", "PixelType=Palette;BitDepth=8;ReadOnlyCapabilities=ICAP_PIXELTYPE", PixelKind::Palette8, "8", 1},
+    };
     for (const auto& row : rows) {
-        for (const char* route : routes) {
+        for (const std::string& route : routes) {
             CAPTURE(row.bits);
-            CAPTURE(std::string(route));
+            CAPTURE(route);
             ScanFolder folder;
-            CHECK(folder.smscan({"--presto", "--mode", row.mode, "--resolution", "61", "--output", "p.bmp"},
-                                {route}) ==
-                  Lines{std::string("p.bmp  504 x 713 pixels, ") + row.bits + ", 61 dpi", "exit 0"});
-            CHECK(folder.files() == Lines{"p.bmp"});
-            CHECK(comparePixels(folder.path("p.bmp"), vscan::renderPage(pageOf(row.kind, 61))) == "the page");
-        }
-    }
-}
-
-TEST_CASE(
-    "the one-shot scan takes what the user set in the source's window when it refuses the host's mode") {
-    const struct {
-        const char* depth;
-        PixelKind kind;
-    } rows[] = {{"4", PixelKind::Palette4}, {"8", PixelKind::Palette8}};
-    for (const auto& row : rows) {
-        for (const char* route : routes) {
-            CAPTURE(std::string(row.depth));
-            CAPTURE(std::string(route));
-            ScanFolder folder;
-            ForeignDialog window(vscan::SourceWindow::scanButton);
-            const Lines printed =
-                folder.run("smscan.exe", {"--presto", "--resolution", "61", "--output", "p.bmp"},
-                           {route, "PixelType=Palette", std::string("BitDepth=") + row.depth,
-                            "ReadOnlyCapabilities=ICAP_PIXELTYPE"},
-                           std::ref(window));
-            CHECK(printed ==
-                  Lines{std::string("p.bmp  504 x 713 pixels, ") + row.depth + " bit, 61 dpi", "exit 0"});
-            CHECK(window.seen().size() == 1);
-            CHECK(comparePixels(folder.path("p.bmp"), vscan::renderPage(pageOf(row.kind, 61))) == "the page");
+            ForeignDialog window(SourceWindow::scanButton);
+            CHECK(folder.smscan("--presto --resolution 62 --output p.bmp " + row.options,
+                                route + row.settings, std::ref(window)) ==
+                  "p.bmp  513 x 725 pixels, " + row.bits + " bit, 62 dpi\nexit 0");
+            CHECK(window.count() == row.windows);
+            CHECK(folder.files() == "p.bmp");
+            CHECK(comparePage(folder.path("p.bmp"), pageOf(row.kind, 62)) == look(row.bits, route));
         }
     }
 }
 
 TEST_CASE("the one-shot scan's tones") {
-    vscan::PageRequest toned = pageOf(PixelKind::Gray8, 50);
-    toned.tone.brightness = 300;
-    toned.tone.contrast = -200;
-    toned.tone.highlight = 230;
-    toned.tone.shadow = 20;
     ScanFolder folder;
-    CHECK(folder.smscan({"--presto", "--resolution", "50", "--brightness", "30", "--contrast", "-20",
-                         "--highlight", "230", "--shadow", "20", "--output", "p.bmp"}) ==
-          Lines{"p.bmp  413 x 585 pixels, 8 bit, 50 dpi", "exit 0"});
-    CHECK(comparePixels(folder.path("p.bmp"), vscan::renderPage(toned)) == "the page");
+    CHECK(folder.smscan(scanGray + "--presto" + toneOptions) == grayLine + "exit 0");
+    CHECK(comparePage(folder.path("p.bmp"), tonedPage(50)) == look("8"));
 }
 
 TEST_CASE("a one-shot scan that ends badly says so and leaves no file") {
-    const std::string unknown =
-        "! smscan: The one-shot scan can't write this page: its size isn't known, or it has a type or depth "
-        "that it doesn't know. Scan without --presto.";
     const struct {
-        Words settings;
-        Lines printed;
+        std::string settings;
+        std::string printed;
     } rows[] = {
-        {{"JamAtPage=1", "StripRows=100", "FaultAfterStrip=2"},
-         {"! smscan: Page 1: paper jam (condition code 20). Clear the paper path, put the pages left back "
-          "and "
-          "scan them.",
-          "exit 1"}},
-        {{"CancelAtPage=1"}, {"! smscan: Page 1: cancelled at the source.", "exit 5"}},
-        {{"UnknownLength=1"}, {unknown, "exit 1"}},
+        {"JamAtPage=1;StripRows=100;FaultAfterStrip=2",
+         "! smscan: Page 1: paper jam (condition code 20). Clear the paper path, put the pages left back and "
+         "scan them.\nexit 1"},
+        {"CancelAtPage=1", "! smscan: Page 1: cancelled at the source.\nexit 5"},
+        {"UnknownLength=1",
+         "! smscan: The one-shot scan can't write this page: its size isn't known, or it has a type or depth "
+         "that it doesn't know. Scan without --presto.\nexit 1"},
     };
+    ScanFolder folder;
     for (const auto& row : rows) {
-        for (const char* route : routes) {
+        for (const std::string& route : routes) {
             CAPTURE(row.settings);
-            CAPTURE(std::string(route));
-            ScanFolder folder;
-            CHECK(folder.smscan({"--presto", "--resolution", "50"}, row.settings + Lines{route}) ==
-                  row.printed);
-            CHECK(folder.files() == Lines{});
+            CAPTURE(route);
+            CHECK(folder.smscan(scanGray + "--presto", route + row.settings) == row.printed);
+            CHECK(folder.files() == "");
         }
     }
-    ScanFolder folder;
-    CHECK(folder.smscan({"--presto"}, {"TransferMechanism=Memory", "RefusedMechanisms=Native,File,Memory"})
-              .back() == "exit 1");
-    CHECK(folder.files() == Lines{});
-}
-
-TEST_CASE("what the one-shot scan can't remove is named") {
-    ScanFolder folder;
-    const Lines printed =
-        folder.smscan({"--presto", "--mode", "color", "--resolution", "50", "--output", "p.bmp"},
-                      {"Planar=1", "StripColumns=100"});
-    CHECK(printed ==
-          Lines{"! smscan: The page's file can't be made or written. What came of it is left in \"" +
-                    folder.path("p.part.bmp") + "\".",
-                "exit 6"});
-    CHECK(folder.files() == Lines{"p.part.bmp"});
+    const std::string none =
+        folder.smscan("--presto", "TransferMechanism=Memory;RefusedMechanisms=Native,File,Memory");
+    CHECK(none.substr(none.rfind('\n')) == "\nexit 1");
+    CHECK(folder.files() == "");
+    // What can't be removed is named.
+    CHECK(folder.smscan("--presto --mode color --output p.bmp", "Planar=1;StripColumns=100") ==
+          "! smscan: The page's file can't be made or written. What came of it is left in \"" +
+              folder.path("p.part.bmp") + "\".\nexit 6");
+    CHECK(folder.files() == "p.part.bmp");
 }
 
 TEST_CASE("a depth that the one-shot scan doesn't know is shown in a box, and ends it") {
     ScanFolder folder;
     ForeignDialog windows(IDOK);
-    const Lines printed = folder.run(
-        "smscan.exe", {"--presto", "--mode", "gray", "--ui", "--resolution", "50"},
-        {"PixelType=Gray", "BitDepth=4", "ReadOnlyCapabilities=ICAP_PIXELTYPE"}, std::ref(windows));
-    CHECK(printed.back() == "exit 1");
-    REQUIRE(windows.seen().size() == 2);  // the source's window, then the box
-    CHECK(windows.seen()[1] == "[Error] Tipo de p\xEDxel no v\xE1lido");
-    CHECK(folder.files() == Lines{});
+    const std::string printed =
+        folder.smscan(scanGray + "--presto --ui",
+                      "PixelType=Gray;BitDepth=4;ReadOnlyCapabilities=ICAP_PIXELTYPE", std::ref(windows));
+    CHECK(printed.substr(printed.rfind('\n')) == "\nexit 1");
+    CHECK(windows.count() == 2);  // the source's window, then the box
+    CHECK(windows.seen().find("\n[Error] Tipo de p\xEDxel no v\xE1lido\n") != std::string::npos);
+    CHECK(folder.files() == "");
 }
 
 TEST_CASE("the question for more pages, when the source has more and the feeder is empty") {
     for (const int answer : {IDYES, IDNO}) {
         ScanFolder folder;
         ForeignDialog box(answer);
-        CHECK(folder.run("smscan.exe",
-                         {"--presto", "--pages", "2", "--resolution", "50", "--output", "p.bmp"},
-                         {"PendingCountError=1"}, std::ref(box)) ==
-              Lines{"p.bmp  413 x 585 pixels, 8 bit, 50 dpi",
-                    "! Note: a one-shot scan is one page. Run it again for the next one, or scan without "
-                    "--presto.",
-                    "exit 0"});
-        CHECK(box.seen() == Lines{"[smscan] \xBF"
-                                  "Explorar m\xE1s p\xE1ginas?"});
-        CHECK(comparePixels(folder.path("p.bmp"), vscan::renderPage(pageOf(PixelKind::Gray8, 50))) ==
-              "the page");
+        CHECK(folder.smscan(scanGray + "--presto --pages 2", "PendingCountError=1", std::ref(box)) ==
+              grayLine +
+                  "! Note: a one-shot scan is one page. Run it again for the next one, or scan without "
+                  "--presto.\nexit 0");
+        CHECK(box.seen() ==
+              "[smscan] \xBF"
+              "Explorar m\xE1s p\xE1ginas?\n");
+        CHECK(comparePage(folder.path("p.bmp"), pageOf(PixelKind::Gray8, 50)) == look("8"));
     }
 }
 
 TEST_CASE("the source's window: Scan brings the page, Cancel ends the scan") {
     ScanFolder folder;
-    const Words options = {"--ui", "--resolution", "50", "--mode", "gray", "--output", "p.bmp"};
-    ForeignDialog scan(vscan::SourceWindow::scanButton);
-    CHECK(folder.run("smscan.exe", options, {}, std::ref(scan)) ==
-          Lines{"p.bmp  413 x 585 pixels, 8 bit, 50 dpi", "exit 0"});
-    CHECK(scan.seen().size() == 1);
+    ForeignDialog scan(SourceWindow::scanButton);
+    CHECK(folder.smscan(scanGray + "--ui", "", std::ref(scan)) == grayLine + "exit 0");
+    CHECK(scan.count() == 1);
     CHECK(comparePage(folder.path("p.bmp"), pageOf(PixelKind::Gray8, 50)) == "8 bit, 50 dpi: the page");
 
-    ForeignDialog cancel(vscan::SourceWindow::cancelButton);
-    CHECK(folder.run("smscan.exe", options, {}, std::ref(cancel)) ==
-          Lines{"! smscan: The source's window was closed. No page was scanned.", "exit 5"});
-    CHECK(folder.files() == Lines{"p.bmp"});  // the one that was there
+    ForeignDialog cancel(SourceWindow::cancelButton);
+    CHECK(folder.smscan(scanGray + "--ui", "", std::ref(cancel)) ==
+          "! smscan: The source's window was closed. No page was scanned.\nexit 5");
+    CHECK(folder.files() == "p.bmp");  // the one that was there
 }
 
 TEST_CASE("the small hosts in C") {
     ScanFolder folder;
-    CHECK(folder.run("oneshot.exe", {"page.bmp", "color", "60"}) == Lines{"exit 0"});
-    CHECK(comparePixels(folder.path("page.bmp"), vscan::renderPage(pageOf(PixelKind::Rgb24, 60))) ==
-          "the page");
-    CHECK(folder.run("oneshot.exe", {"page.bmp", "bw", "70"}) == Lines{"exit 0"});  // over the old one
-    CHECK(comparePixels(folder.path("page.bmp"), vscan::renderPage(pageOf(PixelKind::Bw1, 70))) ==
-          "the page");
-    CHECK(folder.run("oneshot.exe", {"page.bmp", "gray", "60"}, {"JamAtPage=1"}) ==
-          Lines{"! The scan ended with code 20.", "exit 1"});
-    CHECK(folder.files() == Lines{});
-    CHECK(folder.run("oneshot.exe", {}) ==
-          Lines{"! usage: oneshot FILE.BMP [bw|gray|color] [DPI]", "exit 2"});
-    CHECK(folder.run("oneshot.exe", {"page.bmp"}, {"OpenFault=busy"}) ==
-          Lines{"! The scan can't start.", "exit 1"});
+    CHECK(folder.run("oneshot.exe", "page.bmp color 60") == "exit 0");
+    CHECK(comparePage(folder.path("page.bmp"), pageOf(PixelKind::Rgb24, 60)) == look("24"));
+    CHECK(folder.run("oneshot.exe", "page.bmp bw 70") == "exit 0");  // over the old one
+    CHECK(comparePage(folder.path("page.bmp"), pageOf(PixelKind::Bw1, 70)) == look("1"));
+    CHECK(folder.run("oneshot.exe", "page.bmp", "JamAtPage=1") == "! The scan ended with code 20.\nexit 1");
+    CHECK(folder.files() == "");
+    CHECK(folder.run("oneshot.exe", "") == "! usage: oneshot FILE.BMP [bw|gray|color] [DPI]\nexit 2");
+    CHECK(folder.run("oneshot.exe", "page.bmp", "OpenFault=busy") == "! The scan can't start.\nexit 1");
 
     // Header, then 1754 rows of 1240 pixels.
-    CHECK(folder.run("simplest.exe", {}) ==
-          Lines{"A page of " + std::to_string(40 + 1754 * 1240 * 3) + " bytes.", "exit 0"});
+    CHECK(folder.run("simplest.exe", "") ==
+          "A page of " + std::to_string(40 + 1754 * 1240 * 3) + " bytes.\nexit 0");
 }

@@ -1,7 +1,5 @@
 #include "ForeignDialog.h"
 
-#include <algorithm>
-
 namespace {
 
 bool isDialogOf(HWND window, DWORD process) {
@@ -39,9 +37,8 @@ BOOL CALLBACK ForeignDialog::onWindow(HWND window, LPARAM data) {
     auto& self = *reinterpret_cast<ForeignDialog*>(data);
     // A dialog that is being made has no buttons yet.
     const bool ready = isDialogOf(window, self.process_) && GetDlgItem(window, self.button_);
-    if (!ready || std::count(self.pressed_.begin(), self.pressed_.end(), window) > 0) return TRUE;
-    self.pressed_.push_back(window);
-    self.seen_.push_back("[" + textOf(window) + "] " + firstText(window));
+    if (!ready || !self.pressed_.insert(window).second) return TRUE;
+    self.seen_ += "[" + textOf(window) + "] " + firstText(window) + "\n";
     PostMessageA(window, WM_COMMAND, static_cast<WPARAM>(self.button_), 0);
     return TRUE;
 }

@@ -3,9 +3,8 @@
 
 #include <windows.h>
 
-#include <vector>
-
-#include "Lines.h"
+#include <set>
+#include <string>
 
 class ForeignDialog {
 public:
@@ -14,14 +13,15 @@ public:
     // For ScanFolder::run: presses the button of the program's dialog, once for each dialog.
     void operator()(const PROCESS_INFORMATION& program);
 
-    // Of each dialog "[title] first text".
-    const Lines& seen() const { return seen_; }
+    // Of each dialog "[title] first text" and a line's end.
+    const std::string& seen() const { return seen_; }
+    size_t count() const { return pressed_.size(); }
 
 private:
     static BOOL CALLBACK onWindow(HWND window, LPARAM self);
 
     int button_;
     DWORD process_ = 0;
-    std::vector<HWND> pressed_;
-    Lines seen_;
+    std::set<HWND> pressed_;
+    std::string seen_;
 };

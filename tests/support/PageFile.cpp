@@ -10,11 +10,6 @@
 
 namespace {
 
-std::vector<uint8_t> bytesOf(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
 std::string text(const vscan::Color& color) {
     return "(" + std::to_string(color.red) + " " + std::to_string(color.green) + " " +
            std::to_string(color.blue) + ")";
@@ -45,14 +40,12 @@ int dotsPerInch(uint32_t dotsPerMetre) {
 
 }  // namespace
 
-std::string comparePixels(const std::string& path, const vscan::Picture& page) {
-    return comparePixels(decodeImage(bytesOf(path)), page);
-}
-
-std::string comparePage(const std::string& path, const vscan::Picture& page) {
-    const std::vector<uint8_t> file = bytesOf(path);
+std::string comparePage(const std::string& path, const vscan::PageRequest& request) {
+    std::ifstream stream(path, std::ios::binary);
+    const std::vector<uint8_t> file{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
     const int x = dotsPerInch(fileField(file, 38, 4));
     const int y = dotsPerInch(fileField(file, 42, 4));
     return std::to_string(fileField(file, 28, 2)) + " bit, " + std::to_string(x) +
-           (x == y ? "" : " x " + std::to_string(y)) + " dpi: " + comparePixels(decodeImage(file), page);
+           (x == y ? "" : " x " + std::to_string(y)) +
+           " dpi: " + comparePixels(decodeImage(file), vscan::renderPage(request));
 }

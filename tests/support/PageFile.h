@@ -15,11 +15,14 @@ inline vscan::PageRequest pageOf(vscan::PixelKind kind, double dpi, int number =
     return request;
 }
 
-// "the page"; "the page's first 35 rows"; "the page and 33 rows more"; or where the first different pixel is.
-std::string comparePixels(const std::string& path, const vscan::Picture& page);
-
-// The same behind what the file's header says: "8 bit, 75 dpi: the page".
-std::string comparePage(const std::string& path, const vscan::Picture& page);
-inline std::string comparePage(const std::string& path, const vscan::PageRequest& page) {
-    return comparePage(path, vscan::renderPage(page));
+// A gray page whose tones come from these options.
+inline const std::string toneOptions = " --brightness 30 --contrast 20 --highlight 230 --shadow 20";
+inline vscan::PageRequest tonedPage(double dpi) {
+    vscan::PageRequest request = pageOf(vscan::PixelKind::Gray8, dpi);
+    request.tone = {300, 200, 230, 20};
+    return request;
 }
+
+// What the file's header says and then "the page", "the page's first 35 rows", "the page and 33 rows more",
+// or where the first different pixel is: "8 bit, 75 dpi: the page".
+std::string comparePage(const std::string& path, const vscan::PageRequest& request);

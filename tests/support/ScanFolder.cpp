@@ -1,72 +1,60 @@
 #include "ScanFolder.h"
 
-#include <algorithm>
-#include <stdexcept>
+#include <filesystem>
+#include <fstream>
+#include <set>
+#include <sstream>
+
+namespace fs = std::filesystem;
 
 namespace {
 
 constexpr DWORD timeLimit = 60000;  // milliseconds
 constexpr DWORD watchInterval = 20;
 
-std::string temporaryFolder() {
-    char folder[MAX_PATH] = "";
-    GetTempPathA(sizeof folder, folder);
-    return folder;
-}
-
-std::string binFolder() {
+fs::path binFolder() {
     char path[MAX_PATH] = "";
     GetModuleFileNameA(nullptr, path, sizeof path);
-    std::string folder = path;  // bin\tests\this.exe
-    for (int i = 0; i < 2; ++i)
-        folder.resize(folder.rfind('\\'));
-    return folder;
+    return fs::path(path).parent_path().parent_path();  // of bin\tests\this.exe
 }
 
-// What a program writes to one of its standard handles.
+// A file that a program has as one of its standard handles.
 class Capture {
 public:
-    Capture() {
-        char path[MAX_PATH] = "";
-        GetTempFileNameA(temporaryFolder().c_str(), "out", 0, path);
+    explicit Capture(const std::string& path) : path_(path) {
         SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
-        file_ = CreateFileA(path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                            &inheritable, CREATE_ALWAYS, FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+        file_ = CreateFileA(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inheritable, CREATE_ALWAYS, 0,
+                            nullptr);
     }
-    ~Capture() { CloseHandle(file_); }
+    ~Capture() {
+        CloseHandle(file_);
+        DeleteFileA(path_.c_str());
+    }
     Capture(const Capture&) = delete;
     Capture& operator=(const Capture&) = delete;
 
     HANDLE handle() const { return file_; }
-    Lines lines(const std::string& prefix) const {
-        std::string text(GetFileSize(file_, nullptr), '\0');
-        SetFilePointer(file_, 0, nullptr, FILE_BEGIN);
-        DWORD count = 0;
-        if (!text.empty()) ReadFile(file_, &text[0], static_cast<DWORD>(text.size()), &count, nullptr);
-        text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
-        Lines lines;
-        for (size_t start = 0; start < text.size();) {
-            const size_t end = std::min(text.find('\n', start), text.size());
-            lines.push_back(prefix + text.substr(start, end - start));
-            start = end + 1;
-        }
-        return lines;
+    std::string lines(const std::string& prefix) const {
+        std::ifstream file(path_);
+        std::string text;
+        for (std::string line; std::getline(file, line);)
+            text += prefix + line + "\n";
+        return text;
     }
 
 private:
+    std::string path_;
     HANDLE file_;
 };
 
-// This process's environment with other settings of the virtual scanner, as CreateProcess takes it.
-std::string environmentWith(const Words& settings) {
-    std::string block;
-    char* const mine = GetEnvironmentStringsA();
-    for (const char* entry = mine; *entry; entry += lstrlenA(entry) + 1)
-        if (_strnicmp(entry, "VSCAN_", 6) != 0) block += entry + std::string(1, '\0');
-    FreeEnvironmentStringsA(mine);
-    for (const std::string& setting : settings)
-        block += "VSCAN_" + setting + '\0';
-    return block + '\0';
+// Puts settings of the virtual scanner into the environment, or takes them out again.
+void setEnvironment(const std::string& settings, bool there) {
+    std::istringstream list(settings);
+    for (std::string setting; std::getline(list, setting, ';');) {
+        const size_t equals = setting.find('=');
+        SetEnvironmentVariableA(("VSCAN_" + setting.substr(0, equals)).c_str(),
+                                there ? setting.c_str() + equals + 1 : nullptr);
+    }
 }
 
 // "exit N", once the program has ended.
@@ -78,7 +66,7 @@ std::string awaitEnd(const PROCESS_INFORMATION& program, const ScanFolder::Watch
             WaitForSingleObject(program.hProcess, timeLimit);
             return "ended by the test";
         }
-        watcher(program);
+        if (watcher) watcher(program);
     }
     DWORD code = 0;
     GetExitCodeProcess(program.hProcess, &code);
@@ -89,52 +77,45 @@ std::string awaitEnd(const PROCESS_INFORMATION& program, const ScanFolder::Watch
 
 ScanFolder::ScanFolder() {
     static int count = 0;
-    folder_ =
-        temporaryFolder() + "scan-" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++count);
-    if (!CreateDirectoryA(folder_.c_str(), nullptr)) throw std::runtime_error("no folder " + folder_);
+    const std::string name = std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++count);
+    folder_ = (fs::temp_directory_path() / ("scan-" + name)).make_preferred().string();
+    fs::create_directory(folder_);
 }
 
 ScanFolder::~ScanFolder() {
-    for (const std::string& name : files()) {
-        SetFileAttributesA(path(name).c_str(), FILE_ATTRIBUTE_NORMAL);
-        DeleteFileA(path(name).c_str());
-    }
-    RemoveDirectoryA(folder_.c_str());
+    std::error_code ignored;
+    fs::remove_all(folder_, ignored);
 }
 
-Lines ScanFolder::run(const std::string& program, const Words& arguments, const Words& settings,
-                      const Watcher& watcher) {
-    const std::string file = binFolder() + "\\" + program;
-    std::string command = "\"" + file + "\"";
-    for (const std::string& argument : arguments)
-        command += " \"" + argument + "\"";
-    std::string environment = environmentWith(settings);
-    const Capture out;
-    const Capture errors;
+std::string ScanFolder::run(const std::string& program, const std::string& arguments,
+                            const std::string& settings, const Watcher& watcher) {
+    const std::string file = (binFolder() / program).string();
+    std::string command = "\"" + file + "\" " + arguments;
+    const Capture out(folder_ + ".out");
+    const Capture errors(folder_ + ".err");
     STARTUPINFOA startup{};
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESTDHANDLES;
     startup.hStdOutput = out.handle();
     startup.hStdError = errors.handle();
     PROCESS_INFORMATION process{};
-    if (!CreateProcessA(file.c_str(), &command[0], nullptr, nullptr, TRUE, 0, &environment[0],
-                        folder_.c_str(), &startup, &process))
-        return {"can't start " + file};
+    setEnvironment(settings, true);
+    const bool started = CreateProcessA(file.c_str(), command.data(), nullptr, nullptr, TRUE, 0, nullptr,
+                                        folder_.c_str(), &startup, &process);
+    setEnvironment(settings, false);
+    if (!started) return "can't start " + file;
     const std::string end = awaitEnd(process, watcher);
     CloseHandle(process.hThread);
     CloseHandle(process.hProcess);
-    return out.lines("") + errors.lines("! ") + Lines{end};
+    return out.lines("") + errors.lines("! ") + end;
 }
 
-Lines ScanFolder::files() const {
-    Lines names;
-    WIN32_FIND_DATAA found;
-    const HANDLE search = FindFirstFileA(path("*").c_str(), &found);
-    if (search == INVALID_HANDLE_VALUE) return names;
-    do {
-        if (!(found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)) names.push_back(found.cFileName);
-    } while (FindNextFileA(search, &found));
-    FindClose(search);
-    std::sort(names.begin(), names.end());
-    return names;
+std::string ScanFolder::files() const {
+    std::set<std::string> names;
+    for (const auto& entry : fs::directory_iterator(folder_))
+        names.insert(entry.path().filename().string());
+    std::string text;
+    for (const std::string& name : names)
+        text += (text.empty() ? "" : " ") + name;
+    return text;
 }

@@ -6,10 +6,6 @@
 #include <functional>
 #include <string>
 
-#include "Lines.h"
-
-using Words = Lines;  // of a command line
-
 class ScanFolder {
 public:
     // Called every few milliseconds while the program runs.
@@ -21,19 +17,19 @@ public:
     ScanFolder(const ScanFolder&) = delete;
     ScanFolder& operator=(const ScanFolder&) = delete;
 
-    // Runs a program of the build's bin folder; `settings` of the virtual scanner as "Pages=3". What it
-    // printed, then its lines of stderr behind "! ", then "exit 0"; "ended by the test" instead when it takes
-    // longer than a minute.
-    Lines run(
-        const std::string& program, const Words& arguments, const Words& settings = {},
-        const Watcher& watcher = [](const PROCESS_INFORMATION&) {});
-    Lines smscan(const Words& arguments, const Words& settings = {}) {
-        return run("smscan.exe", arguments, settings);
+    // Runs a program of the build's bin folder; `settings` of the virtual scanner as "Pages=3;JamAtPage=2".
+    // The lines it printed, those of stderr behind "! ", then "exit 0"; "ended by the test" instead when it
+    // takes longer than a minute.
+    std::string run(const std::string& program, const std::string& arguments,
+                    const std::string& settings = "", const Watcher& watcher = nullptr);
+    std::string smscan(const std::string& arguments, const std::string& settings = "",
+                       const Watcher& watcher = nullptr) {
+        return run("smscan.exe", arguments, settings, watcher);
     }
 
     std::string path(const std::string& name) const { return folder_ + "\\" + name; }
-    // The names of all files here, sorted.
-    Lines files() const;
+    // The names of all files here, sorted, with a space between.
+    std::string files() const;
 
 private:
     std::string folder_;
