@@ -147,14 +147,11 @@ TEST_CASE("resolutions in the source's unit, both ways") {
         CHECK((stage.module.*axis.setResolution)(10) == TWCC_BADVALUE);
         CHECK(stage.takeRecord() ==
               unitAsked + refused(set + "10") + Lines{"! CapNegotiate returns failure in " + method});
+        // A source that doesn't say its resolution has 100, in its own unit.
+        useUnit(stage, TWUN_CENTIMETERS);
+        stage.manager.answer(operation::get(axis.resolution), failWith(TWCC_BADCAP));
+        CHECK(readResolution(stage, axis).front() == "6: 39 39 39");
     }
-}
-
-TEST_CASE("a source that doesn't say its resolution has 100, in its own unit") {
-    Stage stage;
-    stage.open();
-    useUnit(stage, TWUN_CENTIMETERS);
-    CHECK(readResolution(stage, axes[0]).front() == "6: 39 39 39");
 }
 
 TEST_CASE("a pair of resolutions is tried by setting it, and taken back") {
@@ -185,14 +182,6 @@ TEST_CASE("a pair of resolutions is tried by setting it, and taken back") {
     stage.manager.answerNext(operation::set(ICAP_YRESOLUTION), failWith(TWCC_DENIED));
     CHECK(stage.module.IsThisDPIAvailable(300, 400) == TWCC_DENIED);
     CHECK(stage.takeRecord() == both + Lines{"STATUS"} + takenBack + refusalOf("SetYResolution"));
-}
-
-TEST_CASE("without a manager no pair of resolutions is tried") {
-    const ManagerFile missing(ManagerFile::Kind::Missing);
-    Stage stage;
-    stage.forget();
-    CHECK(stage.module.IsThisDPIAvailable(300, 300) == -1);
-    CHECK(stage.takeRecord() == withoutManager("IsThisDPIAvailable"));
 }
 
 TEST_CASE("the largest area in inches, whatever the source's unit") {
@@ -241,13 +230,6 @@ TEST_CASE("a source that can't say its area") {
     CHECK(stage.module.GetMaxArea(&width, &height) == TWCC_BADCAP);
     CHECK(stage.takeRecord() ==
           refused("GETCURRENT ICAP_PHYSICALWIDTH") + refused("GET ICAP_PHYSICALWIDTH") + 2 * refusal);
-
-    stage.manager.answer(operation::get(ICAP_PHYSICALWIDTH), give(number(9)));
-    stage.manager.answer(operation::get(ICAP_PHYSICALHEIGHT), failWith(TWCC_DENIED));
-    CHECK(stage.module.GetMaxArea(&width, &height) == TWCC_DENIED);
-    CHECK(stage.takeRecord() == refused("GETCURRENT ICAP_PHYSICALWIDTH") + Lines{"GET ICAP_PHYSICALWIDTH"} +
-                                    refused("GETCURRENT ICAP_PHYSICALHEIGHT") +
-                                    refused("GET ICAP_PHYSICALHEIGHT") + 3 * refusal);
 
     stage.manager.answer(operation::getCurrent(ICAP_PHYSICALWIDTH), give(fix32Range(1, 9, 1, 9)));
     stage.manager.answer(operation::get(ICAP_PHYSICALWIDTH), give(enumeration(TWTY_FIX32, {fix32(9)})));
