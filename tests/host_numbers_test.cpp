@@ -1,14 +1,12 @@
-// What the module makes of a host's numbers, as pure functions: the scales of tones, the factors of units,
-// and the settings of a one-shot scan.
+// What the module makes of a host's numbers, as pure functions: the scales of tones and the settings of
+// a one-shot scan.
 #include <PrestoSettings.h>
 #include <doctest.h>
 
 #include <cstring>
-#include <functional>
 #include <string>
 
 #include "ToneMapping.h"
-#include "Units.h"
 
 namespace {
 
@@ -21,16 +19,15 @@ struct Mapping {
 };
 
 using Settings = PrestoScanSettings;
-using Change = std::function<void(Settings&)>;
 
 // Changes otherwise sensible settings, before the validation and after it.
-void checkSettings(const Change& before, const Change& after) {
+template <class Before, class After>
+void checkSettings(Before before, After after) {
     Settings settings = defaultPrestoSettings(8, 11);
     settings.ShowUI = 0;
     Settings wanted = settings;
     before(settings);
     after(wanted);
-    CAPTURE(settings.Resolution);
     validatePrestoSettings(settings);
     CHECK(std::memcmp(&settings, &wanted, sizeof wanted) == 0);
 }
@@ -43,11 +40,9 @@ TEST_CASE("a host's value snaps to the source's nearest step, and is never clamp
         {"just below a step", 49, {0, 100}, {0, 255, 5}, 125},
         {"on half a step, up", 50, {0, 100}, {0, 255, 5}, 130},
         {"steps count from the minimum", 1, {0, 2}, {1, 10, 4}, 5},
-        {"fractions", 1, {0, 3}, {0, 1.5, 0.25}, 0.5},
         {"above the scale", 300, {0, 255}, {0, 255, 1}, 300},
         {"below the scale, where truncation rounds the other way", -10, {0, 100}, {0, 100, 1}, -9},
         {"a scale that runs down", 25, {100, 0}, {0, 200, 1}, 150},
-        {"the widest scale", 0, {-32768, 32767}, {0, 255, 1}, 128},
         {"more steps than 16 bits count", 10, {0, 10}, {0, 32767, 0.25}, -1},
     };
     for (const Mapping& row : rows) {
@@ -59,42 +54,13 @@ TEST_CASE("a host's value snaps to the source's nearest step, and is never clamp
 TEST_CASE("a source's value on the host's scale") {
     const Mapping rows[] = {
         {"between two values, the nearest", 130, {0, 100}, {0, 255, 5}, 51},
-        {"the low end, one higher", -1000, {-100, 100}, {-1000, 1000, 1}, -99},
-        {"above the range", 300, {0, 255}, {0, 255, 1}, 300},
-        {"below the range", -10, {0, 255}, {0, 255, 1}, -9},
-        {"a scale that runs down", 150, {100, 0}, {0, 200, 1}, 25},
+        {"a negative value, one higher", -1000, {-100, 100}, {-1000, 1000, 1}, -99},
         {"more than 16 bits hold", 510, {0, 32767}, {0, 255, 1}, -2},
     };
     for (const Mapping& row : rows) {
         CAPTURE(row.name);
         CHECK(mapToHost(row.from, row.scale, row.range) == row.to);
     }
-    CHECK(HostScale{32767, 32767}.midpoint() == 32767);
-}
-
-TEST_CASE("units of the source, in which the usual resolutions survive the way there and back") {
-    const struct {
-        uint32_t twain;
-        uint16_t code;
-        double perInch, recordFactor;
-    } rows[] = {
-        {0, 1, 1, 1},  {1, 2, 2.54, 0.3937},      {2, 4, 6, 1.0 / 6}, {3, 8, 72, 1.0 / 72},
-        {5, 32, 1, 1}, {4, 16, 1440, 1.0 / 1440}, {6, 1, 1, 1},       {0xffffffff, 1, 1, 1},
-    };
-    for (const auto& row : rows) {
-        CAPTURE(row.twain);
-        CHECK(unitCodeOf(row.twain) == row.code);
-        const UnitFactors& factors = factorsOf(row.code);
-        CHECK(factors.perInch == row.perInch);
-        CHECK(factors.recordFactor == row.recordFactor);
-        for (const int resolution : {75, 100, 200, 300, 1200}) {
-            // A centimetre's way back is a hair shorter: where that shows, truncation takes one dot.
-            const bool isShort = row.twain == 1 && resolution % 75 != 0;
-            const int back = static_cast<int>(resolution * factors.perInch * factors.toInches);
-            CHECK(back == resolution - (isShort ? 1 : 0));
-        }
-    }
-    CHECK(factorsOf(3).code == 1);
 }
 
 TEST_CASE("single settings that make no sense are replaced") {
@@ -120,19 +86,14 @@ TEST_CASE("tones without a scale get the usual one, others come into their scale
         char tone;
         Triple before, after;
     } rows[] = {
-        {'b', {-5, -5, 5}, {-5, -5, 5}},
-        {'c', {5, -5, 5}, {5, -5, 5}},
         {'b', {10, 10, 10}, {0, -1000, 1000}},
         {'c', {10, 20, -20}, {0, -1000, 1000}},
         {'h', {0, 0, -32768}, {255, 0, 255}},
         {'s', {10, 10, 10}, {0, 0, 255}},
-        {'b', {16, -15, 15}, {7, -15, 15}},
         // Half the maximum may be outside the scale as well.
         {'b', {0, -50, -7}, {-3, -50, -7}},
         {'c', {-1, 0, 100}, {50, 0, 100}},
         {'h', {256, 0, 254}, {254, 0, 254}},
-        {'h', {-1, 0, 254}, {254, 0, 254}},
-        {'s', {256, 5, 255}, {5, 5, 255}},
         {'s', {4, 5, 255}, {5, 5, 255}},
     };
     for (const auto& row : rows) {

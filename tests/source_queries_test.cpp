@@ -25,10 +25,10 @@ TEST_CASE("a scan area is converted, but not for a source that works in inches")
     };
     const std::string resolutions = resolution + "GET ICAP_YRESOLUTION; " + unit;
     const std::string plain = "1.0000 2.0000 3.0000 4.0000";
+    const std::string early = "; STATUS; ! Sequence error in TScanModule::GetUnit; ";
     const Row rows[] = {
         // Kept: for inches, and for an unknown unit, the numbers go as they are.
         {4, {1, 2, 3, 4}, 2, TWUN_INCHES, unit, plain},
-        {4, {1, 2, 3, 4}, 32, TWUN_INCHES, resolutions + unit, plain},
         {4, {1, 2, 3, 4}, 8, 77, unit, plain},
         {4, {0, 0, 2.54, 5.08}, 2, TWUN_POINTS, unit, "0.0000 0.0000 72.0000 144.0000"},
         {4, {1, 2, 3, 4}, 3, TWUN_PICAS, unit, "6.0000 12.0000 18.0000 24.0000"},
@@ -37,13 +37,7 @@ TEST_CASE("a scan area is converted, but not for a source that works in inches")
         {4, {0, 0, 16384.0005, 1}, 1, TWUN_INCHES, unit, "0.0000 0.0000 16384.0000 1.0000"},
         {4, {1, 2, 3, 4}, 1, TWUN_INCHES, unit, plain, "; STATUS; !failure; result 10"},
         // Too early, which the source decides.
-        {2,
-         {1, 2, 3, 4},
-         1,
-         TWUN_INCHES,
-         "",
-         plain,
-         "; STATUS; ! Sequence error in TScanModule::GetUnit; !failure; result 10"},
+        {2, {1, 2, 3, 4}, 1, 0, "", plain, early + "!failure; result 10"},
         {5, {1, 2, 3, 4}, 1, TWUN_INCHES, "", "", "!sequence"},
         {1, {1, 2, 3, 4}, 1, TWUN_INCHES, "", "", "!manager"},
     };
@@ -56,89 +50,81 @@ TEST_CASE("a scan area is converted, but not for a source that works in inches")
         const bool isRefused = row.rest.find("STATUS") != std::string::npos;
         stage->manager.answer(operation::imageLayoutSet, isRefused ? failWith(TWCC_BADVALUE) : succeed());
         const std::string sent = row.sent.empty() ? "" : "SET IMAGELAYOUT " + row.sent;
-        const auto set = [&] { return resultText(stage->module.SetImageLayout(row.area, row.unit)); };
-        checkCall(*stage, row.asked + sent + row.rest, set, "SetImageLayout");
+        checkCall(*stage, row.asked + sent + row.rest, "SetImageLayout",
+                  [&] { return resultText(stage->module.SetImageLayout(row.area, row.unit)); });
     }
 }
 
 TEST_CASE("the palette, white where the source gives no colour") {
-    struct Row {
+    constexpr int isRefused = -1, isUntouched = -1;
+    const struct {
         int state, given;
         std::string record;
         int colors;
-    };
-    constexpr int isRefused = -1, isUntouched = -1;
-    const Row rows[] = {
+    } rows[] = {
         {4, 2, "PALETTE8; result 0", 2},
         {5, 256, "PALETTE8; result 0", 256},
         {4, 257, "PALETTE8; ! Bad Value, palette.NumColors > 256, in @; result 10", 0},
         {4, isRefused, "PALETTE8; STATUS; !failure; result 10", 0},
         {2, 2, "!sequence", isUntouched},
-        {1, 2, "!manager", isUntouched},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         StageIn stage(row.state);
         Answer answer = row.given == isRefused ? failWith(TWCC_BADVALUE) : succeed();
         answer.act = [&](TW_MEMREF data) {
             auto& palette = *static_cast<TW_PALETTE8*>(data);
             palette.NumColors = static_cast<TW_UINT16>(row.given);
-            for (int i = 0; i < 256; ++i)
-                palette.Colors[i] = {99, static_cast<TW_UINT8>(i), 7, 8};
+            std::fill_n(palette.Colors, 256, TW_ELEMENT8{99, 6, 7, 8});
         };
         stage->manager.answer(operation::palette, answer);
         const GuardedBuffer table(sizeof(SmPalette));
-        std::memset(table.data(), 0x55, table.size());
+        std::memset(table.data(), 85, table.size());
         auto* palette = reinterpret_cast<SmPalette*>(table.data());
-        const auto get = [&] { return resultText(stage->module.GetDSPalette(palette)); };
-        checkCall(*stage, row.record, get, "GetDSPalette");
-        for (int i = 0; i < 256; ++i) {
-            CAPTURE(i);
-            TW_UINT8 expected[] = {255, 255, 255, 0};
-            const TW_UINT8 color[] = {static_cast<TW_UINT8>(i), 7, 8, 0};
-            if (i < row.colors) std::memcpy(expected, color, sizeof color);
-            if (row.colors == isUntouched) std::memset(expected, 0x55, sizeof expected);
-            CHECK(std::memcmp(&palette->Entries[i], expected, sizeof expected) == 0);
-        }
+        checkCall(*stage, row.record, "GetDSPalette",
+                  [&] { return resultText(stage->module.GetDSPalette(palette)); });
+        const bool isLeft = row.colors == isUntouched;
+        std::vector<SmPaletteEntry> expected(
+            256, isLeft ? SmPaletteEntry{85, 85, 85, 85} : SmPaletteEntry{255, 255, 255, 0});
+        if (row.colors > 0) std::fill_n(expected.begin(), row.colors, SmPaletteEntry{6, 7, 8, 0});
+        CHECK(std::memcmp(palette, expected.data(), sizeof *palette) == 0);
     }
 }
 
 TEST_CASE("the coming image's size, without a trace in any state") {
-    for (const int state : {5, 2, 1}) {
-        for (const bool succeeds : {true, false}) {
-            StageIn stage(state);
-            Answer answer = succeeds ? succeed() : failWith(TWCC_SEQERROR);
-            answer.act = [](TW_MEMREF data) {
-                static_cast<TW_IMAGEINFO*>(data)->ImageWidth = 850;
-                static_cast<TW_IMAGEINFO*>(data)->ImageLength = -1;
-            };
-            stage->manager.answer(operation::imageInfo, answer);
-            stage->forget();
-            int width = 777, length = 777;
-            stage->module.GetImageDim(&width, &length);
-            CHECK(width == (state > 1 && succeeds ? 850 : 0));
-            CHECK(length == (state > 1 && succeeds ? -1 : 0));
-            if (state > 1) CHECK(stage->manager.calls() == Lines{"IMAGEINFO"});
-            if (state > 1) CHECK(stage->viewer.rawLines() == Lines{});
-        }
+    for (const auto& [state, code] : {std::pair(5, TWRC_SUCCESS), std::pair(2, TWRC_SUCCESS),
+                                      std::pair(5, TWRC_FAILURE), std::pair(1, TWRC_SUCCESS)}) {
+        StageIn stage(state);
+        Answer answer =
+            fill<TW_IMAGEINFO>([](TW_IMAGEINFO& info) { info.ImageWidth = 850, info.ImageLength = -1; });
+        answer.returnCode = code;
+        stage->manager.answer(operation::imageInfo, answer);
+        stage->forget();
+        int width = 777, length = 777;
+        stage->module.GetImageDim(&width, &length);
+        const bool isKnown = state > 1 && code == TWRC_SUCCESS;
+        CHECK(width == (isKnown ? 850 : 0));
+        CHECK(length == (isKnown ? -1 : 0));
+        CHECK(stage->manager.calls() == (state > 1 ? Lines{"IMAGEINFO"} : Lines{}));
+        CHECK((state == 1 || stage->viewer.rawLines() == Lines{}));
     }
 }
 
 TEST_CASE("the summary of a source") {
     using Words = std::vector<unsigned int>;
-    struct Row {
-        const char* name;
+    const struct {
         TW_UINT16 unit;
         double perInch, current, min, max;
         Words numbers;  // maximum, minimum and current resolution, unit
+    } rows[] = {
+        // Raised to 300, but not above the maximum.
+        {TWUN_INCHES, 1, 299, 50, 300, {300, 50, 300, 1}},
+        {TWUN_INCHES, 1, 200, 50, 299, {299, 50, 200, 1}},
+        {TWUN_POINTS, 72, 301, 75, 400, {400, 75, 301, 8}},
+        // Widened with the sign.
+        {TWUN_INCHES, 1, -2, -3, -1, {0xffffffff, 0xfffffffd, 0xfffffffe, 1}},
     };
-    const Row rows[] = {
-        {"raised", TWUN_INCHES, 1, 299, 50, 300, {300, 50, 300, 1}},
-        {"not above the maximum", TWUN_INCHES, 1, 200, 50, 299, {299, 50, 200, 1}},
-        {"another unit", TWUN_POINTS, 72, 301, 75, 400, {400, 75, 301, 8}},
-        {"with the sign", TWUN_INCHES, 1, -2, -3, -1, {0xffffffff, 0xfffffffd, 0xfffffffe, 1}},
-    };
-    for (const Row& row : rows) {
-        CAPTURE(std::string(row.name));
+    for (const auto& row : rows) {
+        CAPTURE(row.current);
         Stage stage;
         stage.open();
         const double f = row.perInch;
@@ -152,19 +138,18 @@ TEST_CASE("the summary of a source") {
         stage.manager.answer(operation::setupMemory, copy(TW_SETUPMEMXFER{1000, 40000, 20000}));
         // Words 1 to 13 and the last two stay the host's.
         Words words(26, 0xeeeeeeee);
-        const GuardedBuffer ability(sizeof(SmScanAbility));
-        std::memcpy(ability.data(), words.data(), ability.size());
-        const auto get = [&] {
-            return resultText(stage.module.GetScanCap(reinterpret_cast<SmScanAbility*>(ability.data())));
-        };
+        const GuardedBuffer buffer(sizeof(SmScanAbility));
+        std::memcpy(buffer.data(), words.data(), buffer.size());
+        auto* ability = reinterpret_cast<SmScanAbility*>(buffer.data());
         const std::string asked =
             resolution + "GETCURRENT ICAP_PHYSICALWIDTH; GETCURRENT ICAP_PHYSICALHEIGHT; " + unit +
             resolution + unit + "GETCURRENT ICAP_PIXELTYPE; SETUPMEMXFER; GETCURRENT ICAP_BITDEPTH; ";
-        checkCall(stage, asked + "result 0", get, "GetScanCap");
+        checkCall(stage, asked + "result 0", "GetScanCap",
+                  [&] { return resultText(stage.module.GetScanCap(ability)); });
         const Words& n = row.numbers;
         const Words known = {0, n[0], n[1], n[2], 8, 10200, 14028, n[3], SM_PIXEL_RGB, 40000};
         words[0] = 104;
         std::copy(known.begin(), known.end(), words.begin() + 14);
-        CHECK(std::memcmp(ability.data(), words.data(), ability.size()) == 0);
+        CHECK(std::memcmp(ability, words.data(), sizeof *ability) == 0);
     }
 }

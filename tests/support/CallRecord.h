@@ -6,7 +6,6 @@
 #include <doctest.h>
 
 #include <functional>
-#include <optional>
 #include <sstream>
 
 #include "Stage.h"
@@ -19,8 +18,7 @@ inline std::string spelledOut(const std::string& line) {
     if (line == "!parent") return "! Invalid parent window handle in @";
     if (line == "!sequence") return "! Sequence error in @; result 11";
     if (line == "!manager")
-        return "! LoadLibrary fails in TScanModule::LoadTWAIN; ! TWAIN is not "
-               "available in @; result -1";
+        return "! LoadLibrary fails in TScanModule::LoadTWAIN; ! TWAIN is not available in @; result -1";
     return line;
 }
 
@@ -49,8 +47,8 @@ inline Lines expectedRecord(const std::string& row, const std::string& method, T
 }
 
 // `call` gives its result and outputs as a row has them.
-inline void checkCall(Stage& stage, const std::string& row, const std::function<std::string()>& call,
-                      const std::string& method, TW_UINT16 capability = 0) {
+inline void checkCall(Stage& stage, const std::string& row, const std::string& method,
+                      const std::function<std::string()>& call, TW_UINT16 capability = 0) {
     CAPTURE(row);
     stage.forget();
     const Lines results = splitRow(call());
@@ -63,31 +61,38 @@ inline void checkCall(Stage& stage, const std::string& row, const std::function<
     CHECK(record == expectedRecord(row, method, capability));
 }
 
-inline std::string resultText(int result) {
-    return "result " + std::to_string(result);
-}
-template <class Value>
-std::string resultText(int result, Value value) {
+template <class... Value>
+std::string resultText(int result, Value... value) {
     std::ostringstream text;
-    text << "result " << result << "; value " << value;
+    text << "result " << result;
+    ((text << "; value " << value), ...);
     return text.str();
+}
+
+// Calls a getter, whose output may hold something before; the one behind it has to stay.
+template <class Value>
+std::function<std::string(Module&)> reader(int (WINAPI* Module::*get)(Value*), Value before = 777) {
+    return [=](Module& module) {
+        Value values[] = {before, 555};
+        const int result = (module.*get)(values);
+        return values[1] == 555 ? resultText(result, values[0]) : "wrote past its output";
+    };
 }
 
 // A stage in the TWAIN state that a row starts from: 1 (no manager until its
 // end), 2, 4 or 5.
 class StageIn {
 public:
-    explicit StageIn(int state) {
-        if (state == 1) missing_.emplace(ManagerFile::Kind::Missing);
-        stage_.emplace();
-        stage_->bringTo(state == 1 ? 2 : state);
+    explicit StageIn(int state)
+        : manager_(state == 1 ? ManagerFile::Kind::Missing : ManagerFile::Kind::Scripted) {
+        stage_.bringTo(state == 1 ? 2 : state);
     }
-    Stage& operator*() { return *stage_; }
-    Stage* operator->() { return &*stage_; }
+    Stage& operator*() { return stage_; }
+    Stage* operator->() { return &stage_; }
 
 private:
-    std::optional<ManagerFile> missing_;
-    std::optional<Stage> stage_;
+    ManagerFile manager_;
+    Stage stage_;
 };
 
 // A row of a getter: what the source says to MSG_GETCURRENT and MSG_GET.
@@ -103,5 +108,5 @@ inline void checkReading(const Reading& row, const std::function<std::string(Mod
     stage->manager.answer(operation::getCurrent(capability), row.current);
     stage->manager.answer(operation::get(capability), row.get);
     checkCall(
-        *stage, row.record, [&] { return read(stage->module); }, method, capability);
+        *stage, row.record, method, [&] { return read(stage->module); }, capability);
 }

@@ -6,47 +6,42 @@
 
 #include <filesystem>
 #include <fstream>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "WindowsFiles.h"
 
-using OptionalText = std::optional<std::string>;
-
-// The default source of the system profile.
+// The default source of the system profile; "(none)" when there is no such entry.
 class DefaultSourceEntry {
 public:
-    explicit DefaultSourceEntry(const OptionalText& value) : before_(current()) { set(value); }
+    explicit DefaultSourceEntry(const std::string& value) : before_(current()) { set(value); }
     ~DefaultSourceEntry() { set(before_); }
 
-    static OptionalText current() {
+    static std::string current() {
         char text[512] = "";
         GetProfileStringA("Twain", "Default Source", "(none)", text, sizeof text);
-        return text == std::string("(none)") ? OptionalText() : text;
+        return text;
     }
 
 private:
-    static void set(const OptionalText& value) {
-        WriteProfileStringA("Twain", "Default Source", value ? value->c_str() : nullptr);
+    static void set(const std::string& value) {
+        WriteProfileStringA("Twain", "Default Source", value == "(none)" ? nullptr : value.c_str());
     }
 
-    OptionalText before_;
+    std::string before_;
 };
 
 // The host suite's settings in the user's folder of application data; without a text there is no such folder.
 class HostSuiteSettings {
 public:
-    explicit HostSuiteSettings(const OptionalText& regional) {
+    explicit HostSuiteSettings(const std::string& regional) {
         std::filesystem::create_directories(folder_ / "Lumivo");
-        if (regional) file_.write("[Aboutdlg]\r\nRegional=" + *regional + "\r\n");
+        file_.write("[Aboutdlg]\r\nRegional=" + regional + "\r\n");
         RegCreateKeyA(HKEY_CURRENT_USER,
                       "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders", &key_);
-        char text[MAX_PATH] = "";
-        DWORD size = sizeof text;
-        if (RegQueryValueExA(key_, "AppData", nullptr, nullptr, reinterpret_cast<BYTE*>(text), &size) == 0)
-            before_ = text;
-        set(regional ? OptionalText(folder_.string()) : OptionalText());
+        DWORD size = sizeof before_;
+        RegQueryValueExA(key_, "AppData", nullptr, nullptr, reinterpret_cast<BYTE*>(before_), &size);
+        set(regional.empty() ? "" : folder_.string());
     }
     ~HostSuiteSettings() {
         set(before_);
@@ -56,16 +51,16 @@ public:
     }
 
 private:
-    void set(const OptionalText& folder) {
-        const auto* text = folder ? reinterpret_cast<const BYTE*>(folder->c_str()) : nullptr;
-        if (text == nullptr) RegDeleteValueA(key_, "AppData");
-        if (text != nullptr) RegSetValueExA(key_, "AppData", 0, REG_SZ, text, folder->size() + 1);
+    void set(const std::string& text) {
+        RegSetValueExA(key_, "AppData", 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
+                       text.size() + 1);
+        if (text.empty()) RegDeleteValueA(key_, "AppData");
     }
 
     const std::filesystem::path folder_ = std::filesystem::temp_directory_path() / "scanmodule-suite";
     SavedFile file_{(folder_ / "Lumivo" / "Applet.ini").string()};
     HKEY key_ = nullptr;
-    OptionalText before_;
+    char before_[MAX_PATH] = "";
 };
 
 // <Windows>\twain_32 and <Windows>\twain with these files alone; what was there is set aside meanwhile.
