@@ -141,6 +141,8 @@ TEST_CASE("where each byte of a strip goes") {
         const Bytes file = stage.fileBytes();
         CHECK(letters(from(file, fileField(file, 10, 4))).substr(0, row.pixels.size()) == row.pixels);
         CHECK((bits == 4 || file.size() == fileField(file, 10, 4) + row.pixels.size()));
+        // Nothing ran into what lies before the pixels: the last of the grays, or the header's last field.
+        CHECK((bits == 4 || fileField(file, fileField(file, 10, 4) - 4, 4) == (bits == 8 ? 0xFFFFFFu : 0)));
         CHECK(stage.windows.memoryComplaints() == Lines{});
         // The writer's methods bracket their lines.
         const Lines traces = stage.viewer.traces();
