@@ -85,7 +85,6 @@ TEST_CASE("resolutions, sizes and the layout are told in the current unit") {
         const char* frame;
     } rows[] = {{"0", TWUN_CENTIMETERS, "118+7224/65536", "21 x 29"},
                 {"0", TWUN_TWIPS, "0+13653/65536", "11905 x 16837"},
-                {"0", TWUN_PIXELS, "300", "2480 x 3507"},
                 {"1", TWUN_CENTIMETERS, "762", "21 x 29"}};
     for (const auto& row : rows) {
         VirtualHost host(std::string("Resolution=300 InverseResolution=") + row.inverse);

@@ -55,7 +55,6 @@ TEST_CASE("every kind of value is read and shown") {
                 {"PixelTypes", "gray, bw", "PixelTypes=Gray,BW"},
                 {"StripFaults", "ShortLast, ExtraRows", "StripFaults=ExtraRows,ShortLast"},
                 {"RefusedCapabilities", "icap_gamma,0x8001,0x9999", "=ICAP_GAMMA,KV_VERSION,0x9999"},
-                {"PreferredBufferSize", "AUTO", "PreferredBufferSize=auto"},
                 {"Pages", "-1", nullptr},
                 {"BedWidth", "8,5", nullptr},
                 {"RefusedCapabilities", "ICAP_NONSENSE", nullptr},

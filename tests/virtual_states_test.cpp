@@ -32,7 +32,6 @@ constexpr Operation operations[] = {
     {"set layout", I, DAT_IMAGELAYOUT, MSG_SET, "4"},
     {"strip", I, DAT_IMAGEMEMXFER, MSG_GET, "67"},
     {"native", I, DAT_IMAGENATIVEXFER, MSG_GET, "6"},
-    {"default matrix", I, DAT_CUSTOMBASE + 2, MSG_GETDEFAULT, "4567"},
     {"unknown type", C, 0x0042, MSG_GET, ""},
     {"unknown message", I, DAT_IMAGEINFO, MSG_SET, ""},
     {"another group", I, DAT_STATUS, MSG_GET, ""},
@@ -101,7 +100,6 @@ TEST_CASE("the feeder gives its pages, and is empty then") {
         VirtualHost host(row.settings);
         if (row.capability != 0) CHECK(host.set(row.capability, row.container) == "success");
         CHECK(host.enable() == "success");
-        CHECK(host.notes == Notes{MSG_XFERREADY});
         std::string counts;
         while (host.scanner.state() == 6)
             counts += " " + std::to_string(host.endTransfer());
@@ -138,6 +136,14 @@ TEST_CASE("an empty feeder is told in three ways") {
     CHECK(cancel.disable() == "success");  // the host has not seen the image yet
     CHECK(cancel.enable() == "success");
     CHECK(cancel.strip(8192) == "cancel");
+}
+
+TEST_CASE("a cancelled page ends the batch, a jam doesn't") {
+    for (const bool cancelled : {false, true}) {
+        VirtualHost host(cancelled ? "Pages=2 CancelAtPage=1" : "Pages=2 JamAtPage=1", 6);
+        CHECK(host.strip(8192) == (cancelled ? "cancel" : "failure 20"));
+        CHECK(host.endTransfer() == (cancelled ? 0 : 1));
+    }
 }
 
 TEST_CASE("the window scans and asks to be closed through the host's message loop") {
