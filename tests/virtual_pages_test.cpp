@@ -125,6 +125,12 @@ TEST_CASE("the user's own page is served pixel for pixel at its own resolution")
     CHECK(hexOf(renderPage(request, page)) == "434241464544494847636261666564696867");
     write(bmp.substr(0, bmp.size() - 1));
     CHECK_THROWS_WITH(BmpFile{path}, "the file ends too early");
+    std::string huge = bmp;
+    huge[18] = huge[19] = 0x55;  // 21845 x 65536 pixels, of 2 to the power of 32 bytes
+    huge[22] = 0;
+    huge[24] = 1;
+    write(huge);
+    CHECK_THROWS_WITH(BmpFile{path}, "the file ends too early");
     bmp[28] = 16;  // a depth that is not understood
     write(bmp);
     CHECK_THROWS_WITH(BmpFile{path}, "only uncompressed BMP files of 1, 4, 8 or 24 bits are understood");

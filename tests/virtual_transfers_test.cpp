@@ -154,3 +154,10 @@ TEST_CASE("a file that can't be written is reported, and none stays behind") {
     TW_SETUPFILEXFER setup{"page.tif", 0, 0};  // no format that it has
     CHECK(host.control(DAT_SETUPFILEXFER, MSG_SET, &setup) == "failure 10");
 }
+
+TEST_CASE("a page that no bitmap can hold is refused") {
+    VirtualHost host("Paper=100x100 BedWidth=100 BedHeight=100 Resolution=400", 6);  // 4.8 GB
+    TW_UINT32 handle = 0;
+    CHECK(host.image(DAT_IMAGENATIVEXFER, MSG_GET, &handle) == "failure 2");
+    CHECK(host.image(DAT_IMAGEFILEXFER, MSG_GET, nullptr) == "failure 22");
+}

@@ -181,7 +181,7 @@ Outcome ScannerCore::pendingTransfers(TW_UINT16 message, TW_MEMREF data) {
 
 Outcome ScannerCore::setupMemory(TW_UINT16 message, TW_MEMREF data) {
     if (message != MSG_GET) return failure(TWCC_BADPROTOCOL);
-    if (!stateIs(Open, Transferring)) return failure(TWCC_SEQERROR);
+    if (!stateIs(Open, Ready)) return failure(TWCC_SEQERROR);
     auto* setup = hostRecord<TW_SETUPMEMXFER>(data, message);
     if (!setup) return failure(TWCC_BADVALUE);
     parameters_.describeBuffers(*setup);
@@ -192,8 +192,7 @@ Outcome ScannerCore::setupFile(TW_UINT16 message, TW_MEMREF data) {
     const bool known =
         message == MSG_GET || message == MSG_GETDEFAULT || message == MSG_SET || message == MSG_RESET;
     if (!known || mechanismRefused(TWSX_FILE)) return failure(TWCC_BADPROTOCOL);
-    const bool changes = message == MSG_SET || message == MSG_RESET;
-    if (!stateIs(Open, changes ? Ready : Transferring)) return failure(TWCC_SEQERROR);
+    if (!stateIs(Open, Ready)) return failure(TWCC_SEQERROR);
     auto* setup = hostRecord<TW_SETUPFILEXFER>(data, message);
     if (!setup) return failure(TWCC_BADVALUE);
     if (message == MSG_SET) {

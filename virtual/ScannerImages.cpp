@@ -20,7 +20,7 @@ Outcome ScannerCore::imageInfo(TW_UINT16 message, TW_MEMREF data) {
 Outcome ScannerCore::imageLayout(TW_UINT16 message, TW_MEMREF data) {
     const bool changes = message == MSG_SET || message == MSG_RESET;
     if (!changes && !isGet(message)) return failure(TWCC_BADPROTOCOL);
-    if (changes ? state_ != Open : !stateIs(Open, Transferring)) return failure(TWCC_SEQERROR);
+    if (changes ? state_ != Open : !stateIs(Open, Ready)) return failure(TWCC_SEQERROR);
     auto* layout = hostRecord<TW_IMAGELAYOUT>(data, message);
     if (!layout) return failure(TWCC_BADVALUE);
     SetResult result = SetResult::Done;
@@ -113,7 +113,7 @@ Outcome ScannerCore::rgbResponse(TW_UINT16 message, TW_MEMREF data) {
 
 Outcome ScannerCore::palette(TW_UINT16 message, TW_MEMREF data) {
     if (message != MSG_GET && message != MSG_GETDEFAULT) return failure(TWCC_BADPROTOCOL);
-    if (!stateIs(Open, Transferring)) return failure(TWCC_SEQERROR);
+    if (!stateIs(Open, Ready)) return failure(TWCC_SEQERROR);
     auto* palette = hostRecord<TW_PALETTE8>(data, message);
     if (!palette) return failure(TWCC_BADVALUE);
     const PageRequest page = parameters_.request(1);
