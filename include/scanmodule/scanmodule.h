@@ -630,7 +630,9 @@ int WINAPI smGetScanCap(SmScanAbility* ability);
  * value counts on the host's own scale from scaleMin to scaleMax, which is mapped linearly onto the range
  * that the source named when it was opened, and rounded to the source's steps. Values outside the scale are
  * not clamped. scaleMin = scaleMax gives BAD_VALUE (a getter then writes 0). A getter that fails writes the
- * middle of the scale. For a source that names no range -1000 to 1000 stands, for each of the five.
+ * middle of the scale. For a source that names no range -1000 to 1000 stands, for each of the five. A getter
+ * rounds by adding a half and cutting, so that a negative value on the host's scale reads one higher: read on
+ * a scale that starts at 0.
  */
 
 /* Ordinals 14 to 21. */

@@ -5,6 +5,7 @@
 #include "Options.h"
 #include "RawCapability.h"
 #include "Text.h"
+#include "ToneValue.h"
 
 namespace smscan {
 
@@ -13,7 +14,6 @@ namespace {
 using WordGetter = int(WINAPI*)(unsigned short*);
 using WordsGetter = int(WINAPI*)(unsigned short*, unsigned short*, unsigned short*);
 using NumbersGetter = int(WINAPI*)(double*, double*, double*);
-using ToneGetter = int(WINAPI*)(short*, short, short);
 
 CapsRow row(const char* name, int result, std::vector<CapsField> fields, const char* unit = "") {
     if (result != SM_RESULT_OK) return {name, {}, conditionWords(result), unit};
@@ -74,8 +74,8 @@ CapsRow scaleRow(const char* name, NumbersGetter get) {
 
 // On the scale that smscan's own option uses.
 CapsRow toneRow(const char* name, ToneGetter get, int lowest, int highest) {
-    short value = 0;
-    const int result = get(&value, static_cast<short>(lowest), static_cast<short>(highest));
+    int value = 0;
+    const int result = readTone(get, lowest, highest, &value);
     return row(name, result,
                {{"current", static_cast<double>(value)},
                 {"min", static_cast<double>(lowest)},

@@ -7,6 +7,7 @@
 #include "Failure.h"
 #include "RawCapability.h"
 #include "Text.h"
+#include "ToneValue.h"
 
 namespace smscan {
 
@@ -93,7 +94,7 @@ struct Tone {
     int lowest;
     int highest;
     int(WINAPI* set)(short, short, short);
-    int(WINAPI* get)(short*, short, short);
+    ToneGetter get;
 };
 
 void applyTone(const Tone& tone) {
@@ -102,8 +103,8 @@ void applyTone(const Tone& tone) {
     const short highest = static_cast<short>(tone.highest);
     requireSet(format("%s %d", tone.option, *tone.value),
                tone.set(static_cast<short>(*tone.value), lowest, highest));
-    short got = 0;
-    if (tone.get(&got, lowest, highest) == SM_RESULT_OK)
+    int got = 0;
+    if (readTone(tone.get, lowest, highest, &got) == SM_RESULT_OK)
         compare(tone.option, std::to_string(*tone.value), std::to_string(got));
 }
 
