@@ -33,7 +33,7 @@ TEST_CASE("a switch is built in place, without lines of the codec, and sent as g
         check(-1, "SET # one BOOL 65535; result 0");
         check(2, "SET # one BOOL 2; result 0");
         CHECK(stage.viewer.traces().with("Buildup") == Lines{});
-        stage.windows.largestAllocation = sizeof(TW_ONEVALUE);
+        stage.windows.locksThatSucceed = 0;
         check(1, "! Memory alloc error in @; result 2");
         CHECK(stage.windows.ownedBlocks() == 0);
     }
