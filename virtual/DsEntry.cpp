@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "MemoryAccess.h"
 #include "VirtualScanner.h"
 
 namespace {
@@ -42,9 +43,10 @@ public:
         const TW_UINT16 result = scanner_.call(group, argumentType, message, data);
         const bool opened = group == DG_CONTROL && argumentType == DAT_IDENTITY && message == MSG_OPENDS &&
                             result == TWRC_SUCCESS;
-        if (opened && origin) host_ = *origin;
+        if (!opened) return result;
+        if (const auto* host = vscan::hostRecord<TW_IDENTITY>(origin, MSG_SET)) host_ = *host;
         // The manager numbers its sources; it knows this one again by the identity it opened.
-        if (opened && data) own_ = *static_cast<TW_IDENTITY*>(data);
+        if (const auto* own = vscan::hostRecord<TW_IDENTITY>(data, MSG_SET)) own_ = *own;
         return result;
     }
 
