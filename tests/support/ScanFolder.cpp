@@ -18,13 +18,16 @@ fs::path binFolder() {
     return fs::path(path).parent_path().parent_path();  // of bin\tests\this.exe
 }
 
-// A file that a program has as one of its standard handles.
+// A file that a program has as one of its standard handles. Each has a name of its own: Wine's desktop,
+// started by the first program, inherits the handle and keeps the file open for a while.
 class Capture {
 public:
-    explicit Capture(const std::string& path) : path_(path) {
+    explicit Capture(const std::string& folder) {
+        static int count = 0;
+        path_ = folder + "." + std::to_string(++count);
         SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
-        file_ = CreateFileA(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inheritable, CREATE_ALWAYS, 0,
-                            nullptr);
+        file_ = CreateFileA(path_.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, &inheritable,
+                            CREATE_ALWAYS, 0, nullptr);
     }
     ~Capture() {
         CloseHandle(file_);
@@ -91,8 +94,8 @@ std::string ScanFolder::run(const std::string& program, const std::string& argum
                             const std::string& settings, const Watcher& watcher) {
     const std::string file = (binFolder() / program).string();
     std::string command = "\"" + file + "\" " + arguments;
-    const Capture out(folder_ + ".out");
-    const Capture errors(folder_ + ".err");
+    const Capture out(folder_);
+    const Capture errors(folder_);
     STARTUPINFOA startup{};
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESTDHANDLES;
