@@ -22,6 +22,21 @@ BOOL WINAPI onConsoleEvent(DWORD) {
     return TRUE;
 }
 
+BOOL CALLBACK findOwnWindow(HWND window, LPARAM found) {
+    DWORD process = 0;
+    GetWindowThreadProcessId(window, &process);
+    const bool own = process == GetCurrentProcessId() && IsWindowVisible(window);
+    if (own && window != GetConsoleWindow()) *reinterpret_cast<bool*>(found) = true;
+    return TRUE;
+}
+
+// A window of the source's, as smscan's own is hidden.
+bool windowIsOpen() {
+    bool found = false;
+    EnumWindows(findOwnWindow, reinterpret_cast<LPARAM>(&found));
+    return found;
+}
+
 }  // namespace
 
 bool cancelRequested() {
@@ -55,12 +70,15 @@ void HostWindow::keepFailure(const Failure& failure) {
     if (!failure_) failure_ = failure;
 }
 
-HostWindow::End HostWindow::run(const ModuleLibrary& module, int timeoutSeconds) {
+HostWindow::End HostWindow::run(const ModuleLibrary& module, int timeoutSeconds, bool userAtWork) {
     touch();
     while (!finished_) {
         if (cancelRequested()) return End::Cancelled;
         const DWORD idle = GetTickCount() - lastActivity_;
-        if (timeoutSeconds > 0 && idle > static_cast<DWORD>(timeoutSeconds) * 1000) return End::TimedOut;
+        if (timeoutSeconds > 0 && idle > static_cast<DWORD>(timeoutSeconds) * 1000) {
+            if (!userAtWork || !windowIsOpen()) return End::TimedOut;
+            touch();
+        }
         MSG message;
         if (GetMessageA(&message, nullptr, 0, 0) <= 0) break;
         if (module.smIsDSEvent(&message)) continue;

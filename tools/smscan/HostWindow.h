@@ -41,9 +41,10 @@ public:
 
     enum class End { Finished, Cancelled, TimedOut };
 
-    // Gets messages until finish(), Ctrl+C, or nothing has happened for `timeoutSeconds` (0: no limit). Every
-    // message is offered to the module first. A timer keeps the loop going when there are none.
-    End run(const ModuleLibrary& module, int timeoutSeconds);
+    // Gets messages until finish(), Ctrl+C, or nothing has happened for `timeoutSeconds` (0: no limit; with
+    // `userAtWork` a window that is open counts as something). Every message is offered to the module first.
+    // A timer keeps the loop going when there are none.
+    End run(const ModuleLibrary& module, int timeoutSeconds, bool userAtWork);
 
 private:
     static LRESULT CALLBACK windowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);

@@ -74,7 +74,7 @@ void scan(const ModuleLibrary& module, const Options& options, const PageNames& 
     setPageCount(module, options.pages);
     PageReceiver receiver(module, options, names, window);
     source.enable(options.ui);
-    const HostWindow::End end = window.run(module, options.ui ? 0 : options.timeoutSeconds);
+    const HostWindow::End end = window.run(module, options.timeoutSeconds, options.ui);
     source.close();
     reportEnd(end, receiver, window, options);
 }

@@ -101,7 +101,7 @@ void scanOneShot(const ModuleLibrary& module, const Options& options, const Page
                    productName(module).c_str())};
     }
     const bool resolutionKnown = worksInInches(module);
-    const HostWindow::End end = window.run(module, options.ui ? 0 : options.timeoutSeconds);
+    const HostWindow::End end = window.run(module, options.timeoutSeconds, options.ui);
     module.smDisableDS();
     module.smCloseDS();
     if (written) keepPage(file, names.pathOf(1), resolutionKnown ? settings.Resolution : 0);
