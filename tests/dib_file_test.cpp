@@ -288,17 +288,14 @@ TEST_CASE("a file that can't be made any more") {
         CAPTURE(native);
         OneShotStage stage({imagePage(TWPT_GRAY, 8, 4, 4, 4)});
         // A folder takes the place of the file that the look at the disk has made.
-        const auto obstruct = [&] {
+        const auto obstruct = [&](TW_MEMREF) {
             DeleteFileA(stage.path.c_str());
             CreateDirectoryA(stage.path.c_str(), nullptr);
         };
-        stage.manager.answer(operation::setupMemory, fill<TW_SETUPMEMXFER>([&](TW_SETUPMEMXFER& sizes) {
-                                 sizes = {64, 1000, 100};
-                                 obstruct();
-                             }));
-        stage.handOver(Bytes(100), obstruct);
+        stage.manager.answer(operation::setupMemory, {TWRC_SUCCESS, TWCC_SUCCESS, {}, obstruct});
+        stage.manager.answer(operation::nativeTransfer, {TWRC_XFERDONE, TWCC_SUCCESS, {}, obstruct});
         CHECK(stage.scan(native ? SM_MECH_NATIVE : SM_MECH_MEMORY) == -3);
-        CHECK(stage.viewer.warnings() ==
+        CHECK(stage.viewer.warnings().with("file") ==
               Lines{inMethod("Create file error", native ? "WriteDIBHandleToFile" : "PrestoScanDoMemXfer")});
         CHECK(stage.windows.memoryComplaints() == Lines{});
         CHECK(RemoveDirectoryA(stage.path.c_str()));

@@ -29,15 +29,15 @@ void OneShotStage::refuseMechanisms(int count) {
         manager.answerNext(operation::set(ICAP_XFERMECH), failWith(TWCC_BADVALUE));
 }
 
-void OneShotStage::handOver(const Bytes& dib, std::function<void()> before) {
-    manager.answer(operation::nativeTransfer, {TWRC_XFERDONE, TWCC_SUCCESS, {}, [=](TW_MEMREF data) {
-                                                   if (before) before();
-                                                   const HGLOBAL block = GlobalAlloc(GHND, dib.size());
-                                                   std::memcpy(GlobalLock(block), dib.data(), dib.size());
-                                                   GlobalUnlock(block);
-                                                   ModuleCalls::adopt(block);
-                                                   *static_cast<HGLOBAL*>(data) = block;
-                                               }});
+void OneShotStage::handOver(const Bytes& dib) {
+    const auto give = [=](TW_MEMREF data) {
+        const HGLOBAL block = GlobalAlloc(GHND, dib.size());
+        std::memcpy(GlobalLock(block), dib.data(), dib.size());
+        GlobalUnlock(block);
+        ModuleCalls::adopt(block);
+        *static_cast<HGLOBAL*>(data) = block;
+    };
+    manager.answer(operation::nativeTransfer, {TWRC_XFERDONE, TWCC_SUCCESS, {}, give});
 }
 
 void OneShotStage::start(unsigned short mechanism) {

@@ -15,8 +15,8 @@ public:
     // Opening the source sets memory transfer; after that so many of memory, file and native transfer are
     // refused.
     void refuseMechanisms(int count);
-    // What a native transfer hands over; `before` runs first.
-    void handOver(const Bytes& dib, std::function<void()> before = nullptr);
+    // What a native transfer hands over.
+    void handOver(const Bytes& dib);
     // Opens the source by a one-shot scan, for this mechanism; forgets what was recorded on the way.
     void start(unsigned short mechanism = SM_MECH_MEMORY);
     // The image is ready: gives the result that the host is told, and checks the messages around it.

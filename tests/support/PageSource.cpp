@@ -117,13 +117,7 @@ TW_UINT16 PageSource::giveStrip(TW_IMAGEMEMXFER& transfer) {
     const Strip& strip = pages_.front().strips[nextStrip_++];
     if (strip.returnCode == TWRC_FAILURE) return fail(strip.conditionCode);
     transfer.Compression = pages_.front().info.Compression;
-    const StripFacts& facts = strip.facts;
-    transfer.BytesPerRow = facts.bytesPerRow;
-    transfer.Columns = facts.columns;
-    transfer.Rows = facts.rows;
-    transfer.XOffset = facts.xOffset;
-    transfer.YOffset = facts.yOffset;
-    transfer.BytesWritten = facts.bytesWritten;
+    std::memcpy(&transfer.BytesPerRow, &strip.facts, sizeof strip.facts);
     const size_t size = std::min<size_t>(strip.bytes.size(), transfer.Memory.Length);
     if (size != 0) std::memcpy(transfer.Memory.TheMem, strip.bytes.data(), size);
     return strip.returnCode;

@@ -9,7 +9,7 @@
 
 using Bytes = std::vector<uint8_t>;
 
-// What a source says of a strip.
+// What a source says of a strip: those members of a TW_IMAGEMEMXFER, in its order.
 struct StripFacts {
     TW_UINT32 bytesPerRow = 0;
     TW_UINT32 columns = 0;
