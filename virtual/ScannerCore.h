@@ -91,7 +91,6 @@ private:
     bool readyUnseen_ = false;
     std::optional<MemoryTransfer> transfer_;
     std::string fileName_ = defaultFileName;
-    TW_UINT32 autoExposure_ = 0;
 
     static constexpr const char* defaultFileName = "TWAIN.BMP";
 };

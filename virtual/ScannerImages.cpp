@@ -127,15 +127,12 @@ Outcome ScannerCore::palette(TW_UINT16 message, TW_MEMREF data) {
     return success();
 }
 
-// The block's first 32 bits say whether and how the scanner chooses the exposure. They are taken note of; the
-// pages of this scanner are always exposed well.
+// The block's first 32 bits say whether and how the scanner chooses the exposure. The pages of this one are
+// always exposed well.
 Outcome ScannerCore::autoExposure(TW_UINT16 message, TW_MEMREF data) {
     if (message != MSG_SET) return failure(TWCC_BADPROTOCOL);
     if (state_ != Open) return failure(TWCC_SEQERROR);
-    const auto* block = hostRecord<TW_UINT32>(data, MSG_SET);
-    if (!block) return failure(TWCC_BADVALUE);
-    autoExposure_ = *block;
-    return success();
+    return hostRecord<TW_UINT32>(data, MSG_SET) ? success() : failure(TWCC_BADVALUE);
 }
 
 // Nine numbers, row by row: how red, green and blue are mixed. This scanner mixes nothing.

@@ -65,19 +65,34 @@ void keepPage(UnfinishedFile& file, const std::string& path, int dotsPerInch) {
     tell(pageLine(path, facts, {dotsPerInch, dotsPerInch}));
 }
 
+void checkPath(const std::string& path) {
+    // The route decides whether a '%' is a directive, and the source decides the route.
+    if (path.find('%') != std::string::npos)
+        throw Failure{ExitCode::Usage, "With --presto the path must not contain a per cent sign."};
+    if (path.size() >= SM_FILE_NAME_SIZE)
+        throw Failure{ExitCode::CannotWrite,
+                      format("The path \"%s\" is too long for --presto (255 characters).", path.c_str())};
+}
+
+[[noreturn]] void failStart(const ModuleLibrary& module, HWND parent) {
+    module.smCloseDS();
+    const OpenSource probe(module, parent);  // names the reason when it is the source's opening
+    throw Failure{
+        ExitCode::SourceError,
+        format(
+            "The source \"%s\" can be opened, but refuses the one-shot scan. Scan without --presto to learn "
+            "more.",
+            productName(module).c_str())};
+}
+
 }  // namespace
 
 void scanOneShot(const ModuleLibrary& module, const Options& options, const PageNames& names,
                  HostWindow& window) {
     UnfinishedFile file(fullPath(names.pathOf(1)));
-    // The route decides whether a '%' is a directive, and the source decides the route.
-    if (file.name().find('%') != std::string::npos)
-        throw Failure{ExitCode::Usage, "With --presto the path must not contain a per cent sign."};
-    if (file.name().size() >= SM_FILE_NAME_SIZE)
-        throw Failure{
-            ExitCode::CannotWrite,
-            format("The path \"%s\" is too long for --presto (255 characters).", file.name().c_str())};
+    checkPath(file.name());
     const PrestoScanSettings settings = settingsFrom(options);
+    bool resolutionKnown = true;
     bool written = false;
     window.on(SM_MESSAGE_SCANTOFILEGETNAME, [&](WPARAM, LPARAM buffer) {
         std::memcpy(reinterpret_cast<char*>(buffer), file.name().c_str(), file.name().size() + 1);
@@ -85,29 +100,22 @@ void scanOneShot(const ModuleLibrary& module, const Options& options, const Page
     window.on(SM_MESSAGE_SCANTOFILEXFEREND, [&](WPARAM wParam, LPARAM) {
         const int result = static_cast<int>(wParam);
         if (result != SM_SCANTOFILE_DONE) failTransfer(result);
+        // At once: the module may ask for more pages now, and wait for long.
+        keepPage(file, names.pathOf(1), resolutionKnown ? settings.Resolution : 0);
         written = true;
     });
     window.on(SM_MESSAGE_SCANTOFILEDSCLOSED, [&](WPARAM, LPARAM) { window.finish(); });
     // Not sent by a one-shot scan, except when the source's window is closed before it began.
     window.on(SM_MESSAGE_CLOSEDSREQ, [&](WPARAM, LPARAM) { window.finish(); });
 
-    if (!module.smPrestoScan(window.handle(), "smscan", &settings)) {
-        module.smCloseDS();
-        const OpenSource probe(module, window.handle());  // names the reason when it is the source's opening
-        throw Failure{
-            ExitCode::SourceError,
-            format("The source \"%s\" can be opened, but refuses the one-shot scan. Scan without --presto to "
-                   "learn more.",
-                   productName(module).c_str())};
-    }
-    const bool resolutionKnown = worksInInches(module);
+    if (!module.smPrestoScan(window.handle(), "smscan", &settings)) failStart(module, window.handle());
+    resolutionKnown = worksInInches(module);
     const HostWindow::End end = window.run(module, options.timeoutSeconds, options.ui);
     module.smDisableDS();
     module.smCloseDS();
-    if (written) keepPage(file, names.pathOf(1), resolutionKnown ? settings.Resolution : 0);
+    if (window.failure()) throw withLeftover(*window.failure(), file);
     if (written && options.pages != 1)
         note("Note: a one-shot scan is one page. Run it again for the next one, or scan without --presto.");
-    if (window.failure()) throw withLeftover(*window.failure(), file);
     if (written) return;
     if (end == HostWindow::End::TimedOut)
         throw Failure{

@@ -42,7 +42,6 @@ public:
     ~UnfinishedFile();
 
     const std::string& name() const { return unfinished_; }
-    const std::string& finalName() const { return path_; }
 
     // Gives the file its final name, in place of an older one. Throws Failure.
     void keep();
