@@ -5,22 +5,6 @@
 
 namespace {
 
-enum VendorCapability : TW_UINT16 {
-    kvVersion = 0x8001,
-    kvDraftScan = 0x8004,
-    kvExposureMode = 0x8005,
-    kvLut1 = 0x8007,
-    kvLut2 = 0x8008,
-    kvColorCorrection = 0x8009,
-    kvDescreening = 0x800a,
-    kvDescreeningMaxResolution = 0x800b,
-    kvUnsharpMask = 0x800e,
-    kvUiMode = 0x800f,
-    kvPimFlag = 0x8010
-};
-
-enum VendorDataType : TW_UINT16 { kvAutoExposure = 0x8001, kvDefaultRgbMatrix = 0x8002 };
-
 constexpr unsigned vendorContainers = OneValue | EnumCurrent;
 
 // Kept: the source's mode 2 reads as 0 like every unknown one.
@@ -68,12 +52,12 @@ int32_t TScanModule::callImage(const MethodTrace& trace, TW_UINT16 argumentType,
 
 int32_t TScanModule::SetKvUnSharpMask(BOOL on) {
     const MethodTrace trace{"TScanModule::SetKvUnSharpMask"};
-    return setSwitch(trace, kvUnsharpMask, on);
+    return setSwitch(trace, KV_UNSHARPMASK, on);
 }
 
 int32_t TScanModule::GetKvUnSharpMask(uint16_t* on) {
     const MethodTrace trace{"TScanModule::GetKvUnSharpMask"};
-    return getValue(trace, {kvUnsharpMask, currentThenAll, vendorContainers}, on);
+    return getValue(trace, {KV_UNSHARPMASK, currentThenAll, vendorContainers}, on);
 }
 
 int32_t TScanModule::SetClearPage(BOOL on) {
@@ -90,14 +74,14 @@ int32_t TScanModule::GetClearPage(uint16_t* on) {
 
 int32_t TScanModule::SetKvUIMode(uint16_t mode) {
     const MethodTrace trace{"TScanModule::SetKvUIMode"};
-    return setValue(trace, {kvUiMode, uint16Type, buildReturnFailure}, mode);
+    return setValue(trace, {KV_UIMODE, uint16Type, buildReturnFailure}, mode);
 }
 
 int32_t TScanModule::GetKvUIMode(uint16_t* mode) {
     const MethodTrace trace{"TScanModule::GetKvUIMode"};
     if (const int32_t refused = checkReady(trace)) return refused;
     return ask(
-        trace, kvUiMode, currentThenAll,
+        trace, KV_UIMODE, currentThenAll,
         [&](const TW_CAPABILITY& cap) {
             TW_UINT32 value;
             const Reading reading = readValue(cap, vendorContainers, value);
@@ -112,18 +96,18 @@ int32_t TScanModule::SetPIMFlag(BOOL on) {
     const MethodTrace trace{"TScanModule::SetPIMFlag"};
     // Kept: no state check of its own.
     if (const int32_t refused = checkAvailable(trace)) return refused;
-    return sendSwitch(trace, kvPimFlag, on);
+    return sendSwitch(trace, KV_PIMFLAG, on);
 }
 
 int32_t TScanModule::GetPIMFlag(uint16_t* on) {
     const MethodTrace trace{"TScanModule::GetPIMFlag"};
-    return getValue(trace, {kvPimFlag, currentThenAll, vendorContainers}, on);
+    return getValue(trace, {KV_PIMFLAG, currentThenAll, vendorContainers}, on);
 }
 
 int32_t TScanModule::GetKvVersion(uint16_t* version) {
     const MethodTrace trace{"TScanModule::GetKvVersion"};
     if (const int32_t refused = checkReady(trace)) return refused;
-    TW_CAPABILITY cap = {kvVersion, TWON_ONEVALUE, nullptr};
+    TW_CAPABILITY cap = {KV_VERSION, TWON_ONEVALUE, nullptr};
     if (CapNegotiate(MSG_GET, &cap) != TWRC_SUCCESS) {
         trace.warn("CapNegotiate returns failure");
         *version = 0;
@@ -140,42 +124,42 @@ int32_t TScanModule::GetKvVersion(uint16_t* version) {
 
 int32_t TScanModule::GetKvLUT1(uint16_t* table) {
     const MethodTrace trace{"TScanModule::GetKvLUT1"};
-    return getValue(trace, {kvLut1, currentThenAll, vendorContainers}, table);
+    return getValue(trace, {KV_LUT1, currentThenAll, vendorContainers}, table);
 }
 
 int32_t TScanModule::GetKvLUT2(uint16_t* table) {
     const MethodTrace trace{"TScanModule::GetKvLUT2"};
     // Kept: no state check of its own.
     if (const int32_t refused = checkAvailable(trace)) return refused;
-    const Answer answer = askValue(trace, {kvLut2, currentThenAll, vendorContainers});
+    const Answer answer = askValue(trace, {KV_LUT2, currentThenAll, vendorContainers});
     if (answer.value) *table = static_cast<uint16_t>(*answer.value);
     return answer.result;
 }
 
 int32_t TScanModule::GetKvCC(uint16_t* correction) {
     const MethodTrace trace{"TScanModule::GetKvCC"};
-    return getValue(trace, {kvColorCorrection, currentThenAll, vendorContainers}, correction);
+    return getValue(trace, {KV_COLORCORRECTION, currentThenAll, vendorContainers}, correction);
 }
 
 int32_t TScanModule::SetKvDraftScan(BOOL on) {
     const MethodTrace trace{"TScanModule::SetKvDraftScan"};
-    return setSwitch(trace, kvDraftScan, on);
+    return setSwitch(trace, KV_DRAFTSCAN, on);
 }
 
 int32_t TScanModule::SetKvDescreeing(BOOL on) {
     const MethodTrace trace{"TScanModule::SetKvDescreeing"};
-    return setSwitch(trace, kvDescreening, on);
+    return setSwitch(trace, KV_DESCREENING, on);
 }
 
 int32_t TScanModule::SetKvExposureMode(uint16_t mode) {
     const MethodTrace trace{"TScanModule::SetKvExposureMode"};
-    return setValue(trace, {kvExposureMode, uint16Type, buildReturnFailure}, mode);
+    return setValue(trace, {KV_EXPOSUREMODE, uint16Type, buildReturnFailure}, mode);
 }
 
 int32_t TScanModule::GetMaxResForKvDescreeing(double* resolution) {
     const MethodTrace trace{"TScanModule::GetMaxResForKvDescreeing"};
     if (const int32_t refused = checkReady(trace)) return refused;
-    const Answer answer = askValue(trace, {kvDescreeningMaxResolution, allOnly, vendorContainers});
+    const Answer answer = askValue(trace, {KV_DESCREENINGLIMIT, allOnly, vendorContainers});
     if (answer.value) *resolution = fix32ToNumber(fix32FromBits(*answer.value));
     return answer.result;
 }
@@ -183,13 +167,13 @@ int32_t TScanModule::GetMaxResForKvDescreeing(double* resolution) {
 int32_t TScanModule::SetKvAutoExposureMode(void* block) {
     const MethodTrace trace{"TScanModule::SetKvAutoExposureMode"};
     if (const int32_t refused = checkReady(trace)) return refused;
-    return callImage(trace, kvAutoExposure, MSG_SET, block);
+    return callImage(trace, KV_DAT_AUTOEXPOSURE, MSG_SET, block);
 }
 
 int32_t TScanModule::GetKvDefaultRgbMatrix(void* block) {
     const MethodTrace trace{"TScanModule::GetKvDefaultRgbMatrix"};
     if (const int32_t refused = checkReady(trace)) return refused;
-    return callImage(trace, kvDefaultRgbMatrix, MSG_GETDEFAULT, block);
+    return callImage(trace, KV_DAT_DEFAULTRGBMATRIX, MSG_GETDEFAULT, block);
 }
 
 int32_t TScanModule::SetKvRgbResponse(void* response) {

@@ -139,17 +139,17 @@ void CapabilityTable::addToneAndVendor(const VirtualScannerSettings& settings) {
     add(range(ICAP_THRESHOLD, 0, 255, 1, 128));
     add(oneValue(ICAP_GAMMA, TWTY_FIX32, 1, 0.1, 10));
     add(enumeration(ICAP_LIGHTPATH, {TWLP_REFLECTIVE, TWLP_TRANSMISSIVE}, TWLP_REFLECTIVE));
-    add(readOnly(KvVersion, TWTY_UINT16, settings.firmwareVersion));
-    add(boolean(KvDraftScan, false));
-    add(enumeration(KvExposureMode, {0, 1, 2}, 0));
-    add(enumeration(KvLut1, {0, 1}, 0));
-    add(enumeration(KvLut2, {0, 1, 2}, 0));
-    add(enumeration(KvColorCorrection, {0, 1, 2}, 0));
-    add(boolean(KvDescreening, false));
-    add(readOnly(KvDescreeningLimit, TWTY_FIX32, 300, CapabilityUnit::PerInch));
-    add(boolean(KvUnsharpMask, false));
-    add(enumeration(KvUiMode, {0, 1, 2, 3}, 0));
-    add(boolean(KvPimFlag, false));
+    add(readOnly(KV_VERSION, TWTY_UINT16, settings.firmwareVersion));
+    add(boolean(KV_DRAFTSCAN, false));
+    add(enumeration(KV_EXPOSUREMODE, {0, 1, 2}, 0));
+    add(enumeration(KV_LUT1, {0, 1}, 0));
+    add(enumeration(KV_LUT2, {0, 1, 2}, 0));
+    add(enumeration(KV_COLORCORRECTION, {0, 1, 2}, 0));
+    add(boolean(KV_DESCREENING, false));
+    add(readOnly(KV_DESCREENINGLIMIT, TWTY_FIX32, 300, CapabilityUnit::PerInch));
+    add(boolean(KV_UNSHARPMASK, false));
+    add(enumeration(KV_UIMODE, {0, 1, 2, 3}, 0));
+    add(boolean(KV_PIMFLAG, false));
 }
 
 void CapabilityTable::hideRefused(const VirtualScannerSettings& settings) {

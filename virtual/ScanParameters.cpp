@@ -141,10 +141,10 @@ PageRequest ScanParameters::request(int pageNumber) const {
     request.tone.threshold = table_.value(ICAP_THRESHOLD);
     request.tone.gamma = table_.value(ICAP_GAMMA);
     request.tone.response = response_;
-    request.draft = table_.flag(KvDraftScan);
-    request.unsharpMask = table_.flag(KvUnsharpMask);
+    request.draft = table_.flag(KV_DRAFTSCAN);
+    request.unsharpMask = table_.flag(KV_UNSHARPMASK);
     request.descreen =
-        table_.flag(KvDescreening) && table_.value(ICAP_XRESOLUTION) <= table_.value(KvDescreeningLimit);
+        table_.flag(KV_DESCREENING) && table_.value(ICAP_XRESOLUTION) <= table_.value(KV_DESCREENINGLIMIT);
     return request;
 }
 

@@ -323,6 +323,22 @@ enum {
     CAP_CUSTOMBASE = 0x8000
 };
 
+/* The scanner maker's own: capabilities, and the types of DG_IMAGE data (DAT_) */
+enum {
+    KV_VERSION = 0x8001,
+    KV_DRAFTSCAN = 0x8004,
+    KV_EXPOSUREMODE = 0x8005,
+    KV_LUT1 = 0x8007,
+    KV_LUT2 = 0x8008,
+    KV_COLORCORRECTION = 0x8009,
+    KV_DESCREENING = 0x800a,
+    KV_DESCREENINGLIMIT = 0x800b,
+    KV_UNSHARPMASK = 0x800e,
+    KV_UIMODE = 0x800f,
+    KV_PIMFLAG = 0x8010
+};
+enum { KV_DAT_AUTOEXPOSURE = 0x8001, KV_DAT_DEFAULTRGBMATRIX = 0x8002 };
+
 /* Capability values */
 enum { TWSX_NATIVE = 0, TWSX_FILE = 1, TWSX_MEMORY = 2 };
 enum {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <scanmodule/twain_types.h>
 #include <windows.h>
 
 #include <cstdint>
@@ -15,9 +16,9 @@ enum CapabilityId : unsigned short {
     CapabilityIndicators = 0x100b,
     CapabilityLightPath = 0x111e,
     CapabilityThreshold = 0x1123,
-    CapabilityDraftScan = 0x8004,
-    CapabilityExposureMode = 0x8005,
-    CapabilityDescreening = 0x800a,
+    CapabilityDraftScan = KV_DRAFTSCAN,
+    CapabilityExposureMode = KV_EXPOSUREMODE,
+    CapabilityDescreening = KV_DESCREENING,
 };
 
 // smCapNegotiate.
