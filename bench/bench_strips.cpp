@@ -8,8 +8,8 @@
 #include <cstring>
 #include <vector>
 
-#include "GlobalBuffer.h"
-#include "StripConversion.h"
+#include "base/GlobalBuffer.h"
+#include "transfer/StripConversion.h"
 
 namespace {
 

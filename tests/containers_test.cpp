@@ -1,13 +1,13 @@
 // The codec of capability containers: layouts, widths, selections, failures, and what a source may not make
 // it do, tried directly and through the getters.
-#include "Containers.h"
+#include "capabilities/Containers.h"
 
 #include <doctest.h>
 
 #include <cstring>
 
 #include "Stage.h"
-#include "Trace.h"
+#include "base/Trace.h"
 
 namespace {
 

@@ -1,12 +1,12 @@
 // What the module makes of a host's numbers, as pure functions: the scales of tones and the settings of
 // a one-shot scan.
-#include <PrestoSettings.h>
 #include <doctest.h>
 
 #include <cstring>
 #include <string>
 
-#include "ToneMapping.h"
+#include "capabilities/ToneMapping.h"
+#include "oneshot/OneShotSettings.h"
 
 namespace {
 
@@ -23,12 +23,12 @@ using Settings = PrestoScanSettings;
 // Changes otherwise sensible settings, before the validation and after it.
 template <class Before, class After>
 void checkSettings(Before before, After after) {
-    Settings settings = defaultPrestoSettings(8, 11);
+    Settings settings = defaultOneShotSettings(8, 11);
     settings.ShowUI = 0;
     Settings wanted = settings;
     before(settings);
     after(wanted);
-    validatePrestoSettings(settings);
+    validateOneShotSettings(settings);
     CHECK(std::memcmp(&settings, &wanted, sizeof wanted) == 0);
 }
 
@@ -119,6 +119,6 @@ TEST_CASE("the defaults: the whole area in gray, from the feeder, with both wind
     wanted.BrightnessMax = wanted.ContrastMax = 1000;
     wanted.Highlight = wanted.HighlightMax = wanted.ShadowMax = 255;
     wanted.ModalUI = wanted.ShowUI = wanted.FeederEnable = 1;
-    const Settings defaults = defaultPrestoSettings(8.5, 14.0);
+    const Settings defaults = defaultOneShotSettings(8.5, 14.0);
     CHECK(std::memcmp(&defaults, &wanted, sizeof wanted) == 0);
 }

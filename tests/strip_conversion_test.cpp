@@ -1,5 +1,5 @@
 // Byte and channel exchanges in place: both paths, every shape of a strip, nothing touched outside it.
-#include "StripConversion.h"
+#include "transfer/StripConversion.h"
 
 #include <doctest.h>
 

@@ -1,0 +1,13 @@
+// The state of the one-shot scan and of the writer of BMP files.
+#pragma once
+
+#include <scanmodule/scanmodule.h>
+
+struct OneShot {
+    PrestoScanSettings settings = {};
+    // Set by the first one-shot scan and, on purpose, never cleared.
+    bool active = false;
+    // Kept: one counter for the whole module; an image abandoned after its first plane shifts the next one's
+    // colours.
+    int planeCounter = 2;
+};

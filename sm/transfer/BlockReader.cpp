@@ -1,0 +1,114 @@
+// Memory transfer, pulled: each call fetches one strip into the host's buffer.
+#include <algorithm>
+#include <cstring>
+
+#include "TScanModule.h"
+#include "base/Names.h"
+
+namespace {
+
+// Whether a row can be as wide as the strip says.
+bool isPossible(const PulledImage& image, const TW_IMAGEMEMXFER& strip) {
+    if (image.width > 0) return strip.Columns <= static_cast<uint32_t>(image.width);
+    return static_cast<uint64_t>(strip.Columns) * image.bitsPerPixel <=
+           static_cast<uint64_t>(strip.BytesPerRow) * 8;
+}
+
+// Copies row by row, without the source's padding. Kept: whole rows, so the last one may run past `size` by
+// less than a row. A strip that claims a row wider than it can be is cut at `size`.
+uint32_t copyRows(const PulledImage& image, uint8_t* destination, uint32_t size, const TW_IMAGEMEMXFER& strip,
+                  const GlobalBuffer& buffer) {
+    const uint64_t rowBytes = static_cast<uint64_t>(image.bytesPerPixel) * strip.Columns;
+    if (rowBytes == 0) return 0;
+    const bool honest = isPossible(image, strip);
+    uint64_t offset = 0;
+    uint32_t count = 0;
+    for (uint32_t row = 0; row < strip.Rows && count < size && offset < buffer.size(); ++row) {
+        const auto taken =
+            static_cast<uint32_t>(honest ? rowBytes : std::min<uint64_t>(rowBytes, size - count));
+        // Beyond the buffer's end there is nothing to copy; packed depths count more bytes than they have.
+        std::memcpy(destination + count, buffer.data() + offset,
+                    static_cast<size_t>(std::min<uint64_t>(taken, buffer.size() - offset)));
+        count += taken;
+        offset += strip.BytesPerRow;
+    }
+    return count;
+}
+
+uint32_t copyStrip(const PulledImage& image, uint8_t* destination, uint32_t size,
+                   const TW_IMAGEMEMXFER& strip, const GlobalBuffer& buffer) {
+    if (strip.BytesWritten == 0) return 0;
+    if (static_cast<uint64_t>(image.bytesPerPixel) * strip.Columns != strip.BytesPerRow) {
+        return copyRows(image, destination, size, strip, buffer);
+    }
+    // Kept: what doesn't fit is dropped.
+    const uint32_t count = std::min<uint32_t>(size, strip.BytesWritten);
+    std::memcpy(destination, buffer.data(), count);
+    return count;
+}
+
+// One strip; the result decides only whether all images end.
+int32_t pullStrip(TScanModule& module, Link& link, Transfers& transfers, const MethodTrace& trace,
+                  uint8_t* destination, uint32_t size, uint32_t* count) {
+    PulledImage& image = transfers.pulled;
+    StripBufferSizes sizes = image.sizes;
+    if (std::strcmp(link.dataSource.Manufacturer, brandName) == 0) {
+        sizes.preferred = size;
+    } else {
+        image.sizes.preferred = sizes.preferred = std::min(sizes.preferred, size);
+    }
+    transfers.clearCancel();
+    transfers.area.buffer = SmBufferDescriptor{};
+    GlobalBuffer buffer;
+    if (!allocateStripBuffer(trace, sizes, buffer)) return TWCC_LOWMEMORY;
+
+    uint16_t pending;
+    TW_IMAGEMEMXFER strip = makeStripRequest(buffer.data(), buffer.size());
+    const TW_UINT16 code = fetchStrip(link, strip, buffer.size());
+    if (code == TWRC_CANCEL) {
+        image.bytesPerPixel = 0;
+        *count = imageOver;
+        module.EndThisXfer(&pending);
+        module.EndAllXfer();
+        return 0;
+    }
+    if (code != TWRC_SUCCESS && code != TWRC_XFERDONE) {
+        const int32_t result = link.conditionCode();
+        if (result == TWCC_OPERATIONERROR) {
+            module.EndAllXfer();
+            *count = imageOver;
+        }
+        return result;
+    }
+    *count = copyStrip(image, destination, size, strip, buffer);
+    buffer.Free();
+    if (!transfers.cancelRequested() && code == TWRC_XFERDONE) {
+        // Kept: how long the last strip is isn't said; its bytes are in the host's buffer.
+        image.bytesPerPixel = 0;
+        *count = imageOver;
+        module.EndThisXfer(&pending);
+    }
+    return 0;
+}
+
+}  // namespace
+
+void TScanModule::ReadBlock(uint8_t* destination, uint32_t size, uint32_t* count) {
+    // Kept: all its lines name the pushed form.
+    const MethodTrace trace{"TScanModule::DoMemXfer"};
+    PulledImage& image = transfers_.pulled;
+    if (image.bytesPerPixel == 0) {
+        GetMemXferSize(&image.sizes.min, &image.sizes.max, &image.sizes.preferred);
+        TW_IMAGEINFO info = {};
+        link_.imageInfo(info);
+        image.bytesPerPixel = info.PixelType == TWPT_RGB ? 3 : 1;
+        image.width = info.ImageWidth;
+        image.bitsPerPixel = static_cast<uint16_t>(info.BitsPerPixel);
+    }
+    const int32_t result = pullStrip(*this, link_, transfers_, trace, destination, size, count);
+    if (transfers_.cancelAll || result == TWCC_OPERATIONERROR) {
+        // Kept: after an operation error for the second time.
+        *count = imageOver;
+        EndAllXfer();
+    }
+}

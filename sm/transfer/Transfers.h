@@ -1,0 +1,27 @@
+// The state of the running transfers, and what the three mechanisms share.
+#pragma once
+
+#include <cstdint>
+
+#include "base/Trace.h"
+#include "link/Link.h"
+#include "transfer/StripBuffer.h"
+#include "transfer/StripConversion.h"
+#include "transfer/TransferRecords.h"
+
+struct Transfers {
+    TransferRecords records = {};
+    TransferArea area = {};
+    bool cancelThis = false;
+    bool cancelAll = false;
+    uint16_t pendingCount = 0;
+    PulledImage pulled = {};
+    // Asked once: under virtualisation the question is a slow one.
+    const ConversionPath conversion = fastestConversionPath();
+
+    bool cancelRequested() const { return cancelThis || cancelAll; }
+    void clearCancel() { cancelThis = cancelAll = false; }
+};
+
+// Reports a cancelled or failed native or file transfer; gives what XferEnd reports.
+int32_t transferFailed(Link& link, const Caller& caller, TW_UINT16 code);
