@@ -36,7 +36,7 @@ TW_IDENTITY makeIdentity(HINSTANCE instance) {
 
 }  // namespace
 
-TScanModule::TScanModule(HINSTANCE instance) : instance_(instance) {
+TScanModule::TScanModule(HINSTANCE instance) : link_(instance) {
     trace::setUp();
     for (const char* line : {startBanner, startRule, startBlank})
         traceText(line);

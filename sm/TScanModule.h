@@ -179,7 +179,6 @@ public:
     void PrestoScanDoNativeXfer();
 
 private:
-    HINSTANCE instance_;
     Link link_;
     UserInterface ui_;
     Host host_;

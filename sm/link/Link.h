@@ -20,9 +20,14 @@ enum SessionState : uint32_t {
 
 class Link {
 public:
+    explicit Link(HINSTANCE module) : instance(module) {}
+
+    // What this module tells the manager about itself.
     TW_IDENTITY application = {};
     // All zero while no source is chosen.
     TW_IDENTITY dataSource = {};
+    // Of this module: where its resources are.
+    const HINSTANCE instance;
     SessionState state = stateNotLoaded;
 
     // Loading. The manager is loaded on demand: isAvailable tries again when it isn't there.

@@ -73,14 +73,8 @@ public:
     };
 
     OneShotRun(const MethodTrace& trace, TScanModule& module, Link& link, const Host& host,
-               HINSTANCE instance, const PrestoScanSettings& settings, TracePoint at = TracePoint::here())
-        : trace_(trace),
-          caller_(trace, at),
-          module_(module),
-          link_(link),
-          host_(host),
-          instance_(instance),
-          settings_(settings) {}
+               const PrestoScanSettings& settings, TracePoint at = TracePoint::here())
+        : trace_(trace), caller_(trace, at), module_(module), link_(link), host_(host), settings_(settings) {}
 
     // The whole of one one-shot transfer: name, image, report, end of the session.
     void run(const Route& route) {
@@ -162,8 +156,8 @@ private:
         }
         if (!isStorable(info)) {
             caller_.warn("Invalid pixel type");
-            MessageBoxA(GetFocus(), ResourceText{instance_, IDS_INVALID_PIXEL_TYPE}.text,
-                        ResourceText{instance_, IDS_ERROR}.text, MB_OK | MB_TASKMODAL);
+            MessageBoxA(GetFocus(), ResourceText{link_.instance, IDS_INVALID_PIXEL_TYPE}.text,
+                        ResourceText{link_.instance, IDS_ERROR}.text, MB_OK | MB_TASKMODAL);
             return SM_SCANTOFILE_BAD_IMAGE;
         }
         if (const int32_t failure = module_.CheckDiskSpace(path, &info)) {
@@ -181,7 +175,7 @@ private:
             if (loaded != 0) return;
         }
         // Kept: whatever the answer, the session ends; the host starts a new scan for further pages.
-        MessageBoxA(GetFocus(), ResourceText{instance_, IDS_MORE_PAGES}.text, host_.presentedName,
+        MessageBoxA(GetFocus(), ResourceText{link_.instance, IDS_MORE_PAGES}.text, host_.presentedName,
                     MB_YESNO | MB_TASKMODAL);
     }
 
@@ -216,7 +210,6 @@ private:
     TScanModule& module_;
     Link& link_;
     const Host& host_;
-    HINSTANCE instance_;
     const PrestoScanSettings& settings_;
 };
 
@@ -268,7 +261,7 @@ void TScanModule::ProcessPrestoScanImage() {
 // The routes' words differ without a rule; each is kept as log readers know it.
 void TScanModule::PrestoScanDoMemXfer() {
     const MethodTrace trace{"TScanModule::PrestoScanDoMemXfer"};
-    OneShotRun{trace, *this, link_, host_, instance_, oneShot_.settings}.run(
+    OneShotRun{trace, *this, link_, host_, oneShot_.settings}.run(
         {"Send WM_SCANTOFILEGETNAME to get file name in TScanModule::PrestoScanDoMemXfer",
          "Error in MSG_GET DAT_IMAGEINFO in TScanModule::PrestoScanDoMemXfer",
          "Cannot support unknown length or height in TScanModule::PrestoScanDoMemXfer",
@@ -278,7 +271,7 @@ void TScanModule::PrestoScanDoMemXfer() {
 
 void TScanModule::PrestoScanDoFileXfer() {
     const MethodTrace trace{"TScanModule::PrestoScanDoFileXfer"};
-    OneShotRun{trace, *this, link_, host_, instance_, oneShot_.settings}.run(
+    OneShotRun{trace, *this, link_, host_, oneShot_.settings}.run(
         {"Send SM_SCANTOFILEGETNAME to get file name in TScanModule::PrestoScanDoFileXfer",
          "MSG_GET DAT_IMAGEINFO error in TScanModule::PrestoScanDoFileXfer",
          "Cannot support unknown length or height in TScanModule::PrestoScanDoFileXfer",
@@ -288,7 +281,7 @@ void TScanModule::PrestoScanDoFileXfer() {
 
 void TScanModule::PrestoScanDoNativeXfer() {
     const MethodTrace trace{"TScanModule::PrestoScanDoNativeXfer"};
-    OneShotRun{trace, *this, link_, host_, instance_, oneShot_.settings}.run(
+    OneShotRun{trace, *this, link_, host_, oneShot_.settings}.run(
         {"Send SM_SCANTOFILEGETNAME to get file name in TScanModule::PrestoScanDoNativeXfer",
          "MSG_GET DAT_IMAGEINFO error in TScanModule::PrestoScanDoNativeXfer",
          // Kept: the words of the line above.

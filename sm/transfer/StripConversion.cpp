@@ -120,9 +120,7 @@ void forEachRow(const StripRows& strip, uint32_t pixelBytes, RowConverter conver
 }  // namespace
 
 ConversionPath fastestConversionPath() {
-    // Asked once: under virtualisation the question is a slow one.
-    static const ConversionPath fastest = processorHasSsse3() ? ConversionPath::Ssse3 : ConversionPath::Plain;
-    return fastest;
+    return processorHasSsse3() ? ConversionPath::Ssse3 : ConversionPath::Plain;
 }
 
 void swapSampleBytes16(const StripRows& strip, ConversionPath path) {

@@ -17,7 +17,7 @@ struct StripRows {
 
 // How a strip is converted. The bytes that come out are the same; Ssse3 needs a processor that has it.
 enum class ConversionPath { Plain, Ssse3 };
-// The best that the processor has.
+// The best that the processor has. Under virtualisation the question is a slow one.
 ConversionPath fastestConversionPath();
 
 // Exchanges the two bytes of every sample of 16-bit gray.

@@ -16,7 +16,7 @@ struct Transfers {
     bool cancelAll = false;
     uint16_t pendingCount = 0;
     PulledImage pulled = {};
-    // Asked once: under virtualisation the question is a slow one.
+    // Asked once.
     const ConversionPath conversion = fastestConversionPath();
 
     bool cancelRequested() const { return cancelThis || cancelAll; }
