@@ -1,6 +1,5 @@
 // The binary interface that hosts were built against: names, ordinals, argument bytes, imports, resources,
 // version.
-#include <Version.h>
 #include <doctest.h>
 
 #include <cstring>
@@ -149,7 +148,7 @@ TEST_CASE("the texts are Spanish, under the language 1028, and come in the weste
           "Explorar m\xe1s p\xe1ginas?");
 }
 
-TEST_CASE("the file's version is the project's") {
+TEST_CASE("the file's version is the header's") {
     const Module module;
     const HRSRC found = FindResourceA(module.handle(), MAKEINTRESOURCEA(1), MAKEINTRESOURCEA(16));
     REQUIRE(found != nullptr);
@@ -157,7 +156,7 @@ TEST_CASE("the file's version is the project's") {
     // The fixed part follows the 6-byte head and the key L"VS_VERSION_INFO", on a 4-byte boundary.
     const auto* const facts = reinterpret_cast<const VS_FIXEDFILEINFO*>(block + 40);
     REQUIRE(facts->dwSignature == 0xFEEF04BD);
-    CHECK(facts->dwFileVersionMS == MAKELONG(SCANMODULE_VERSION_MINOR, SCANMODULE_VERSION_MAJOR));
-    CHECK(HIWORD(facts->dwFileVersionLS) == SCANMODULE_VERSION_PATCH);
+    CHECK(facts->dwFileVersionMS == MAKELONG(SM_VERSION_MINOR, SM_VERSION_MAJOR));
+    CHECK(HIWORD(facts->dwFileVersionLS) == SM_VERSION_PATCH);
     CHECK(facts->dwProductVersionMS == facts->dwFileVersionMS);
 }

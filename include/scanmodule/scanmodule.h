@@ -1,7 +1,7 @@
 /*
  * Scan module: the interface of ScanModule.dll, a 32-bit Windows library that drives scanners through TWAIN.
- * This header is the manual of its exports. It compiles as C89 and as C++, takes only <windows.h> and
- * <stddef.h>, and defines no name of the TWAIN standard, so it can stand beside a host's own twain.h.
+ * This header is the manual of its exports. It compiles as C89 and as C++, takes only <windows.h>, and
+ * defines no name of the TWAIN standard, so it can stand beside a host's own twain.h.
  *
  * HOW A SCAN GOES
  *   1. smOpenDS opens the chosen source, or the default one.
@@ -44,8 +44,13 @@
 #ifndef SCANMODULE_SCANMODULE_H
 #define SCANMODULE_SCANMODULE_H
 
-#include <stddef.h>
 #include <windows.h>
+
+/* The version of this header, to compile against; the library's own is in its file's version resource. */
+#define SM_VERSION_MAJOR 1
+#define SM_VERSION_MINOR 0
+#define SM_VERSION_PATCH 0
+#define SM_VERSION_TEXT "1.0.0"
 
 #ifdef _WIN64
 #error "The scan module is 32-bit only: build the host for 32-bit Windows."
@@ -192,11 +197,8 @@ enum SmBufferSize { SM_NAME_SIZE = 34, SM_FILE_NAME_SIZE = 256 };
 
 /* ---- Records ----------------------------------------------------------------------------------------- */
 
-/* Refuses to compile when a layout isn't what the library was built with. */
-#define SM_LAYOUT_CHECK(name, condition) typedef char SmLayoutCheck_##name[(condition) ? 1 : -1]
-#define SM_SIZE_CHECK(type, size) SM_LAYOUT_CHECK(type, sizeof(type) == (size))
-#define SM_OFFSET_CHECK(type, field, offset) \
-    SM_LAYOUT_CHECK(type##_##field, offsetof(type, field) == (offset))
+/* Refuses to compile when a record's size isn't what the library was built with. */
+#define SM_SIZE_CHECK(type, size) typedef char SmSizeCheck_##type[sizeof(type) == (size) ? 1 : -1]
 
 #pragma pack(push, 1)
 
@@ -211,8 +213,6 @@ typedef struct SmBufferDescriptor {
     void* BufferPointer;
 } SmBufferDescriptor;
 SM_SIZE_CHECK(SmBufferDescriptor, 8);
-SM_OFFSET_CHECK(SmBufferDescriptor, BufferSize, 0);
-SM_OFFSET_CHECK(SmBufferDescriptor, BufferPointer, 4);
 
 /*
  * One image, as the source describes it before the transfer.
@@ -248,18 +248,6 @@ typedef struct TXferImageInfo {
     } Target;
 } TXferImageInfo;
 SM_SIZE_CHECK(TXferImageInfo, 46);
-SM_OFFSET_CHECK(TXferImageInfo, XResolution, 0);
-SM_OFFSET_CHECK(TXferImageInfo, YResolution, 2);
-SM_OFFSET_CHECK(TXferImageInfo, ImageWidth, 4);
-SM_OFFSET_CHECK(TXferImageInfo, ImageLength, 8);
-SM_OFFSET_CHECK(TXferImageInfo, SamplesPerPixel, 12);
-SM_OFFSET_CHECK(TXferImageInfo, BitsPerSample, 14);
-SM_OFFSET_CHECK(TXferImageInfo, BitsPerPixel, 30);
-SM_OFFSET_CHECK(TXferImageInfo, Planar, 32);
-SM_OFFSET_CHECK(TXferImageInfo, PixelTypeFlag, 36);
-SM_OFFSET_CHECK(TXferImageInfo, Compression, 38);
-SM_OFFSET_CHECK(TXferImageInfo, XferMech, 40);
-SM_OFFSET_CHECK(TXferImageInfo, Target, 42);
 
 /*
  * One strip of a memory transfer: the image's description without Target, then the strip's own. Rows come
@@ -290,25 +278,6 @@ typedef struct TXferStripInfo {
     SmBufferDescriptor* Buffer; /* the rows lie at Buffer->BufferPointer */
 } TXferStripInfo;
 SM_SIZE_CHECK(TXferStripInfo, 74);
-SM_OFFSET_CHECK(TXferStripInfo, XResolution, 0);
-SM_OFFSET_CHECK(TXferStripInfo, YResolution, 2);
-SM_OFFSET_CHECK(TXferStripInfo, ImageWidth, 4);
-SM_OFFSET_CHECK(TXferStripInfo, ImageLength, 8);
-SM_OFFSET_CHECK(TXferStripInfo, SamplesPerPixel, 12);
-SM_OFFSET_CHECK(TXferStripInfo, BitsPerSample, 14);
-SM_OFFSET_CHECK(TXferStripInfo, BitsPerPixel, 30);
-SM_OFFSET_CHECK(TXferStripInfo, Planar, 32);
-SM_OFFSET_CHECK(TXferStripInfo, PixelTypeFlag, 36);
-SM_OFFSET_CHECK(TXferStripInfo, Compression, 38);
-SM_OFFSET_CHECK(TXferStripInfo, XferMech, 40);
-SM_OFFSET_CHECK(TXferStripInfo, BytesPerRow, 42);
-SM_OFFSET_CHECK(TXferStripInfo, Columns, 46);
-SM_OFFSET_CHECK(TXferStripInfo, Rows, 50);
-SM_OFFSET_CHECK(TXferStripInfo, XOffset, 54);
-SM_OFFSET_CHECK(TXferStripInfo, YOffset, 58);
-SM_OFFSET_CHECK(TXferStripInfo, BytesWritten, 62);
-SM_OFFSET_CHECK(TXferStripInfo, DibAligned, 66);
-SM_OFFSET_CHECK(TXferStripInfo, Buffer, 70);
 
 /*
  * Settings of a one-shot scan (smPrestoScan). Values that make no sense are replaced, as said at each; null
@@ -342,29 +311,6 @@ typedef struct PrestoScanSettings {
     int FeederEnable;   /* not 0 (default): from the feeder */
 } PrestoScanSettings;
 SM_SIZE_CHECK(PrestoScanSettings, 78);
-SM_OFFSET_CHECK(PrestoScanSettings, FrameLeft, 0);
-SM_OFFSET_CHECK(PrestoScanSettings, FrameTop, 8);
-SM_OFFSET_CHECK(PrestoScanSettings, FrameRight, 16);
-SM_OFFSET_CHECK(PrestoScanSettings, FrameBottom, 24);
-SM_OFFSET_CHECK(PrestoScanSettings, FrameUnit, 32);
-SM_OFFSET_CHECK(PrestoScanSettings, PixelType, 34);
-SM_OFFSET_CHECK(PrestoScanSettings, Resolution, 36);
-SM_OFFSET_CHECK(PrestoScanSettings, Brightness, 38);
-SM_OFFSET_CHECK(PrestoScanSettings, BrightnessMin, 40);
-SM_OFFSET_CHECK(PrestoScanSettings, BrightnessMax, 42);
-SM_OFFSET_CHECK(PrestoScanSettings, Contrast, 44);
-SM_OFFSET_CHECK(PrestoScanSettings, ContrastMin, 46);
-SM_OFFSET_CHECK(PrestoScanSettings, ContrastMax, 48);
-SM_OFFSET_CHECK(PrestoScanSettings, Highlight, 50);
-SM_OFFSET_CHECK(PrestoScanSettings, HighlightMin, 52);
-SM_OFFSET_CHECK(PrestoScanSettings, HighlightMax, 54);
-SM_OFFSET_CHECK(PrestoScanSettings, Shadow, 56);
-SM_OFFSET_CHECK(PrestoScanSettings, ShadowMin, 58);
-SM_OFFSET_CHECK(PrestoScanSettings, ShadowMax, 60);
-SM_OFFSET_CHECK(PrestoScanSettings, ModalUI, 62);
-SM_OFFSET_CHECK(PrestoScanSettings, MorePages, 66);
-SM_OFFSET_CHECK(PrestoScanSettings, ShowUI, 70);
-SM_OFFSET_CHECK(PrestoScanSettings, FeederEnable, 74);
 
 /* Summary of a source (smGetScanCap). The host clears it first: the Unused words are left as they are. */
 typedef struct SmScanAbility {
@@ -383,19 +329,6 @@ typedef struct SmScanAbility {
     unsigned int Unused2[2];
 } SmScanAbility;
 SM_SIZE_CHECK(SmScanAbility, 104);
-SM_OFFSET_CHECK(SmScanAbility, Size, 0);
-SM_OFFSET_CHECK(SmScanAbility, Unused1, 4);
-SM_OFFSET_CHECK(SmScanAbility, Zero, 56);
-SM_OFFSET_CHECK(SmScanAbility, MaxXResolution, 60);
-SM_OFFSET_CHECK(SmScanAbility, MinXResolution, 64);
-SM_OFFSET_CHECK(SmScanAbility, CurrentXResolution, 68);
-SM_OFFSET_CHECK(SmScanAbility, Eight, 72);
-SM_OFFSET_CHECK(SmScanAbility, MaxWidth, 76);
-SM_OFFSET_CHECK(SmScanAbility, MaxHeight, 80);
-SM_OFFSET_CHECK(SmScanAbility, Unit, 84);
-SM_OFFSET_CHECK(SmScanAbility, PixelType, 88);
-SM_OFFSET_CHECK(SmScanAbility, MaxBufferSize, 92);
-SM_OFFSET_CHECK(SmScanAbility, Unused2, 96);
 
 /* The scan area, passed by value to smSetImageLayout. */
 typedef struct SmImageLayout {
@@ -405,10 +338,6 @@ typedef struct SmImageLayout {
     double Bottom;
 } SmImageLayout;
 SM_SIZE_CHECK(SmImageLayout, 32);
-SM_OFFSET_CHECK(SmImageLayout, Left, 0);
-SM_OFFSET_CHECK(SmImageLayout, Top, 8);
-SM_OFFSET_CHECK(SmImageLayout, Right, 16);
-SM_OFFSET_CHECK(SmImageLayout, Bottom, 24);
 
 /* A source's colours (smGetDSPalette): red, green, blue as the source orders them, not a DIB's order. */
 typedef struct SmPaletteEntry {
@@ -418,16 +347,11 @@ typedef struct SmPaletteEntry {
     unsigned char Zero;
 } SmPaletteEntry;
 SM_SIZE_CHECK(SmPaletteEntry, 4);
-SM_OFFSET_CHECK(SmPaletteEntry, Channel1, 0);
-SM_OFFSET_CHECK(SmPaletteEntry, Channel2, 1);
-SM_OFFSET_CHECK(SmPaletteEntry, Channel3, 2);
-SM_OFFSET_CHECK(SmPaletteEntry, Zero, 3);
 
 typedef struct SmPalette {
     SmPaletteEntry Entries[256];
 } SmPalette;
 SM_SIZE_CHECK(SmPalette, 1024);
-SM_OFFSET_CHECK(SmPalette, Entries, 0);
 
 #pragma pack(pop)
 
@@ -438,13 +362,8 @@ typedef struct SmDisableWndsContext {
     HWND* NextSlot;        /* null: counting pass; else where the next handle goes */
 } SmDisableWndsContext;
 SM_SIZE_CHECK(SmDisableWndsContext, 12);
-SM_OFFSET_CHECK(SmDisableWndsContext, Reserved, 0);
-SM_OFFSET_CHECK(SmDisableWndsContext, Count, 4);
-SM_OFFSET_CHECK(SmDisableWndsContext, NextSlot, 8);
 
-#undef SM_OFFSET_CHECK
 #undef SM_SIZE_CHECK
-#undef SM_LAYOUT_CHECK
 
 /* ---- Manager and session ----------------------------------------------------------------------------- */
 
