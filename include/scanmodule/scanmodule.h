@@ -23,10 +23,11 @@
  *
  * RESULTS: unless a text says otherwise 0 is success, SM_RESULT_NOT_AVAILABLE (-1) means that there is no
  * TWAIN manager, and any other value is a condition code (SM_CONDITION_...): the source's or the manager's
- * own, or the module's (LOW_MEMORY, BAD_VALUE for an answer it can't read, SEQ_ERROR). With -1 and SEQ_ERROR
- * outputs stay as they were, with other failures they hold what the text says, else what they held before. A
- * source that refuses and then reports the condition code 0 makes a call return 0 without effect: a host that
- * must be sure sets its outputs beforehand and looks at them.
+ * own, or the module's (LOW_MEMORY, BAD_VALUE for an answer it can't read, SEQ_ERROR). With -1 and the
+ * module's own SEQ_ERROR outputs stay as they were; with other failures, a SEQ_ERROR of the source's among
+ * them, they hold what the text says, else what they held before. A source that refuses and then reports the
+ * condition code 0 makes a call return 0 without effect: a host that must be sure sets its outputs beforehand
+ * and looks at them, or reads back what it set.
  *
  * THREADS: all calls come from the thread that owns the host's window. There are no locks.
  *
@@ -80,7 +81,7 @@ enum SmCondition {
     SM_CONDITION_BAD_PROTOCOL = 9,
     SM_CONDITION_BAD_VALUE = 10,
     SM_CONDITION_SEQ_ERROR = 11, /* not allowed in the present state */
-    SM_CONDITION_BAD_DEST = 12,  /* smSetDefaultDriver: no source of that name */
+    SM_CONDITION_BAD_DEST = 12,  /* no such source; smSetDefaultDriver: none of that name */
     SM_CONDITION_CAP_UNSUPPORTED = 13,
     SM_CONDITION_CAP_BAD_OPERATION = 14,
     SM_CONDITION_CAP_SEQ_ERROR = 15,
@@ -93,16 +94,18 @@ enum SmCondition {
 
 /* wParam of SM_MESSAGE_XFEREND, read as (int)wParam. Any other value is a condition code. */
 enum SmXferEnd {
-    SM_XFEREND_DONE = 0,
+    SM_XFEREND_DONE = 0, /* see the message: it doesn't promise a whole image */
     SM_XFEREND_CANCELLED_BY_SOURCE = -4,
     SM_XFEREND_CANCELLED_BY_HOST = -5
 };
 
 /* wParam of SM_MESSAGE_SCANTOFILEXFEREND, read as (int)wParam. Any other value is a condition code. */
 enum SmScanToFileEnd {
-    SM_SCANTOFILE_DONE = 0,
-    SM_SCANTOFILE_BAD_IMAGE = 1, /* size unknown, or a pixel type or depth that can't be written */
-    SM_SCANTOFILE_LOW_MEMORY = 2,
+    SM_SCANTOFILE_DONE = 0, /* see the message: it doesn't promise a whole image */
+    /* No description, or one without a size; an image, or a strip of it, of a kind that can't be written;
+     * strips that never end; or the source's own SM_CONDITION_BUMMER. */
+    SM_SCANTOFILE_BAD_IMAGE = 1,
+    SM_SCANTOFILE_LOW_MEMORY = 2, /* the module's, or the source's own SM_CONDITION_LOW_MEMORY */
     SM_SCANTOFILE_DISK_FULL = -2,
     SM_SCANTOFILE_FILE_ERROR = -3, /* the file can't be created or written */
     SM_SCANTOFILE_CANCELLED = -4   /* at the source */
@@ -161,8 +164,8 @@ enum SmBufferSize { SM_NAME_SIZE = 34, SM_FILE_NAME_SIZE = 256 };
 
 /* ---- Messages ---------------------------------------------------------------------------------------- */
 /*
- * Names for RegisterWindowMessageA. The module sends these (SendMessageA) to the parent window given to
- * smOpenDS or smPrestoScan; a host that gave none gets none.
+ * Names for RegisterWindowMessageA. The module sends these (SendMessageA) to the parent window last given to
+ * smOpenDS or smPrestoScan; a host that gave none never gets any.
  */
 
 /* wParam 0, lParam 0: the source wants to be closed. Sent when the user closes the source's window and, when
@@ -171,28 +174,37 @@ enum SmBufferSize { SM_NAME_SIZE = 34, SM_FILE_NAME_SIZE = 256 };
 #define SM_MESSAGE_CLOSEDSREQ "ScanModule_CloseDSReq"
 
 /* wParam 0, lParam TXferImageInfo*: an image is about to be transferred. The handler may fill Target, and may
- * call smCancelThisXfer, smCancelAllXfer, the getters and smReadBlock. No handler of these messages may hand
- * messages to smIsDSEvent: it is running already. */
+ * call smCancelThisXfer, smCancelAllXfer, the getters and smReadBlock. An image whose description can't be
+ * had is passed over without this message. No handler of these messages may hand messages to smIsDSEvent: it
+ * is running already. */
 #define SM_MESSAGE_XFERSTART "ScanModule_XferStart"
 
 /* wParam 0, lParam TXferStripInfo*: a strip of a memory transfer has come. The handler may cancel. */
 #define SM_MESSAGE_XFERDATA "ScanModule_XferData"
 
 /* wParam SmXferEnd, lParam TXferImageInfo*: once for each SM_MESSAGE_XFERSTART, after a cancel too. Not sent
- * by a memory transfer once the description of an image of the batch could not be had. After an error the
- * batch goes on with the next image unless it is cancelled. */
+ * by a memory transfer once the description of an image of the batch could not be had.
+ * 0 doesn't promise a whole image: it also comes when the source fails and then reports the condition code 0.
+ * Look at what came: a handle that isn't null (native), a file that can be read (file; remove an older one
+ * first), as many rows as ImageLength says where it is known (memory).
+ * After an error the batch goes on with the next image unless it is cancelled, or the error is
+ * SM_CONDITION_OPERATION_ERROR in a memory transfer: that ends the batch. */
 #define SM_MESSAGE_XFEREND "ScanModule_XferEnd"
 
 /* wParam 0, lParam char[SM_FILE_NAME_SIZE]: one-shot scan; the handler writes the full path of the file to
- * be made. It must always write one. */
+ * be made. It must always write one. An existing file of that name is deleted at once, before anything is
+ * scanned. */
 #define SM_MESSAGE_SCANTOFILEGETNAME "ScanModule_ScanToFileGetName"
 
-/* wParam SmScanToFileEnd, lParam 0: one-shot scan; the file is complete, or deleted when wParam isn't 0;
- * except that a file to which a strip could not be written stays, and stays open until the process ends. Not
- * sent when the user closes the source's window without a scan. */
+/* wParam SmScanToFileEnd, lParam 0: one-shot scan; the file is written, or deleted when wParam isn't 0;
+ * except that a file to which a strip could not be written stays, and stays open until the process ends. When
+ * the source fails and then reports the condition code 0, wParam is 0 all the same: the file is empty, or its
+ * missing rows are zeros. Not sent when the user closes the source's window without a scan. */
 #define SM_MESSAGE_SCANTOFILEXFEREND "ScanModule_ScanToFileXferEnd"
 
-/* wParam 0, lParam 0: one-shot scan; the source is closed, the session is over. */
+/* wParam 0, lParam 0: one-shot scan; the source is closed, the session is over, unless the source refused to
+ * be disabled or closed (a window disabled for ModalUI then stays so). smDisableDS, called from the loop
+ * after it, tells: SM_CONDITION_SEQ_ERROR when it is over; after 0 smCloseDS is still to be called. */
 #define SM_MESSAGE_SCANTOFILEDSCLOSED "ScanModule_ScanToFileDSClosed"
 
 /* ---- Records ----------------------------------------------------------------------------------------- */
@@ -205,8 +217,8 @@ enum SmBufferSize { SM_NAME_SIZE = 34, SM_FILE_NAME_SIZE = 256 };
 /*
  * Where the strips of a memory transfer go. Both fields are 0 at SM_MESSAGE_XFERSTART. A handler that fills
  * both makes the module transfer into that memory (the host's; at least the minimum of smGetMemXferSize), and
- * may put other memory there at each SM_MESSAGE_XFERDATA. Left at 0, the module allocates a buffer and writes
- * its size and address here.
+ * may put other memory there at each SM_MESSAGE_XFERDATA. While either is 0 the other doesn't count: the
+ * module allocates a buffer and writes its size and address here.
  */
 typedef struct SmBufferDescriptor {
     unsigned int BufferSize; /* bytes */
@@ -239,9 +251,10 @@ typedef struct TXferImageInfo {
          * is the packed DIB, which the host then owns and frees with GlobalFree. Left null, the module frees
          * the DIB. */
         HGLOBAL* Dib;
-        /* File: SM_FILE_NAME_SIZE bytes of the module's, into which the handler copies the path of the BMP
-         * file to be written. The text is used as a wsprintf format: write every '%' of a path as "%%". The
-         * file is the host's; the module neither checks nor deletes it. */
+        /* File: SM_FILE_NAME_SIZE bytes of the module's, into which the handler copies the full path of the
+         * BMP file to be written. They still hold the last image's: a handler that writes none lets the
+         * source write that file again. The text is used as a wsprintf format: write every '%' of a path as
+         * "%%". The file is the host's; the module neither checks nor deletes it. */
         char* FileName;
         /* Memory: where the strips go. */
         SmBufferDescriptor* Buffer;
@@ -377,43 +390,49 @@ int WINAPI smIsTWAINAvailable(void);
  * Transfers are left to the host's own suite when SuppressTWAIN is exactly 2 in section Settings of
  * ZR_Scan.INI, in the folder (with its closing backslash) that the registry value HKEY_CURRENT_USER
  * Software\Lumivo, DataDir names.
- * When an image needs more memory than there is, the file mechanism takes over if the source has it (XferMech
- * then says so); if not, or if the image's description can't be had, a message box tells the user and nothing
- * is transferred: no message follows, and the host has to disable the source. Ordinal 2. */
+ * When the first image needs more memory than there is, or its description can't be had, the file mechanism
+ * takes over if the source has it (XferMech then says so); if not, a message box tells the user (in English)
+ * and nothing is transferred: no message follows, and the host has to disable the source. Ordinal 2. */
 int WINAPI smIsDSEvent(MSG* message);
 
-/* Shows the manager's dialog in which the user chooses a source; the next smOpenDS opens it. parent may be
- * null (the desktop). SM_RESULT_SELECT_CANCELLED when the user cancels: the earlier choice is then forgotten
- * too. States: 2. Ordinal 3. */
+/* Shows the manager's dialog in which the user chooses a source; the next smOpenDS opens it, and smCloseDS
+ * forgets the choice. parent may be null (the desktop). SM_RESULT_SELECT_CANCELLED when the user cancels;
+ * then, and when the manager refuses, an earlier choice is forgotten too. States: 2, 3. Ordinal 3. */
 int WINAPI smSelectDS(HWND parent);
 
 /* Opens the manager and the chosen source (smSelectDS, smSetDefaultDriver), else the default one.
- * parent: gets the registered messages, and is disabled by a modal smEnableDS; null stands for the desktop,
- *   which gets them to no use.
- * productName: the name under which the host shows up at the source, up to 33 characters; null for the
- *   module's own.
+ * parent: gets the registered messages, and is disabled by a modal smEnableDS. With null the desktop takes
+ *   its place and the host never gets any message, so that no image can be had.
+ * productName: the name under which the host shows up at the source, up to 33 characters (longer ones are
+ *   cut); null for the module's own.
  * The source's tone ranges are read and memory transfer is chosen. A source that answers the first of these
  * questions with OPERATION_ERROR (a scanner switched off) is closed again and the result is 5.
- * After a failure the session is in state 2; the choice of the source is kept, but forgotten with result 5
- * from that question. Open already: 0. Even a call in a wrong state replaces the parent. States: 2 (3, 4).
+ * After a failure in state 2 or 3 the session is in state 2, unless the manager refuses to close (then 3) or
+ * the source refuses to be closed after that question (then 4: call smCloseDS, as a further smOpenDS finds it
+ * open and returns 0 with nothing set up). The source that was tried, the default one of that moment too,
+ * stays chosen for the next smOpenDS; only result 5 from that question forgets it.
+ * Open already: 0. Enabled: SEQ_ERROR, and it stays so. The parent is replaced even then. States: 2, 3 (4).
  * Ordinal 4. */
 int WINAPI smOpenDS(HWND parent, const char* productName);
 
 /* Enables the source: the scan starts, at once or when the user starts it in the source's window.
  * showUI: 1 shows the source's window, 0 asks for none (a source that can't do without shows it all the
  *   same, which is not an error).
- * modalUI: not 0 disables the parent window until smDisableDS.
- * Without a window the module sends SM_MESSAGE_CLOSEDSREQ after the batch. Already enabled: 0. States: 4.
- * Ordinal 5. */
+ * modalUI: not 0 disables the parent window until smDisableDS, or until enabling fails.
+ * With showUI 0 the module sends SM_MESSAGE_CLOSEDSREQ after the batch. Already enabled: 0, and nothing
+ * changes. States: 4 (5). Ordinal 5. */
 int WINAPI smEnableDS(int showUI, int modalUI);
 
-/* Disables the source, state 5 to 4, and enables the parent window again. When the source refuses, the parent
- * stays disabled. Open, but not enabled: 0. States: 5 (4). Ordinal 6. */
+/* Disables the source, state 5 to 4, and enables again the window that smEnableDS disabled. When the source
+ * refuses, the state stays 5 and the window disabled (it is enabled when the code is 0). Open, but not
+ * enabled: 0. States: 5 (4). Ordinal 6. */
 int WINAPI smDisableDS(void);
 
-/* Closes source and manager, state 4 to 2, and forgets the choice of the source. Only the manager still
- * open (3): that is closed, 0. An enabled source must be disabled first: SEQ_ERROR in state 5, and in
- * state 2. Unloading the library closes nothing: close first. States: 4 (3). Ordinal 7. */
+/* Closes source and manager, state 4 to 2, and forgets the choice of the source. When the source refuses,
+ * nothing changes and its code comes back; when only the manager refuses, the result is 0 and the state 3,
+ * from which smOpenDS works too. Only the manager still open (3): that is closed, 0. An enabled source must
+ * be disabled first: SEQ_ERROR in state 5, and in state 2. Unloading the library closes nothing: close first.
+ * States: 4 (3). Ordinal 7. */
 int WINAPI smCloseDS(void);
 
 /* ---- Choosing a source ------------------------------------------------------------------------------- */
@@ -422,11 +441,13 @@ int WINAPI smCloseDS(void);
  * the module makes or adds to; profilePath is a full path. Section [DS]: "name1", "name2", ... the product
  * names, "count" their number, "name0" the default source's when it is one of them, else the last of them.
  * Keys of an earlier, longer list stay: only "count" says how many hold. Without any source the manager's
- * condition code comes back and "count" is 0. States: 2, 3. Ordinal 65. */
+ * condition code comes back and "count" is 0. The result is 0 also when the file can't be written: delete it
+ * before and look for "count". States: 2, 3. Ordinal 65. */
 int WINAPI smGetAllDS(const char* profilePath);
 
-/* Makes the source of that product name (case ignored) the one that the next smOpenDS opens. 0 when it is the
- * default already or was found; 12 when there is none of that name. parent may be null.
+/* Makes the source of that product name (case ignored) the one that the next smOpenDS opens: for one session,
+ * as smCloseDS forgets the choice. 0 when it is the default already or was found; 12 when there is none of
+ * that name, and then an earlier choice is forgotten too. parent may be null (the desktop).
  * With Regional=J in section Aboutdlg of <AppData>\Lumivo\Applet.ini the driver directories are searched
  * instead of the manager's list, and the system's default source is changed. States: 2, 3. Ordinal 58. */
 int WINAPI smSetDefaultDriver(HWND parent, const char* productName);
@@ -439,25 +460,30 @@ int WINAPI smGetDSProductFamily(char* buffer);
 /* ---- Capabilities: what most of them share --------------------------------------------------------------
  */
 /*
+ * What follows holds for all functions from here on, unless their texts say otherwise.
  * A getter asks the source for its present value (MSG_GETCURRENT), and when that fails for everything it says
  * of the capability (MSG_GET); resolutions and scales the other way round. When both fail its output stays as
- * it was, unless its text says otherwise. A setter sends one value; what the source makes of it (rounds it,
- * refuses it) is for the host to read back. Results: 0, -1, SEQ_ERROR, BAD_VALUE when the source answers in a
- * form that can't be read, LOW_MEMORY, or the source's condition code. States: 4+ unless said otherwise. Most
- * sources refuse changes in state 5.
+ * it was. A setter sends one value, where item types differ between sources up to three times, each time as
+ * another type, until the source takes it. An answer "taken with a change" (TWRC_CHECKSTATUS) counts as
+ * refused, although the source then has a value, and mostly gives the result 0: what the source makes of a
+ * value is for the host to read back.
+ * Results: 0, -1, SEQ_ERROR, BAD_VALUE when the source answers in a form that can't be read, LOW_MEMORY, or
+ * the source's condition code. States: 4+. Most sources refuse changes in state 5.
+ * Switches are 0 or 1. Numbers with a fraction travel as TW_FIX32: -32768 to 32767 in steps of 1/65536. Below
+ * nought they go out wrong: fractions one too high (-0.25 as 0.75, -1.5 as -0.5), whole numbers by 1/65536.
  */
 
 /* Any capability operation of the TWAIN standard: message is MSG_GET, MSG_SET, ..., capability a
  * pTW_CAPABILITY. The container is the host's to build before a set and to GlobalFree after either. Setting
  * ICAP_XFERMECH this way also changes the mechanism that the module uses.
- * Returns the TWAIN RETURN code (0 success, 1 failure, 2 taken with a change, which the module's own setters
- * count as refused and which records no mechanism), also 1 without a manager. No state check. Ordinal 8. */
+ * Returns the TWAIN RETURN code (0 success, 1 failure, 2 taken with a change, which records no mechanism),
+ * also 1 without a manager. No state check. Ordinal 8. */
 int WINAPI smCapNegotiate(unsigned short message, void* capability);
 
 /* ---- Feeder ------------------------------------------------------------------------------------------ */
 
 /* *available: 1 when the source has a feeder, else 0 (with the source's condition code as the result).
- * States: up to 4: ask before smEnableDS. Ordinal 9. */
+ * States: up to 4: ask before smEnableDS; below 4 the manager is asked and refuses. Ordinal 9. */
 int WINAPI smIsADFAvailable(unsigned short* available);
 
 /* *loaded: not 0 when there is paper in the feeder. Both names are one function. Ordinals 10 and 11. */
@@ -477,8 +503,8 @@ int WINAPI smSetAutoFeedEnable(int enable);
 /* *unit: the source's unit (SmUnit); SM_UNIT_INCHES when it has none or fails. Ordinal 24. */
 int WINAPI smGetUnit(unsigned short* unit);
 
-/* The largest scan area in inches. A source that works in pixels: both are divided by the X resolution.
- * Ordinal 25. */
+/* The largest scan area in inches. A source that works in pixels: both are divided by the X resolution (by
+ * 100 when it doesn't say its resolution; 8 and 11 inches stand in when that is 0). Ordinal 25. */
 int WINAPI smGetMaxArea(double* width, double* height);
 
 /* *flavor: SmPixelFlavor. Ordinal 26. */
@@ -489,11 +515,14 @@ int WINAPI smGetPixelFlavor(unsigned short* flavor);
 int WINAPI smGetPixelType(unsigned short* pixelType);
 int WINAPI smSetPixelType(unsigned short pixelType);
 
-/* The set of pixel types that the source has, and to narrow it: SmPixelType codes or-ed. Ordinals 29, 30. */
+/* The set of pixel types that the source has (0 when it doesn't answer with a list), and to narrow it:
+ * SmPixelType codes or-ed. The present type stays the current one when it is in the set, else the lowest of
+ * the set becomes it. Ordinals 29 and 30. */
 int WINAPI smGetSupportedPixelType(unsigned short* pixelTypes);
 int WINAPI smSetSupportedPixelType(unsigned short pixelTypes);
 
-/* Bits per pixel, for the present pixel type: choose that first. Ordinal 57. */
+/* Bits per pixel, for the present pixel type: choose that first. There is no getter; TXferImageInfo tells.
+ * Ordinal 57. */
 int WINAPI smSetBitDepth(unsigned short bitsPerPixel);
 
 /* The paper size as an SmPaperSize code; sizes without one read as SM_PAPER_NONE. The setter takes the same
@@ -501,23 +530,25 @@ int WINAPI smSetBitDepth(unsigned short bitsPerPixel);
 int WINAPI smGetPaperSize(unsigned short* paperSize);
 int WINAPI smSetPaperSize(unsigned short paperSize);
 
-/* The set of paper sizes that the source has, and to narrow it: SmPaperSize codes or-ed. Ordinals 33, 34. */
+/* The set of paper sizes, like that of the pixel types: SmPaperSize codes or-ed. Ordinals 33 and 34. */
 int WINAPI smGetSupportedPaperSize(unsigned short* paperSizes);
 int WINAPI smSetSupportedPaperSize(unsigned short paperSizes);
 
 /* Resolution in dots per inch: present, lowest and highest value; 100 three times (converted from the
  * source's unit like any other value) when the source doesn't answer. A source that works in centimetres,
  * picas, points or twips is sent dots per inch times 2.54, 6, 72 or 1440, and its answers are divided by the
- * same and cut to whole numbers: get gives back what was set, but in centimetres sometimes one less (100 and
- * 200 become 99 and 199; 75, 150, 300, 600 and 1200 stay). Inches are exact. A TWAIN number ends at 32767: in
- * points from 456 dpi and in twips from 23 dpi on nothing sensible is sent. Ordinals 37 to 40. */
+ * same and cut to whole numbers: get gives back what was set, but in centimetres every other value reads one
+ * less (100, 200 and 400 become 99, 199 and 399; 75, 150, 300, 600 and 1200 stay). Inches are exact, but for
+ * fractions. A TWAIN number ends at 32767: in points from 456 dpi and in twips from 23 dpi on nothing
+ * sensible is sent. Ordinals 37 to 40. */
 int WINAPI smGetXResolution(unsigned short* current, unsigned short* minimum, unsigned short* maximum);
 int WINAPI smSetXResolution(unsigned short dotsPerInch);
 int WINAPI smGetYResolution(unsigned short* current, unsigned short* minimum, unsigned short* maximum);
 int WINAPI smSetYResolution(unsigned short dotsPerInch);
 
-/* 0 when the source takes this pair, which is found out by setting it; the old values are then set again. A
- * source that rounds takes everything. Ordinal 41. */
+/* 0 when the source takes this pair, which is found out by setting it; the old values, as the getters read
+ * them, are then set again: in centimetres they may come back one lower, and a source that doesn't say its
+ * resolution is left at about 100 (in its unit). A source that rounds takes everything. Ordinal 41. */
 int WINAPI smIsThisDPIAvailable(unsigned short xDotsPerInch, unsigned short yDotsPerInch);
 
 /* Scaling factor, 1.0 for none: present, lowest and highest; all 0 when the source doesn't answer. Ordinals
@@ -527,8 +558,9 @@ int WINAPI smSetXScale(double scale);
 int WINAPI smGetYScale(double* current, double* minimum, double* maximum);
 int WINAPI smSetYScale(double scale);
 
-/* The scan area, in the given unit (SmUnit), converted to the source's. A source that works in inches gets
- * the four numbers as they are, whatever the unit says: give inches to such a source (smGetUnit tells).
+/* The scan area, in the given unit (SmUnit), converted to the source's; pixels by the present resolutions. A
+ * source that works in inches gets the four numbers as they are, whatever the unit says: give inches to such
+ * a source (smGetUnit tells).
  * States: 4; SEQ_ERROR from 5 on, while below 4 the manager is asked and refuses. Ordinal 48. */
 int WINAPI smSetImageLayout(SmImageLayout layout, unsigned short unit);
 
@@ -537,21 +569,23 @@ int WINAPI smSetImageLayout(SmImageLayout layout, unsigned short unit);
  * result, no state check. Ordinal 63. */
 void WINAPI smGetImageDim(int* width, int* length);
 
-/* The source's colour table: the entries that the source doesn't give are white. BAD_VALUE when the source
- * has more than 256. Ordinal 50. */
+/* The source's colour table: the entries that the source doesn't give are white, all of them after a failure.
+ * BAD_VALUE when the source has more than 256. Ordinal 50. */
 int WINAPI smGetDSPalette(SmPalette* palette);
 
-/* Fills the summary of a source; always 0, whatever the single questions gave. Ordinal 62. */
+/* Fills the summary of a source; always 0. A question that failed leaves what its getter writes then, else 0.
+ * No state check. Ordinal 62. */
 int WINAPI smGetScanCap(SmScanAbility* ability);
 
 /* ---- Tone -------------------------------------------------------------------------------------------- */
 /*
  * value counts on the host's own scale from scaleMin to scaleMax, which is mapped linearly onto the range
  * that the source named when it was opened, and rounded to the source's steps. Values outside the scale are
- * not clamped. scaleMin = scaleMax gives BAD_VALUE (a getter then writes 0). A getter that fails writes the
- * middle of the scale. For a source that names no range -1000 to 1000 stands, for each of the five. A getter
- * rounds by adding a half and cutting, so that a negative value on the host's scale reads one higher: read on
- * a scale that starts at 0.
+ * not clamped. Steps are counted in 16 bits: in a range of more than 32767 of them the upper values come out
+ * far below the range (128 of 0 to 255 in steps of 1/256 is sent as -128). scaleMin = scaleMax gives
+ * BAD_VALUE (a getter then writes 0). A getter that fails writes the middle of the scale. For a source that
+ * names no range -1000 to 1000 in steps of 1 stands, for each of the five. A getter rounds by adding a half
+ * and cutting, so that a negative value on the host's scale reads one higher: read on a scale from 0 on.
  */
 
 /* Ordinals 14 to 21. */
@@ -567,7 +601,7 @@ int WINAPI smSetShadow(short value, short scaleMin, short scaleMax);
 /* The limit between black and white of a 1-bit scan. There is no getter. Ordinal 55. */
 int WINAPI smSetThreshold(short value, short scaleMin, short scaleMax);
 
-/* Gamma as a plain number; 2.2 when the source doesn't answer. Ordinals 22 and 23. */
+/* Gamma as a plain number; 2.2 when the source doesn't answer with one value. Ordinals 22 and 23. */
 int WINAPI smGetGamma(double* gamma);
 int WINAPI smSetGamma(double gamma);
 
@@ -576,11 +610,12 @@ int WINAPI smSetLightpath(unsigned short lightpath);
 
 /* ---- Transfer ---------------------------------------------------------------------------------------- */
 
-/* How images come (SmXferMech). The setter sends any other value as it is. Ordinals 35 and 36. */
+/* How images come (SmXferMech). The setter sends any other value as it is. What the source last took without
+ * a change counts when it doesn't say its mechanism. Ordinals 35 and 36. */
 int WINAPI smGetXferMech(unsigned short* mechanism);
 int WINAPI smSetXferMech(unsigned short mechanism);
 
-/* How many images the host takes; -1 means any number. Ordinals 52 and 59. */
+/* How many images the host takes, 1 to 32767; -1 means any number. Ordinals 52 and 59. */
 int WINAPI smGetXferCount(short* count);
 int WINAPI smSetXferCount(int count);
 
@@ -592,14 +627,16 @@ int WINAPI smSetIndicatorEnable(int enable);
  * Ordinal 54. */
 int WINAPI smGetPendingCount(unsigned short* count);
 
-/* Sizes in bytes that the source wants of the buffer of a memory transfer; 65536 where it names none, and
- * three times when it doesn't answer. Ordinal 49. */
+/* Sizes in bytes that the source wants of the buffer of a memory transfer: 65536 for a minimum or maximum
+ * that it doesn't name, the minimum for a preferred size that it doesn't name or that lies outside the two;
+ * 65536 three times when it doesn't answer. Ordinal 49. */
 int WINAPI smGetMemXferSize(unsigned int* minimum, unsigned int* maximum, unsigned int* preferred);
 
 /* Cancel the present image, or all of the batch: for the handlers of SM_MESSAGE_XFERSTART and
  * SM_MESSAGE_XFERDATA. Elsewhere they have no effect, as each image begins with no cancel asked; except that
  * smCancelAllXfer from a SM_MESSAGE_XFEREND handler still ends the batch. smCancelThisXfer takes an earlier
- * smCancelAllXfer back. smCancelAllXfer returns 1. Ordinals 46 and 47. */
+ * smCancelAllXfer back, and each smReadBlock takes back either. smCancelAllXfer returns 1. No state check.
+ * Ordinals 46 and 47. */
 void WINAPI smCancelThisXfer(void);
 int WINAPI smCancelAllXfer(void);
 
@@ -623,43 +660,45 @@ int WINAPI smCancelAllXfer(void);
  *
  * When: in the SM_MESSAGE_XFERSTART handler of a memory transfer. Each image ends by itself with its last
  * strip, and the next one is ready when smGetImageDim isn't 0 and 0. The handler pulls all the images it
- * wants and then calls smCancelAllXfer before it returns, so that the module ends the batch (one
- * SM_MESSAGE_XFEREND with -5 follows) instead of transferring by itself; the same ends an image that was
- * pulled only in part. After such a part the next image is taken to be of the same pixel type. Ordinal 61. */
+ * wants and then calls smCancelAllXfer, after the last smReadBlock and before it returns, so that the module
+ * ends the batch (one SM_MESSAGE_XFEREND with -5 follows) instead of transferring by itself; the same ends an
+ * image that was pulled only in part. After such a part the next image is taken to be of the same pixel type.
+ * Ordinal 61. */
 int WINAPI smReadBlock(void* buffer, unsigned int size, unsigned int* count);
 
 /* ---- One call from scanner to file ----------------------------------------------------------------------
  */
 
-/* Opens the source (see smOpenDS for window and title), sets it up, enables it and returns 1 when it waits or
- * scans, 0 on failure. The host goes on with its message loop; then SM_MESSAGE_SCANTOFILEGETNAME asks for the
- * name of the file (a BMP; an existing one is replaced), SM_MESSAGE_SCANTOFILEXFEREND tells how it went, and
- * the module closes the source and sends SM_MESSAGE_SCANTOFILEDSCLOSED. The handlers must call none of the
- * session functions.
+/* Opens the source (see smOpenDS for window and title; one that is open already is used), sets it up, enables
+ * it and returns 1 when it waits or scans, 0 on failure. window must not be null: nobody could name the file.
+ * The host goes on with its message loop; then SM_MESSAGE_SCANTOFILEGETNAME asks for the name of the file (a
+ * BMP; an existing one is deleted), SM_MESSAGE_SCANTOFILEXFEREND tells how it went, and the module closes the
+ * source and sends SM_MESSAGE_SCANTOFILEDSCLOSED. The handlers must call none of the session functions.
  * settings: null for the defaults. A pixel type or resolution that the source refuses makes it show its
  * window.
- * Written are 1-bit, 8-bit gray, 4- and 8-bit palette and 24-bit images; other types end with a message box
- * and SM_SCANTOFILE_BAD_IMAGE. Keep '%' out of the path: when the source writes the file itself, the path is
- * used as a wsprintf format, else not.
+ * Memory transfer is tried first, then file, then native; the BMP files that the module itself makes from a
+ * memory transfer carry no resolution. Written are 1-bit, 8-bit gray, 4- and 8-bit palette and 24-bit images;
+ * other types end with a message box and SM_SCANTOFILE_BAD_IMAGE. The message boxes are in Spanish. Keep '%'
+ * out of the path: when the source writes the file itself, the path is used as a wsprintf format, else not.
  * With MorePages set and pages left (and, with FeederEnable, no paper in the feeder) a question box asks
  * about further pages; whatever the answer the session ends, and the host may start the next.
  * One scan is one file. From the first call that gets as far as enabling the source the module stays in this
  * mode: later scans of the same process that are started with smEnableDS are also written to a file this way,
  * until the library is loaded anew. When the source takes none of the three mechanisms it stays open: call
- * smCloseDS. States: 2. Ordinal 51. */
+ * smCloseDS. States: 2, 3, 4. Ordinal 51. */
 int WINAPI smPrestoScan(HWND window, const char* title, const PrestoScanSettings* settings);
 
 /* ---- The maker's extensions ---------------------------------------------------------------------------- */
 /*
  * Sources of other makers answer these with a condition code (CAP_UNSUPPORTED or BAD_CAP). The names are
- * spelt as they are. Switches are sent as given: 0 off, 1 on. Outputs are 16 bits wide unless shown
- * otherwise; a getter that fails leaves its output as it was, where nothing else is said.
+ * spelt as they are. Switches are sent as given. Without a state check: below state 4 the manager is asked
+ * and refuses.
  */
 
 /* *version: the firmware's version; 0 when the source doesn't answer. Ordinal 66. */
 int WINAPI smGetKvVersion(unsigned short* version);
 
-/* Exposure mode. Ordinal 67. */
+/* Exposure mode, one of the source's numbers. Ordinal 67. */
 int WINAPI smSetKvExposureMode(unsigned short mode);
 
 /* Descreening, and the highest resolution in dots per inch at which the source can do it. Ordinals 68, 77. */
@@ -669,13 +708,13 @@ int WINAPI smGetMaxResForKvDescreeing(double* dotsPerInch);
 /* A fast, coarse scan. Ordinal 69. */
 int WINAPI smSetKvDraftScan(int enable);
 
-/* Tone tables and colour correction that the source uses. smGetKvLUT2 makes no state check. Ordinals 70, 71,
- * 72. */
+/* Tone tables and colour correction that the source uses, by its own numbers. smGetKvLUT2 makes no state
+ * check. Ordinals 70, 71 and 72. */
 int WINAPI smGetKvLUT1(unsigned short* table);
 int WINAPI smGetKvLUT2(unsigned short* table);
 int WINAPI smGetKvCC(unsigned short* correction);
 
-/* Blocks whose layout the source defines; they are passed through. Ordinals 73 and 75. */
+/* Blocks of the host's whose layout and size the source defines; passed through. Ordinals 73 and 75. */
 int WINAPI smSetKvAutoExposureMode(void* block);
 int WINAPI smGetKvDefaultRgbMatrix(void* block);
 
@@ -689,8 +728,8 @@ int WINAPI smSetKvUnSharpMask(int enable);
 int WINAPI smGetKvUnSharpMask(unsigned short* enabled);
 
 /* The source's window: the setter takes the source's numbers (0, 1, 3), the getter gives 0, 1, 2 for them and
- * 0 for every other. When the source doesn't answer, what the output held is mapped the same way: set it
- * before the call. Ordinals 81 and 82. */
+ * 0 for every other. When the source doesn't answer, what the output held is mapped that way, twice: only a 1
+ * stays, all else becomes 0. Ordinals 81 and 82. */
 int WINAPI smSetKvUIMode(unsigned short mode);
 int WINAPI smGetKvUIMode(unsigned short* mode);
 
