@@ -19,15 +19,23 @@ static LRESULT CALLBACK onMessage(HWND window, UINT message, WPARAM wParam, LPAR
     return DefWindowProcA(window, message, wParam, lParam);
 }
 
+/* A result of 0 doesn't promise an image: when a source fails without a reason the file may be empty. */
+static int isWritten(void) {
+    WIN32_FILE_ATTRIBUTE_DATA file;
+    return GetFileAttributesExA(path, GetFileExInfoStandard, &file) && file.nFileSizeLow != 0;
+}
+
 int main(int argumentCount, char** arguments) {
     WNDCLASSA windowClass = {0};
     PrestoScanSettings settings;
     const char* mode = argumentCount > 2 ? arguments[2] : "gray";
+    DWORD length = 0;
     HWND window;
     MSG message;
 
     /* The module needs a full path: the source may change the current folder. */
-    if (argumentCount < 2 || !GetFullPathNameA(arguments[1], sizeof path, path, NULL)) {
+    if (argumentCount > 1) length = GetFullPathNameA(arguments[1], sizeof path, path, NULL);
+    if (length == 0 || length >= sizeof path || strchr(path, '%')) { /* '%': a source may get another name */
         fprintf(stderr, "usage: oneshot FILE.BMP [bw|gray|color] [DPI]\n");
         return 2;
     }
@@ -46,10 +54,18 @@ int main(int argumentCount, char** arguments) {
     settings.Resolution = (short)(argumentCount > 3 ? atoi(arguments[3]) : 300);
     if (!smPrestoScan(window, "oneshot", &settings)) {
         fprintf(stderr, "The scan can't start.\n");
+        smCloseDS(); /* a source that takes none of the transfer mechanisms is still open */
         return 1;
     }
     while (!closed && GetMessageA(&message, NULL, 0, 0) > 0)
         if (!smIsDSEvent(&message)) DispatchMessageA(&message); /* the page is written inside smIsDSEvent */
-    if (result != SM_SCANTOFILE_DONE) fprintf(stderr, "The scan ended with code %d.\n", result);
-    return result != SM_SCANTOFILE_DONE;
+    if (result != SM_SCANTOFILE_DONE) {
+        fprintf(stderr, "The scan ended with code %d.\n", result);
+        return 1;
+    }
+    if (!isWritten()) {
+        fprintf(stderr, "The source gave no image.\n");
+        return 1;
+    }
+    return 0;
 }

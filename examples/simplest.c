@@ -7,7 +7,9 @@ static HGLOBAL dib;
 static int closing;
 
 static LRESULT CALLBACK onMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    if (message == xferStart) ((TXferImageInfo*)lParam)->Target.Dib = &dib; /* so the page becomes ours */
+    TXferImageInfo* image = (TXferImageInfo*)lParam;
+    if (message == xferStart && image->XferMech == SM_MECH_NATIVE)
+        image->Target.Dib = &dib; /* make it ours */
     if (message == closeRequest) closing = 1;
     return DefWindowProcA(window, message, wParam, lParam);
 }
@@ -27,6 +29,7 @@ int main(void) {
             if (!smIsDSEvent(&message)) DispatchMessageA(&message); /* the page comes inside smIsDSEvent */
     smDisableDS();
     smCloseDS();
+    /* The handle alone tells whether a page came: SM_MESSAGE_XFEREND may say 0 without one. */
     if (dib) printf("A page of %lu bytes.\n", (unsigned long)GlobalSize(dib));
     return dib && !GlobalFree(dib) ? 0 : 1;
 }

@@ -143,6 +143,9 @@ TEST_CASE("the small hosts in C") {
     CHECK(comparePage(folder.path("page.bmp"), pageOf(PixelKind::Bw1, 70)) == look("1"));
     CHECK(folder.run("oneshot.exe", "page.bmp", "JamAtPage=1") == "! The scan ended with code 20.\nexit 1");
     CHECK(folder.files() == "");
+    const char* const noReason =
+        "RefusedMechanisms=Memory;TransferMechanism=File;FailAtPage=1;FailConditionCode=0";
+    CHECK(folder.run("oneshot.exe", "page.bmp", noReason) == "! The source gave no image.\nexit 1");
     CHECK(folder.run("oneshot.exe", "") == "! usage: oneshot FILE.BMP [bw|gray|color] [DPI]\nexit 2");
     CHECK(folder.run("oneshot.exe", "page.bmp", "OpenFault=busy") == "! The scan can't start.\nexit 1");
 
