@@ -1,7 +1,7 @@
 // One call from scanner to file, end to end: smscan --presto and the small hosts in C, by each way the image
 // can take; and the windows that a scan can show, with their buttons pressed.
-#include <SourceWindow.h>
 #include <doctest.h>
+#include <source/SourceWindow.h>
 
 #include "ForeignDialog.h"
 #include "PageFile.h"

@@ -6,7 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "VirtualScanner.h"
+#include "settings/SettingKeys.h"
+#include "source/VirtualScanner.h"
 #include "support/ContainerImage.h"
 
 // From words like "Pages=3".

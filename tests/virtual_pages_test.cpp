@@ -4,9 +4,9 @@
 
 #include <fstream>
 
-#include "BmpFile.h"
-#include "PageRenderer.h"
-#include "TestPage.h"
+#include "page/BmpPage.h"
+#include "page/PageRenderer.h"
+#include "page/TestPage.h"
 #include "virtual_host.h"
 
 using namespace vscan;

@@ -6,8 +6,10 @@
 #include <sstream>
 #include <string>
 
-#include "IniTemplate.h"
-#include "Settings.h"
+#include "settings/IniTemplate.h"
+#include "settings/SettingKeys.h"
+#include "settings/SettingsChecks.h"
+#include "settings/SettingsReader.h"
 #include "support/Lines.h"
 
 using vscan::VirtualScannerSettings;

@@ -1,7 +1,7 @@
 // The virtual scanner's states: what is allowed when, the feeder, faults on demand, the window.
 #include <doctest.h>
 
-#include "SourceWindow.h"
+#include "source/SourceWindow.h"
 #include "virtual_host.h"
 
 namespace {

@@ -2,7 +2,7 @@
 // deliver.
 #pragma once
 
-#include <PageRenderer.h>
+#include <page/PageRenderer.h>
 
 #include <string>
 

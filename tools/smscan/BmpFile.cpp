@@ -14,7 +14,7 @@ BmpFile::BmpFile(const std::string& path, const BmpFormat& format, int height)
       height_(std::max(height, 0)),
       topDown_(height < 0),
       rowBytes_(bmpRowBytes(format.width, format.bits)),
-      headerBytes_(static_cast<int64_t>(bmpHeader(format, 0, false).size())),
+      headerBytes_(static_cast<int64_t>(shared::bmpHeader(format, 0, false).size())),
       file_(CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
                         FILE_ATTRIBUTE_NORMAL, nullptr)) {
     if (file_ == INVALID_HANDLE_VALUE) fail();
@@ -91,7 +91,7 @@ void BmpFile::moveBlock(int64_t from, int64_t to, int64_t bytes) {
 }
 
 void BmpFile::finish() {
-    const std::vector<uint8_t> header = bmpHeader(format_, height_, topDown_);
+    const std::vector<uint8_t> header = shared::bmpHeader(format_, height_, topDown_);
     seek(0);
     write(header.data(), static_cast<int64_t>(header.size()));
     const bool closed = CloseHandle(file_) != FALSE;

@@ -5,9 +5,13 @@
 #include <string>
 #include <vector>
 
-#include "Bmp.h"
+#include "bmp/BmpHeader.h"
 
 namespace smscan {
+
+using shared::BmpColor;
+using shared::BmpFormat;
+using shared::bmpRowBytes;
 
 // A BMP file that is written in any order of rows, without holding the picture. Failures throw Failure with
 // ExitCode::CannotWrite.

@@ -58,18 +58,15 @@ DibFacts writeDib(const std::string& path, const void* dib, size_t bytes, int xD
     if (bytes + 3 < total) refuseDib();
     const size_t used = static_cast<size_t>(std::min<uint64_t>(total, bytes));
 
-    if (xDotsPerInch > 0) header.biXPelsPerMeter = dotsPerMetre(xDotsPerInch);
-    if (yDotsPerInch > 0) header.biYPelsPerMeter = dotsPerMetre(yDotsPerInch);
-    BITMAPFILEHEADER fileHeader{};
-    fileHeader.bfType = 0x4d42;  // "BM"
-    fileHeader.bfSize = static_cast<DWORD>(sizeof fileHeader + used);
-    fileHeader.bfOffBits = static_cast<DWORD>(sizeof fileHeader + pixelOffset);
+    if (xDotsPerInch > 0) header.biXPelsPerMeter = shared::dotsPerMetre(xDotsPerInch);
+    if (yDotsPerInch > 0) header.biYPelsPerMeter = shared::dotsPerMetre(yDotsPerInch);
+    const std::vector<uint8_t> fileHeader = shared::bmpFileHeader(pixelOffset, used);
 
     File file(std::fopen(path.c_str(), "wb"));
     if (file) SetLastError(ERROR_DISK_FULL);  // what goes wrong from here on; the C library doesn't say it
     const char* const rest = static_cast<const char*>(dib) + sizeof header;
     const size_t restBytes = used - sizeof header;
-    const bool written = file && std::fwrite(&fileHeader, sizeof fileHeader, 1, file.get()) == 1 &&
+    const bool written = file && std::fwrite(fileHeader.data(), fileHeader.size(), 1, file.get()) == 1 &&
                          std::fwrite(&header, sizeof header, 1, file.get()) == 1 &&
                          std::fwrite(rest, 1, restBytes, file.get()) == restBytes;
     if (!written || std::fclose(file.release()) != 0)
@@ -84,7 +81,7 @@ DibFacts readBmpFacts(const std::string& path) {
     BITMAPINFOHEADER header{};
     const bool valid = file && std::fread(&fileHeader, sizeof fileHeader, 1, file.get()) == 1 &&
                        std::fread(&header, sizeof header, 1, file.get()) == 1 &&
-                       fileHeader.bfType == 0x4d42 && plausible(header);
+                       fileHeader.bfType == shared::bmpSignature && plausible(header);
     if (!valid)
         throw Failure{ExitCode::SourceError,
                       "The source says that the page is done, but it wrote no BMP file."};

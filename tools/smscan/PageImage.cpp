@@ -59,10 +59,10 @@ PageImage planImage(const ModuleLibrary& module, const TXferImageInfo& info) {
     } else if (info.PixelTypeFlag == SM_PIXEL_PALETTE && (bits == 4 || bits == 8)) {
         image.format.palette = sourcePalette(module, bits);
     } else if ((info.PixelTypeFlag == SM_PIXEL_BW && bits == 1) || (gray && (bits == 4 || bits == 8))) {
-        image.format.palette = grayPalette(bits, zeroIsWhite(module));
+        image.format.palette = shared::grayPalette(bits, zeroIsWhite(module));
     } else if (gray && bits == 16) {
         image.format.bits = 8;
-        image.format.palette = grayPalette(8, zeroIsWhite(module));
+        image.format.palette = shared::grayPalette(8, zeroIsWhite(module));
         image.layout = PixelLayout::Gray16;
     } else {
         refuse(info);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Bmp.h"
+#include "BmpFile.h"
 #include "ModuleLibrary.h"
 #include "Strips.h"
 

@@ -1,0 +1,100 @@
+// The data source: DS_Entry as the source manager calls it, around one virtual scanner.
+#include <windows.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "settings/SettingsReader.h"
+#include "source/HostRecord.h"
+#include "source/VirtualScanner.h"
+
+namespace {
+
+using vscan::VirtualScanner;
+
+HINSTANCE module = nullptr;
+
+void report(const std::string& complaint) {
+    const std::string line = "virtual scanner: " + complaint + "\r\n";
+    OutputDebugStringA(line.c_str());
+    const HANDLE output = GetStdHandle(STD_ERROR_HANDLE);
+    DWORD written = 0;
+    if (output && output != INVALID_HANDLE_VALUE)
+        WriteFile(output, line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
+}
+
+// vscan.ini beside the DLL, under whatever name the DLL itself is installed.
+std::string settingsPath() {
+    char path[MAX_PATH];
+    const DWORD length = GetModuleFileNameA(module, path, sizeof path);
+    const std::string own(path, length);
+    return own.substr(0, own.find_last_of("\\/") + 1) + "vscan.ini";
+}
+
+// The source as the manager sees it: the scanner, and who talks to it.
+class Source {
+public:
+    Source() : scanner_(readSettings(), [this](TW_UINT16 message) { notify(message); }) {
+        if (!scanner_.pageComplaint().empty()) report(scanner_.pageComplaint());
+    }
+
+    TW_UINT16 call(pTW_IDENTITY origin, TW_UINT32 group, TW_UINT16 argumentType, TW_UINT16 message,
+                   TW_MEMREF data) {
+        const TW_UINT16 result = scanner_.call(group, argumentType, message, data);
+        const bool opened = group == DG_CONTROL && argumentType == DAT_IDENTITY && message == MSG_OPENDS &&
+                            result == TWRC_SUCCESS;
+        if (!opened) return result;
+        if (const auto* host = vscan::hostRecord<TW_IDENTITY>(origin, MSG_SET)) host_ = *host;
+        // The manager numbers its sources; it knows this one again by the identity it opened.
+        if (const auto* own = vscan::hostRecord<TW_IDENTITY>(data, MSG_SET)) own_ = *own;
+        return result;
+    }
+
+private:
+    static vscan::VirtualScannerSettings readSettings() {
+        std::vector<std::string> complaints;
+        vscan::VirtualScannerSettings settings = vscan::readSettings(settingsPath(), complaints);
+        for (const std::string& complaint : complaints)
+            report(complaint);
+        return settings;
+    }
+
+    // Sources reach the host through the manager that loaded them.
+    void notify(TW_UINT16 message) {
+        for (const char* manager : {"TWAIN_32.DLL", "TWAINDSM.DLL"}) {
+            const HMODULE library = GetModuleHandleA(manager);
+            const FARPROC entry = library ? GetProcAddress(library, "DSM_Entry") : nullptr;
+            if (!entry) continue;
+            const auto dsmEntry = reinterpret_cast<DSMENTRYPROC>(reinterpret_cast<void*>(entry));
+            if (dsmEntry(&own_, &host_, DG_CONTROL, DAT_NULL, message, nullptr) == TWRC_SUCCESS) return;
+        }
+        report("the source manager took no notice of message " + std::to_string(message));
+    }
+
+    TW_IDENTITY host_{};
+    TW_IDENTITY own_{};
+    VirtualScanner scanner_;
+};
+
+Source* source = nullptr;
+
+}  // namespace
+
+extern "C" TW_UINT16 WINAPI DS_Entry(pTW_IDENTITY origin, TW_UINT32 group, TW_UINT16 argumentType,
+                                     TW_UINT16 message, TW_MEMREF data) {
+    try {
+        // Made at the first call rather than when the DLL is loaded, where little is allowed.
+        if (!source) source = new Source;
+        return source->call(origin, group, argumentType, message, data);
+    } catch (...) {
+        return TWRC_FAILURE;
+    }
+}
+
+extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID processEnds) {
+    if (reason == DLL_PROCESS_ATTACH) module = instance;
+    // Managers load and free a source several times. When the process ends, all goes by itself.
+    if (reason == DLL_PROCESS_DETACH && !processEnds) delete std::exchange(source, nullptr);
+    return TRUE;
+}

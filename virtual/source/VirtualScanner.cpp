@@ -1,0 +1,51 @@
+#include "source/VirtualScanner.h"
+
+#include <new>
+#include <utility>
+
+#include "source/ScannerCore.h"
+
+namespace vscan {
+
+VirtualScanner::VirtualScanner(VirtualScannerSettings settings, Notify notify)
+    : core_(std::make_unique<ScannerCore>(std::move(settings), std::move(notify))) {}
+VirtualScanner::~VirtualScanner() = default;
+
+TW_UINT16 VirtualScanner::call(TW_UINT32 group, TW_UINT16 argumentType, TW_UINT16 message,
+                               TW_MEMREF data) noexcept {
+    Outcome outcome;
+    try {
+        outcome = core_->dispatch(group, argumentType, message, data);
+    } catch (const std::bad_alloc&) {
+        outcome = failure(TWCC_LOWMEMORY);
+    } catch (...) {
+        outcome = failure(TWCC_BUMMER);
+    }
+    const bool statusAsked = group == DG_CONTROL && argumentType == DAT_STATUS;
+    if (!statusAsked || outcome.returnCode != TWRC_SUCCESS) core_->conditionCode_ = outcome.conditionCode;
+    return outcome.returnCode;
+}
+
+int VirtualScanner::state() const {
+    return core_->state_;
+}
+HWND VirtualScanner::window() const {
+    return core_->window_ ? core_->window_->handle() : nullptr;
+}
+PageRequest VirtualScanner::request() const {
+    return core_->parameters_.request(core_->batch_.pageNumber());
+}
+const PageContent& VirtualScanner::content() const {
+    return *core_->content_;
+}
+Picture VirtualScanner::expectedPage() const {
+    return renderPage(request(), content());
+}
+const VirtualScannerSettings& VirtualScanner::settings() const {
+    return core_->settings_;
+}
+const std::string& VirtualScanner::pageComplaint() const {
+    return core_->pageComplaint_;
+}
+
+}  // namespace vscan
