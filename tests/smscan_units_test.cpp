@@ -6,15 +6,16 @@
 #include <fstream>
 #include <string>
 
-#include "CapsTable.h"
-#include "Conditions.h"
-#include "Failure.h"
-#include "Options.h"
-#include "PageFiles.h"
-#include "ProgressText.h"
-#include "RawCapability.h"
-#include "Strips.h"
-#include "Text.h"
+#include "common/Conditions.h"
+#include "common/Failure.h"
+#include "common/PageFiles.h"
+#include "common/PageNames.h"
+#include "common/RawCapability.h"
+#include "common/Strips.h"
+#include "common/Text.h"
+#include "smscan/CapsTable.h"
+#include "smscan/Options.h"
+#include "smscan/ProgressText.h"
 
 using namespace smscan;
 
@@ -172,7 +173,7 @@ TEST_CASE("capabilities are read within their block, whatever the source says") 
     for (const auto& row : rows) {
         answerKind = row.kind;
         answerBlock = row.block;
-        const auto read = askCapability(answerCapability, CapabilityThreshold);
+        const auto read = askCapability(answerCapability, ICAP_THRESHOLD);
         std::string text = read ? format("%g of %g..%g", read->current, read->lowest, read->highest) : none;
         for (size_t i = 0; read && i < read->choices.size(); ++i)
             text += format(" %g", read->choices[i]);

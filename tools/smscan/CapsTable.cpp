@@ -1,10 +1,16 @@
-#include "CapsTable.h"
+#include "smscan/CapsTable.h"
 
 #include <cmath>
 
-#include "Text.h"
+#include "common/Text.h"
 
 namespace smscan {
+
+using host::CapsField;
+using host::CapsRow;
+using host::CapsValue;
+using host::format;
+using host::joined;
 
 namespace {
 

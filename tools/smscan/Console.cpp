@@ -1,10 +1,10 @@
-#include "Console.h"
+#include "smscan/Console.h"
 
 #include <windows.h>
 
 #include <cstdio>
 
-#include "ProgressText.h"
+#include "smscan/ProgressText.h"
 
 namespace smscan {
 

@@ -1,5 +1,5 @@
-#include "Options.h"
-#include "Text.h"
+#include "common/Text.h"
+#include "smscan/Options.h"
 
 namespace smscan {
 

@@ -1,10 +1,10 @@
-#include "Options.h"
+#include "smscan/Options.h"
 
 #include <cstdlib>
 #include <cstring>
 
-#include "Failure.h"
-#include "Text.h"
+#include "common/Failure.h"
+#include "common/Text.h"
 
 namespace smscan {
 

@@ -1,65 +1,32 @@
 #pragma once
 
-#include <optional>
 #include <string>
 #include <vector>
 
-#include "Names.h"
+#include "common/Failure.h"
+#include "common/ScanRequest.h"
 
 namespace smscan {
 
+// The command line speaks the language of the library.
+using namespace host;
+
 enum class Action { Scan, List, Caps, MakeDefault, Version, Help };
 
-enum class Mechanism { Native, File, Memory, Block };
+// What the process returns to its caller; --help lists them.
+using ExitCode = host::FailureCode;
 
-// The scan area in inches.
-struct Area {
-    double left = 0;
-    double top = 0;
-    double right = 0;
-    double bottom = 0;
-};
-
-struct SettingValue {
-    Setting setting;
-    int value;
-};
-
-constexpr int allPages = -1;
-
-struct Options {
+struct Options : host::ScanRequest {
     Action action = Action::Scan;
     bool select = false;
     std::string source;       // empty: the default source
     std::string defaultName;  // of Action::MakeDefault
     bool json = false;
 
-    std::optional<unsigned short> pixelType;
-    std::optional<int> resolution;
-    std::optional<unsigned short> paper;
-    std::optional<Area> area;
-    std::optional<int> brightness;
-    std::optional<int> contrast;
-    std::optional<int> highlight;
-    std::optional<int> shadow;
-    std::optional<int> threshold;
-    std::optional<double> gamma;
-    std::vector<SettingValue> settings;
-
-    Mechanism mechanism = Mechanism::Memory;
     bool presto = false;
-    bool ui = false;
-    int pages = 1;
     std::string output = "scan%03d.bmp";
     bool progress = false;
-    int timeoutSeconds = 120;  // 0: none
 };
-
-// The scales that smscan counts tone values on.
-constexpr int percentLowest = -100;
-constexpr int percentHighest = 100;
-constexpr int levelLowest = 0;
-constexpr int levelHighest = 255;
 
 // Reads the command line without the program's name. Throws Failure with ExitCode::Usage.
 Options parseOptions(const std::vector<std::string>& words);

@@ -1,11 +1,13 @@
-#include "ProgressText.h"
+#include "smscan/ProgressText.h"
 
 #include <algorithm>
 #include <cstdint>
 
-#include "Text.h"
+#include "common/Text.h"
 
 namespace smscan {
+
+using host::format;
 
 int percentOf(int done, int total) {
     return static_cast<int>(std::min<int64_t>(100, static_cast<int64_t>(done) * 100 / std::max(total, 1)));

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <windows.h>
+
+#include <optional>
+#include <string>
+
+namespace host {
+
+// The size of a bitmap.
+struct BmpFacts {
+    int width;
+    int height;
+    int bits;
+};
+
+// Nothing when the header makes no sense.
+std::optional<BmpFacts> factsOf(const BITMAPINFOHEADER& header);
+
+// The facts of a BMP file that someone else has written. Throws Failure with FailureCode::SourceError when it
+// isn't one.
+BmpFacts readBmpFacts(const std::string& path);
+
+}  // namespace host

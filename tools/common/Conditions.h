@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+
+namespace host {
+
+// A condition code in words with its number: "paper jam (condition code 20)".
+std::string conditionWords(int code);
+
+// The same with a full stop, and what the user can do about it, where there is something to say.
+std::string conditionSentence(int code);
+
+}  // namespace host

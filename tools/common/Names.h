@@ -1,0 +1,61 @@
+#pragma once
+
+#include <array>
+#include <string>
+
+namespace host {
+
+// A word of the command line and the code that the module knows it by.
+struct NamedCode {
+    const char* name;
+    unsigned short code;
+};
+
+extern const std::array<NamedCode, 3> scanModes;
+extern const std::array<NamedCode, 9> pixelTypes;
+extern const std::array<NamedCode, 9> papers;
+extern const std::array<NamedCode, 3> mechanisms;
+extern const std::array<NamedCode, 6> units;
+extern const std::array<NamedCode, 2> flavors;
+
+template <size_t Count>
+const NamedCode* findName(const std::array<NamedCode, Count>& names, const std::string& name) {
+    for (const NamedCode& entry : names)
+        if (name == entry.name) return &entry;
+    return nullptr;
+}
+
+template <size_t Count>
+std::string nameOf(const std::array<NamedCode, Count>& names, unsigned code) {
+    for (const NamedCode& entry : names)
+        if (entry.code == code) return entry.name;
+    return std::to_string(code);
+}
+
+// The things that --set switches.
+enum class Setting {
+    UnsharpMask,
+    DraftScan,
+    Descreening,
+    ExposureMode,
+    UiMode,
+    ClearPage,
+    Pim,
+    LightPath,
+    Indicators,
+    Feeder,
+    AutoFeed,
+};
+
+struct SettingName {
+    Setting setting;
+    const char* name;
+    int highest;  // values go from 0 to this; 1 also reads "on" and "off"
+    const char* meaning;
+};
+
+extern const std::array<SettingName, 11> settingNames;
+
+const SettingName& nameOf(Setting setting);
+
+}  // namespace host

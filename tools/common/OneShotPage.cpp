@@ -1,0 +1,134 @@
+#include "common/OneShotPage.h"
+
+#include <cstring>
+
+#include "common/Conditions.h"
+#include "common/OpenSource.h"
+#include "common/PageFiles.h"
+#include "common/ScanPreparation.h"
+#include "common/SourceChoice.h"
+#include "common/Text.h"
+#include "common/Wording.h"
+
+namespace host {
+
+namespace {
+
+PrestoScanSettings settingsFrom(const ScanRequest& request) {
+    PrestoScanSettings settings{};
+    settings.FrameUnit = SM_UNIT_INCHES;
+    settings.PixelType = request.pixelType.value_or(SM_PIXEL_GRAY);
+    settings.Resolution = static_cast<short>(request.resolution.value_or(300));
+    settings.Brightness = static_cast<short>(request.brightness.value_or(0));
+    settings.Contrast = static_cast<short>(request.contrast.value_or(0));
+    settings.BrightnessMin = settings.ContrastMin = percentLowest;
+    settings.BrightnessMax = settings.ContrastMax = percentHighest;
+    settings.Highlight = static_cast<short>(request.highlight.value_or(levelHighest));
+    settings.Shadow = static_cast<short>(request.shadow.value_or(levelLowest));
+    settings.HighlightMin = settings.ShadowMin = levelLowest;
+    settings.HighlightMax = settings.ShadowMax = levelHighest;
+    settings.ModalUI = 0;
+    settings.MorePages = request.pages != 1;
+    settings.ShowUI = request.ui;
+    settings.FeederEnable = request.pages != 1;
+    return settings;
+}
+
+[[noreturn]] void failTransfer(int result) {
+    switch (result) {
+        case SM_SCANTOFILE_CANCELLED:
+            throw Failure{FailureCode::Cancelled, "Page 1: cancelled at the source."};
+        case SM_SCANTOFILE_DISK_FULL:
+            throw Failure{FailureCode::CannotWrite, "There isn't room enough on the disk for the page."};
+        case SM_SCANTOFILE_FILE_ERROR:
+            throw Failure{FailureCode::CannotWrite, "The page's file can't be made or written."};
+        case SM_SCANTOFILE_BAD_IMAGE:
+            throw Failure{FailureCode::SourceError,
+                          "The one-shot scan can't write this page: its size isn't known, or it "
+                          "has a type or depth that it doesn't know. Scan without " +
+                              std::string(wording.oneShot) + "."};
+        default:
+            throw Failure{FailureCode::SourceError, "Page 1: " + conditionSentence(result)};
+    }
+}
+
+// Where a strip couldn't be written the module leaves the file open, and so it can't be removed.
+Failure withLeftover(Failure failure, const UnfinishedFile& file) {
+    DeleteFileA(file.name().c_str());
+    if (GetFileAttributesA(file.name().c_str()) != INVALID_FILE_ATTRIBUTES)
+        failure.text += format(" What came of it is left in \"%s\".", file.name().c_str());
+    return failure;
+}
+
+// The BMP header's resolution isn't reliable in these files, so it is the one that was set.
+void keepPage(UnfinishedFile& file, const std::string& path, int dotsPerInch, ScanListener& listener) {
+    const BmpFacts facts = readBmpFacts(file.name());
+    file.keep();
+    listener.pageDone({path, facts, {dotsPerInch, dotsPerInch}});
+}
+
+void checkPath(const std::string& path) {
+    // The route decides whether a '%' is a directive, and the source decides the route.
+    if (path.find('%') != std::string::npos)
+        throw Failure{FailureCode::Usage,
+                      format("With %s the path must not contain a per cent sign.", wording.oneShot)};
+    if (path.size() >= SM_FILE_NAME_SIZE)
+        throw Failure{FailureCode::CannotWrite, format("The path \"%s\" is too long for %s (255 characters).",
+                                                       path.c_str(), wording.oneShot)};
+}
+
+[[noreturn]] void failStart(const ModuleLibrary& module, HWND parent) {
+    module.smCloseDS();
+    const OpenSource probe(module, parent);  // names the reason when it is the source's opening
+    throw Failure{
+        FailureCode::SourceError,
+        format("The source \"%s\" can be opened, but refuses the one-shot scan. Scan without %s to learn "
+               "more.",
+               productName(module).c_str(), wording.oneShot)};
+}
+
+}  // namespace
+
+void scanOneShot(const ModuleLibrary& module, const ScanRequest& request, const std::string& path,
+                 HostWindow& window, ScanListener& listener) {
+    UnfinishedFile file(fullPath(path));
+    checkPath(file.name());
+    const PrestoScanSettings settings = settingsFrom(request);
+    bool resolutionKnown = true;
+    bool written = false;
+    window.on(SM_MESSAGE_SCANTOFILEGETNAME, [&](WPARAM, LPARAM buffer) {
+        std::memcpy(reinterpret_cast<char*>(buffer), file.name().c_str(), file.name().size() + 1);
+    });
+    window.on(SM_MESSAGE_SCANTOFILEXFEREND, [&](WPARAM wParam, LPARAM) {
+        const int result = static_cast<int>(wParam);
+        if (result != SM_SCANTOFILE_DONE) failTransfer(result);
+        // At once: the module may ask for more pages now, and wait for long.
+        keepPage(file, path, resolutionKnown ? settings.Resolution : 0, listener);
+        written = true;
+    });
+    window.on(SM_MESSAGE_SCANTOFILEDSCLOSED, [&](WPARAM, LPARAM) { window.finish(); });
+    // Not sent by a one-shot scan, except when the source's window is closed before it began.
+    window.on(SM_MESSAGE_CLOSEDSREQ, [&](WPARAM, LPARAM) { window.finish(); });
+
+    if (!module.smPrestoScan(window.handle(), wording.program, &settings)) failStart(module, window.handle());
+    resolutionKnown = worksInInches(module, listener);
+    const HostWindow::End end = window.run(module, request.timeoutSeconds, request.ui);
+    module.smDisableDS();
+    module.smCloseDS();
+    if (window.failure()) throw withLeftover(*window.failure(), file);
+    if (written && request.pages != 1)
+        listener.note(
+            format("a one-shot scan is one page. Run it again for the next one, or scan without %s.",
+                   wording.oneShot));
+    if (written) return;
+    if (end == HostWindow::End::TimedOut)
+        throw Failure{
+            FailureCode::SourceError,
+            format(
+                "The source did nothing for %d seconds. Perhaps it waits in its window, which it shows when "
+                "it refuses a setting; with %sui there is no limit.",
+                request.timeoutSeconds, wording.option)};
+    throw Failure{FailureCode::Cancelled, "Cancelled; no page was scanned."};
+}
+
+}  // namespace host

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <string>
+
+namespace host {
+
+// Throws Failure with FailureCode::CannotWrite.
+[[noreturn]] void failWrite(const std::string& path, const std::string& reason);
+
+// The name that a page has until it is complete: "page.part.bmp", in the same folder so that it can be
+// renamed.
+std::string unfinishedName(const std::string& path);
+
+// A full path, as the source may have changed the current folder.
+std::string fullPath(const std::string& path);
+
+// Throws Failure with FailureCode::CannotWrite and the reason when a file can't be made there.
+void checkWritable(const std::string& path);
+
+// A page on its way: deleted unless it is kept.
+class UnfinishedFile {
+public:
+    explicit UnfinishedFile(const std::string& path) : path_(path), unfinished_(unfinishedName(path)) {}
+    UnfinishedFile(const UnfinishedFile&) = delete;
+    UnfinishedFile& operator=(const UnfinishedFile&) = delete;
+    ~UnfinishedFile();
+
+    const std::string& name() const { return unfinished_; }
+
+    // Gives the file its final name, in place of an older one. Throws Failure.
+    void keep();
+
+private:
+    std::string path_;
+    std::string unfinished_;
+    bool kept_ = false;
+};
+
+}  // namespace host

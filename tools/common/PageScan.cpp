@@ -1,0 +1,59 @@
+#include "common/PageScan.h"
+
+#include "common/Failure.h"
+#include "common/OpenSource.h"
+#include "common/PageReceiver.h"
+#include "common/ScanPreparation.h"
+#include "common/SourceSettings.h"
+#include "common/Text.h"
+#include "common/Wording.h"
+
+namespace host {
+
+namespace {
+
+std::string keptPages(int pages) {
+    return pages == 0 ? "No page was scanned." : format("%s kept.", counted(pages, "page").c_str());
+}
+
+void reportEnd(HostWindow::End end, const PageReceiver& receiver, const HostWindow& window,
+               const ScanRequest& request, ScanListener& listener) {
+    const int pages = receiver.pages();
+    if (window.failure())
+        throw Failure{window.failure()->code, window.failure()->text + " " + keptPages(pages)};
+    if (end == HostWindow::End::Cancelled || window.cancelRequested())
+        throw Failure{FailureCode::Cancelled, "Cancelled. " + keptPages(pages)};
+    if (end == HostWindow::End::TimedOut)
+        throw Failure{
+            FailureCode::SourceError,
+            format("The source did nothing for %d seconds. %s %stimeout changes how long is waited.",
+                   request.timeoutSeconds, keptPages(pages).c_str(), wording.option)};
+    if (pages == 0 && request.ui)
+        throw Failure{FailureCode::Cancelled, "The source's window was closed. No page was scanned."};
+    if (pages == 0)
+        throw Failure{FailureCode::SourceError,
+                      "The source ended without a page. Look whether there is paper in it."};
+    if (!receiver.incomplete().empty())
+        throw Failure{FailureCode::SourceError, receiver.incomplete() + keptPages(pages)};
+    if (request.pages > pages)
+        listener.note(format("the source had %s, not %d.", counted(pages, "page").c_str(), request.pages));
+}
+
+}  // namespace
+
+void scanPages(const ModuleLibrary& module, const ScanRequest& request, const PageNames& names,
+               HostWindow& window, ScanListener& listener) {
+    OpenSource source(module, window.handle());
+    useInches(module, listener);
+    setMechanism(module, request.mechanism);
+    applySettings(module, request, listener);
+    prepareFeeder(module, request, listener);
+    setPageCount(module, request.pages, listener);
+    PageReceiver receiver(module, request, names, window, listener);
+    source.enable(request.ui);
+    const HostWindow::End end = window.run(module, request.timeoutSeconds, request.ui);
+    source.close();
+    reportEnd(end, receiver, window, request, listener);
+}
+
+}  // namespace host

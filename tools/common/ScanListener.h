@@ -1,0 +1,32 @@
+#pragma once
+
+#include <string>
+
+#include "common/PageImage.h"
+
+namespace host {
+
+// A page that is complete and has its final name.
+struct ScannedPage {
+    std::string path;
+    BmpFacts facts;
+    DotsPerInch dots;
+};
+
+// Is told what goes on while something is set and scanned.
+class ScanListener {
+public:
+    virtual ~ScanListener() = default;
+
+    // Something is otherwise than it was asked for.
+    virtual void note(const std::string& text) = 0;
+
+    // How far a page is. A total below 0 isn't known.
+    virtual void progress(int page, int done, int total) = 0;
+    // No more of it, however the page ended.
+    virtual void progressOver() = 0;
+
+    virtual void pageDone(const ScannedPage& page) = 0;
+};
+
+}  // namespace host

@@ -1,0 +1,37 @@
+#include "common/Text.h"
+
+#include <windows.h>
+
+#include <cstdarg>
+#include <cstdio>
+
+namespace host {
+
+std::string format(const char* pattern, ...) {
+    va_list arguments;
+    va_start(arguments, pattern);
+    va_list again;
+    va_copy(again, arguments);
+    const int length = std::vsnprintf(nullptr, 0, pattern, arguments);
+    va_end(arguments);
+    std::string text(length > 0 ? length : 0, '\0');
+    std::vsnprintf(text.data(), text.size() + 1, pattern, again);
+    va_end(again);
+    return text;
+}
+
+std::string counted(int count, const char* singular) {
+    return format("%d %s%s", count, singular, count == 1 ? "" : "s");
+}
+
+std::string lastErrorText() {
+    char buffer[256] = {};
+    const DWORD error = GetLastError();
+    DWORD length = FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, error,
+                                  0, buffer, sizeof buffer, nullptr);
+    while (length > 0 && static_cast<unsigned char>(buffer[length - 1]) <= ' ')
+        --length;
+    return length > 0 ? std::string(buffer, length) : format("Windows error %lu.", error);
+}
+
+}  // namespace host

@@ -1,0 +1,24 @@
+#include "smscan/ConsoleListener.h"
+
+#include "common/Text.h"
+
+namespace smscan {
+
+using host::format;
+
+void ConsoleListener::note(const std::string& text) {
+    smscan::note("Note: " + text);
+}
+
+void ConsoleListener::pageDone(const host::ScannedPage& page) {
+    const host::DotsPerInch& dots = page.dots;
+    std::string line = format("%s  %d x %d pixels, %d bit", page.path.c_str(), page.facts.width,
+                              page.facts.height, page.facts.bits);
+    if (dots.x > 0 && dots.x == dots.y)
+        line += format(", %d dpi", dots.x);
+    else if (dots.x > 0 && dots.y > 0)
+        line += format(", %d x %d dpi", dots.x, dots.y);
+    tell(line);
+}
+
+}  // namespace smscan
