@@ -14,6 +14,12 @@ struct BmpFacts {
     int bits;
 };
 
+// Its resolution; 0 when not known.
+struct DotsPerInch {
+    int x;
+    int y;
+};
+
 // Nothing when the header makes no sense.
 std::optional<BmpFacts> factsOf(const BITMAPINFOHEADER& header);
 

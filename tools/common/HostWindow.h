@@ -12,7 +12,8 @@
 
 namespace host {
 
-// The hidden window that the module sends its messages to, with the message loop around it.
+// The hidden window that the module sends its messages to, with the message loop around it. One serves one
+// scan: what ended it stays true.
 class HostWindow {
 public:
     using Handler = std::function<void(WPARAM, LPARAM)>;

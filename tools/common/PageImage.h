@@ -16,11 +16,6 @@ struct PageImage {
 // BMP file: compressed, or a pixel type or depth that such files don't have.
 PageImage planImage(const ModuleLibrary& module, const TXferImageInfo& info);
 
-struct DotsPerInch {
-    int x;
-    int y;
-};
-
 // The resolution of an announced image; dots per inch whatever unit the source works in. 0 when not known.
 DotsPerInch resolutionOf(const ModuleLibrary& module, const TXferImageInfo& info);
 

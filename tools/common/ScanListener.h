@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "common/PageImage.h"
+#include "common/BmpFacts.h"
 
 namespace host {
 

@@ -50,9 +50,8 @@ Outcome ScannerCore::status(TW_UINT16 message, TW_MEMREF data) {
 }
 
 Outcome ScannerCore::capability(TW_UINT16 message, TW_MEMREF data) {
-    const bool changes = message == MSG_SET || message == MSG_RESET;
-    if (!changes && !isGet(message)) return failure(TWCC_BADPROTOCOL);
-    if (changes ? state_ != Open : !stateIs(Open, Transferring)) return failure(TWCC_SEQERROR);
+    if (!isChange(message) && !isGet(message)) return failure(TWCC_BADPROTOCOL);
+    if (!inSequence(message, Transferring)) return failure(TWCC_SEQERROR);
     auto* request = hostRecord<TW_CAPABILITY>(data, message);
     if (!request) return failure(TWCC_BADVALUE);
     pause();

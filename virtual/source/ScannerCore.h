@@ -52,6 +52,10 @@ private:
     static const Triplet triplets[];
 
     bool stateIs(int lowest, int highest) const { return state_ >= lowest && state_ <= highest; }
+    // Changes are for state 4; questions may be asked up to `highest`.
+    bool inSequence(TW_UINT16 message, int highest) const {
+        return isChange(message) ? state_ == Open : stateIs(Open, highest);
+    }
     bool mechanismRefused(int mechanism) const;
     void pause() const {
         if (settings_.delay > 0) Sleep(static_cast<DWORD>(settings_.delay));

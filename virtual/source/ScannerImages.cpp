@@ -19,9 +19,8 @@ Outcome ScannerCore::imageInfo(TW_UINT16 message, TW_MEMREF data) {
 }
 
 Outcome ScannerCore::imageLayout(TW_UINT16 message, TW_MEMREF data) {
-    const bool changes = message == MSG_SET || message == MSG_RESET;
-    if (!changes && !isGet(message)) return failure(TWCC_BADPROTOCOL);
-    if (changes ? state_ != Open : !stateIs(Open, Ready)) return failure(TWCC_SEQERROR);
+    if (!isChange(message) && !isGet(message)) return failure(TWCC_BADPROTOCOL);
+    if (!inSequence(message, Ready)) return failure(TWCC_SEQERROR);
     auto* layout = hostRecord<TW_IMAGELAYOUT>(data, message);
     if (!layout) return failure(TWCC_BADVALUE);
     SetResult result = SetResult::Done;
@@ -90,9 +89,8 @@ Outcome ScannerCore::fileTransfer(TW_UINT16 message, TW_MEMREF) {
 }
 
 Outcome ScannerCore::rgbResponse(TW_UINT16 message, TW_MEMREF data) {
-    const bool changes = message == MSG_SET || message == MSG_RESET;
-    if (!changes && message != MSG_GET) return failure(TWCC_BADPROTOCOL);
-    if (changes ? state_ != Open : !stateIs(Open, Transferring)) return failure(TWCC_SEQERROR);
+    if (!isChange(message) && message != MSG_GET) return failure(TWCC_BADPROTOCOL);
+    if (!inSequence(message, Transferring)) return failure(TWCC_SEQERROR);
     if (message == MSG_RESET) {
         parameters_.setResponse(ToneControls::identityResponse());
         return success();
