@@ -1,241 +1,209 @@
 // Resolutions, scaling and the largest area, in the host's units and in the source's.
-#include <doctest.h>
-
-#include "Stage.h"
+#include "CallRecord.h"
 
 namespace {
 
-void useUnit(Stage& stage, TW_UINT16 unit) {
-    stage.manager.answer(operation::getCurrent(ICAP_UNITS), give(oneValue(TWTY_UINT16, unit)));
+Answer number(double value) {
+    return give(oneValue(TWTY_FIX32, fix32(value)));
 }
-
-ContainerImage number(double value) {
-    return oneValue(TWTY_FIX32, fix32(value));
+Answer unitAnswer(TW_UINT16 unit) {
+    return give(oneValue(TWTY_UINT16, unit));
 }
 
 struct Axis {
     std::string letter;
-    TW_UINT16 resolution;
-    TW_UINT16 scaling;
-    decltype(Module::GetXResolution) Module::*getResolution;
+    TW_UINT16 resolution, scaling;
+    std::function<std::string(Module&)> getResolution, getScale;
     decltype(Module::SetXResolution) Module::*setResolution;
-    decltype(Module::GetXScale) Module::*getScale;
 };
 
 const Axis axes[] = {
-    {"X", ICAP_XRESOLUTION, ICAP_XSCALING, &Module::GetXResolution, &Module::SetXResolution,
-     &Module::GetXScale},
-    {"Y", ICAP_YRESOLUTION, ICAP_YSCALING, &Module::GetYResolution, &Module::SetYResolution,
-     &Module::GetYScale},
+    {"X", ICAP_XRESOLUTION, ICAP_XSCALING, reader(&Module::GetXResolution), reader(&Module::GetXScale),
+     &Module::SetXResolution},
+    {"Y", ICAP_YRESOLUTION, ICAP_YSCALING, reader(&Module::GetYResolution), reader(&Module::GetYScale),
+     &Module::SetYResolution},
 };
 
-// "result: current minimum maximum", then the record of the call.
-Lines outcome(const std::string& numbers, const Lines& record) {
-    return Lines{numbers} + record;
-}
-
-template <class Number, class Getter>
-Lines read(Stage& stage, Getter getter) {
-    Number current = 7, min = 8, max = 9;
-    const int result = (stage.module.*getter)(&current, &min, &max);
-    char text[100];
-    std::snprintf(text, sizeof text, "%d: %g %g %g", result, static_cast<double>(current),
-                  static_cast<double>(min), static_cast<double>(max));
-    return outcome(text, stage.takeRecord());
-}
-
-Lines readResolution(Stage& stage, const Axis& axis) {
-    return read<unsigned short>(stage, axis.getResolution);
-}
-Lines readScale(Stage& stage, const Axis& axis) {
-    return read<double>(stage, axis.getScale);
-}
-
-const Lines unitAsked = {"GETCURRENT ICAP_UNITS"};
+const Answer no = failWith(TWCC_BADCAP), check = returnCode(TWRC_CHECKSTATUS);
 
 }  // namespace
 
 TEST_CASE("resolutions and scales from every container") {
-    const Answer no = failWith(TWCC_BADCAP);
-    const Answer bad = give(array(TWTY_FIX32, {1}));
+    const Answer bad = give(array(TWTY_FIX32, {1})), cutOff = give(rawContainer(TWON_RANGE, {7, 0, 1}));
     const Answer list = give(enumeration(TWTY_FIX32, {fix32(300), fix32(75), fix32(600), fix32(150)}, 3));
-    // g: GET asked, c: GETCURRENT asked, G and C: and refused; r: warned of a refusal, b: of a bad container.
-    struct Row {
-        Answer first, second;
-        const char *resolution, *scale;
-        const char* record;
+    // A list whose last items lie outside its block.
+    ContainerImage lying = enumeration(TWTY_FIX32, {fix32(75), fix32(90)});
+    lying.bytes.resize(20);
+    const struct {
+        int state;
+        Answer get, getCurrent;
+        std::string asked, resolution, scale;
+    } rows[] = {
+        {4, give(fix32Range(50, 1200, 1, 300.75)), no, "GET #", "0; value 300 50 1200",
+         "0; value 300.75 50 1200"},
+        {4, number(299.5), no, "GET #", "0; value 299 299 299", "0; value 299.5 299.5 299.5"},
+        {4, list, no, "GET #", "0; value 150 75 600", "0; value 150 150 150"},
+        {4, no, number(90), "GET #; !refused; GETCURRENT #", "0; value 90 90 90", "0; value 90 90 90"},
+        {4, bad, no, "GET #; !container; GETCURRENT #; !refused", "6; value 100 100 100", "6; value 0 0 0"},
+        {4, bad, bad, "GET #; !container; GETCURRENT #; !container", "10; value 100 100 100",
+         "10; value 0 0 0"},
+        {4, give(lying), cutOff,
+         "GET #; ! Invalid memory in ExtractEnumerationValue; GETCURRENT #; ! Invalid memory in "
+         "ExtractRangeValue",
+         "10; value 100 100 100", "10; value 0 0 0"},
+        {5, failWith(TWCC_BUMMER), no, "GET #; !refused; GETCURRENT #; !refused", "6; value 100 100 100",
+         "6; value 0 0 0"},
+        {5, number(90), check, "GET #", "0; value 90 90 90", "0; value 90 90 90"},
+        {5, no, check, "GET #; !refused; GETCURRENT #; !refused", "0; value 100 100 100", "0; value 0 0 0"},
+        {2, no, no, "", "", ""},
     };
-    const Row rows[] = {
-        {give(fix32Range(50, 1200, 1, 300.75)), no, "0: 300 50 1200", "0: 300.75 50 1200", "g"},
-        {give(number(299.5)), no, "0: 299 299 299", "0: 299.5 299.5 299.5", "g"},
-        {list, no, "0: 150 75 600", "0: 150 150 150", "g"},
-        {no, give(number(90)), "0: 90 90 90", "0: 90 90 90", "Gcr"},
-        {bad, no, "6: 100 100 100", "6: 0 0 0", "gCbr"},
-        {bad, bad, "10: 100 100 100", "10: 0 0 0", "gcbb"},
-        {failWith(TWCC_BUMMER), no, "6: 100 100 100", "6: 0 0 0", "GCrr"},
-    };
-    for (const Axis& axis : axes) {
-        for (const bool isScale : {false, true}) {
-            const TW_UINT16 capability = isScale ? axis.scaling : axis.resolution;
-            const std::string name = operation::capabilityName(capability);
-            const std::string in = " in TScanModule::Get" + axis.letter + (isScale ? "Scale" : "Resolution");
-            const auto spelled = [&](const char* record) {
-                Lines calls, warnings;
-                for (; *record != '\0'; ++record) {
-                    if (*record == 'r') warnings.push_back("! CapNegotiate returns failure" + in);
-                    if (*record == 'b') warnings.push_back("! Invalid container type" + in);
-                    if (*record == 'g' || *record == 'G') calls.push_back("GET " + name);
-                    if (*record == 'c' || *record == 'C') calls.push_back("GETCURRENT " + name);
-                    if (*record == 'G' || *record == 'C') calls.push_back("STATUS");
-                }
-                return calls + (isScale ? Lines{} : unitAsked) + warnings;
+    Stages stages;
+    for (const auto& row : rows) {
+        for (const Axis& axis : axes) {
+            const auto checkRow = [&](const auto& read, const char* name, TW_UINT16 capability,
+                                      const std::string& rest) {
+                const std::string record = row.asked + rest;
+                Stage& stage = stages.in(row.state);
+                stage.manager.answer(operation::getCurrent(ICAP_UNITS), unitAnswer(TWUN_INCHES));
+                const Reading reading = {row.state, row.getCurrent, row.get,
+                                         row.asked.empty() ? "!sequence; value 7 8 9" : record};
+                checkReading(stage, reading, read, "Get" + axis.letter + name, capability);
             };
-            const auto readFrom = [&](Stage& stage) {
-                return isScale ? readScale(stage, axis) : readResolution(stage, axis);
-            };
-            Stage stage;
-            stage.forget();
-            CHECK(readFrom(stage) == outcome("11: 7 8 9", {"! Sequence error" + in}));
-            stage.open();
-            useUnit(stage, TWUN_INCHES);
-            for (const Row& row : rows) {
-                stage.manager.answer(operation::get(capability), row.first);
-                stage.manager.answer(operation::getCurrent(capability), row.second);
-                CHECK(readFrom(stage) == outcome(isScale ? row.scale : row.resolution, spelled(row.record)));
-            }
+            checkRow(axis.getResolution, "Resolution", axis.resolution, "; unit; result " + row.resolution);
+            checkRow(axis.getScale, "Scale", axis.scaling, "; result " + row.scale);
         }
     }
 }
 
 TEST_CASE("resolutions in the source's unit, both ways") {
-    struct Row {
+    const struct {
         TW_UINT16 unit;
-        int dpi;
-        const char* sent;
-        TW_UINT32 answered;
-        const char* read;
-    };
-    const Row rows[] = {
-        {TWUN_INCHES, 300, "300", fix32(300), "0: 300 300 300"},
-        {TWUN_CENTIMETERS, 300, "762", fix32(762), "0: 300 300 300"},
-        {TWUN_CENTIMETERS, 150, "381", fix32(254), "0: 99 99 99"},  // the factor loses a dot now and then
-        {TWUN_PICAS, 300, "1800", fix32(1800), "0: 300 300 300"},
-        {TWUN_POINTS, 300, "21600", fix32(21600), "0: 300 300 300"},
+        unsigned short dpi;
+        std::string sent;
+        Answer answer;
+        std::string read;
+    } rows[] = {
+        {TWUN_INCHES, 300, "300", number(300), "0; value 300 300 300"},
+        {TWUN_CENTIMETERS, 300, "762", number(762), "0; value 300 300 300"},
+        // The factor loses a dot now and then.
+        {TWUN_CENTIMETERS, 150, "381", number(254), "0; value 99 99 99"},
+        {TWUN_PICAS, 300, "1800", number(1800), "0; value 300 300 300"},
+        {TWUN_POINTS, 300, "21600", number(21600), "0; value 300 300 300"},
         // 432000 doesn't fit into a TW_FIX32; its low 16 bits are what goes.
-        {TWUN_TWIPS, 300, "-26752", fix32(14400), "0: 10 10 10"},
-        {TWUN_PIXELS, 300, "300", fix32(300), "0: 300 300 300"},
-        {77, 300, "300", fix32(300), "0: 300 300 300"},
-    };
-    for (const Axis& axis : axes) {
-        const std::string set = "SET " + operation::capabilityName(axis.resolution) + " one FIX32 ";
-        const std::string get = "GET " + operation::capabilityName(axis.resolution);
-        const std::string method = "TScanModule::Set" + axis.letter + "Resolution";
-        Stage stage;
-        stage.forget();
-        CHECK((stage.module.*axis.setResolution)(300) == 11);
-        CHECK(stage.takeRecord() == Lines{"! Sequence error in " + method});
-        stage.open();
-        for (const Row& row : rows) {
-            CAPTURE(row.unit);
-            useUnit(stage, row.unit);
-            CHECK((stage.module.*axis.setResolution)(static_cast<unsigned short>(row.dpi)) == 0);
-            CHECK(stage.takeRecord() == unitAsked + Lines{set + row.sent});
-            stage.manager.answer(operation::get(axis.resolution), give(oneValue(TWTY_FIX32, row.answered)));
-            CHECK(readResolution(stage, axis) == outcome(row.read, Lines{get} + unitAsked));
-        }
-        stage.manager.answer(operation::set(axis.resolution), failWith(TWCC_BADVALUE));
-        CHECK((stage.module.*axis.setResolution)(10) == TWCC_BADVALUE);
-        CHECK(stage.takeRecord() ==
-              unitAsked + refused(set + "10") + Lines{"! CapNegotiate returns failure in " + method});
+        {TWUN_TWIPS, 300, "-26752", number(14400), "0; value 10 10 10"},
+        {TWUN_PIXELS, 300, "300", number(300), "0; value 300 300 300"},
+        {77, 300, "300", number(300), "0; value 300 300 300"},
         // A source that doesn't say its resolution has 100, in its own unit.
-        useUnit(stage, TWUN_CENTIMETERS);
-        stage.manager.answer(operation::get(axis.resolution), failWith(TWCC_BADCAP));
-        CHECK(readResolution(stage, axis).front() == "6: 39 39 39");
+        {TWUN_CENTIMETERS, 50, "127", no, "6; value 39 39 39"},
+    };
+    Stages stages;
+    for (const Axis& axis : axes) {
+        const auto checkSet = [&](Stage& stage, unsigned short dpi, const std::string& record) {
+            const auto set = [&] { return resultText((stage.module.*axis.setResolution)(dpi)); };
+            checkCall(stage, record, "Set" + axis.letter + "Resolution", set, axis.resolution);
+        };
+        checkSet(stages.in(2), 300, "!sequence");
+        for (const auto& row : rows) {
+            Stage& stage = stages.in(4);
+            stage.manager.answer(operation::getCurrent(ICAP_UNITS), unitAnswer(row.unit));
+            checkSet(stage, row.dpi, "unit; SET # one FIX32 " + row.sent + "; result 0");
+            const bool isSaid = row.answer.returnCode == TWRC_SUCCESS;
+            const std::string asked = isSaid ? "GET #" : "GET #; !refused; GETCURRENT #; !refused";
+            checkReading(stage, {4, no, row.answer, asked + "; unit; result " + row.read}, axis.getResolution,
+                         "Get" + axis.letter + "Resolution", axis.resolution);
+        }
+        for (const Answer& answer : {failWith(TWCC_BADVALUE), check}) {
+            Stage& stage = stages.in(5);
+            stage.manager.answer(operation::getCurrent(ICAP_UNITS), unitAnswer(TWUN_INCHES));
+            stage.manager.answer(operation::set(axis.resolution), answer);
+            checkSet(stage, 10,
+                     "unit; SET # one FIX32 10; !refused; result " + std::to_string(answer.conditionCode));
+        }
     }
 }
 
 TEST_CASE("a pair of resolutions is tried by setting it, and taken back") {
-    Stage stage;
-    stage.open();
-    useUnit(stage, TWUN_INCHES);
-    stage.manager.answer(operation::get(ICAP_XRESOLUTION), give(fix32Range(50, 600, 1, 150)));
-    stage.manager.answer(operation::get(ICAP_YRESOLUTION), give(fix32Range(50, 600, 1, 200)));
-    const Lines present =
-        Lines{"GET ICAP_XRESOLUTION"} + unitAsked + Lines{"GET ICAP_YRESOLUTION"} + unitAsked;
-    const auto setting = [](const char* axis, const char* dpi) {
-        return unitAsked + Lines{std::string("SET ICAP_") + axis + "RESOLUTION one FIX32 " + dpi};
+    const Answer denied = failWith(TWCC_DENIED);
+    const std::string present = "GET ICAP_XRESOLUTION; unit; GET ICAP_YRESOLUTION; unit; ";
+    const std::string set = "unit; SET ICAP_$RESOLUTION one FIX32 ";
+    const std::string setX = filled(set, '$', "X"), setY = filled(set, '$', "Y");
+    const std::string back = setX + "150; " + setY + "200; ";
+    // One of the two is refused: its setter warns, and so does the method.
+    const std::string refused = "! CapNegotiate returns failure in TScanModule::Set$Resolution; STATUS; ";
+    const std::string refusedX = filled(refused, '$', "X"), refusedY = filled(refused, '$', "Y");
+    const std::string failedX = refusedX + "! SetXResolution returns failure in @; ";
+    const std::string failedY = refusedY + "! SetYResolution returns failure in @; ";
+    const struct {
+        std::vector<Answer> toX, toY;  // what the source says to each setting in turn
+        std::string record;
+    } rows[] = {
+        {{}, {}, setX + "300; " + setY + "400; " + back + "result 0"},
+        {{denied}, {}, setX + "300; " + failedX + back + "result 16"},
+        // A refusal without a condition code isn't noticed here.
+        {{check}, {}, setX + "300; " + refusedX + setY + "400; " + back + "result 0"},
+        {{}, {denied}, setX + "300; " + setY + "400; " + failedY + back + "result 16"},
+        // Taking back may fail as it likes.
+        {{{}, denied},
+         {{}, denied},
+         setX + "300; " + setY + "400; " + setX + "150; " + refusedX + setY + "200; " + refusedY +
+             "result 0"},
     };
-    const auto refusalOf = [](const std::string& method) {
-        return Lines{"! CapNegotiate returns failure in TScanModule::" + method,
-                     "! " + method + " returns failure in TScanModule::IsThisDPIAvailable"};
-    };
-    const Lines takenBack = setting("X", "150") + setting("Y", "200");
-    const Lines both = present + setting("X", "300") + setting("Y", "400");
-    CHECK(stage.module.IsThisDPIAvailable(300, 400) == 0);
-    CHECK(stage.takeRecord() == both + takenBack);
-
-    stage.manager.answerNext(operation::set(ICAP_XRESOLUTION), failWith(TWCC_BADVALUE));
-    CHECK(stage.module.IsThisDPIAvailable(300, 400) == TWCC_BADVALUE);
-    CHECK(stage.takeRecord() ==
-          present + setting("X", "300") + Lines{"STATUS"} + takenBack + refusalOf("SetXResolution"));
-
-    stage.manager.answerNext(operation::set(ICAP_YRESOLUTION), failWith(TWCC_DENIED));
-    CHECK(stage.module.IsThisDPIAvailable(300, 400) == TWCC_DENIED);
-    CHECK(stage.takeRecord() == both + Lines{"STATUS"} + takenBack + refusalOf("SetYResolution"));
-}
-
-TEST_CASE("the largest area in inches, whatever the source's unit") {
-    struct Row {
-        TW_UINT16 unit;
-        double width, height;  // as the source says
-        double inchWidth, inchHeight;
-    };
-    const Row rows[] = {
-        {TWUN_INCHES, 8.5, 14, 8.5, 14},
-        {TWUN_CENTIMETERS, 25.4, 50.8, 10, 20},
-        {TWUN_TWIPS, 12240, 20160, 8.5, 14},
-        {TWUN_PIXELS, 1275, 2100, 8.5, 14},
-        {77, 5, 6, 5, 6},
-    };
-    for (const Row& row : rows) {
-        CAPTURE(row.unit);
-        Stage stage;
-        stage.open();
-        useUnit(stage, row.unit);
-        stage.manager.answer(operation::getCurrent(ICAP_PHYSICALWIDTH), give(number(row.width)));
-        stage.manager.answer(operation::getCurrent(ICAP_PHYSICALHEIGHT), give(number(row.height)));
-        // The height too is divided by the X resolution.
-        stage.manager.answer(operation::get(ICAP_XRESOLUTION), give(number(150)));
-        stage.manager.answer(operation::get(ICAP_YRESOLUTION), give(number(300)));
-        double width = 0, height = 0;
-        CHECK(stage.module.GetMaxArea(&width, &height) == 0);
-        CHECK(width == doctest::Approx(row.inchWidth).epsilon(0.00001));
-        CHECK(height == doctest::Approx(row.inchHeight).epsilon(0.00001));
-        CHECK(stage.takeRecord() == Lines{"GETCURRENT ICAP_PHYSICALWIDTH", "GETCURRENT ICAP_PHYSICALHEIGHT"} +
-                                        unitAsked + Lines{"GET ICAP_XRESOLUTION"} + unitAsked);
+    Stages stages;
+    for (const auto& row : rows) {
+        Stage& stage = stages.in(4);
+        stage.manager.answer(operation::getCurrent(ICAP_UNITS), unitAnswer(TWUN_INCHES));
+        stage.manager.answer(operation::get(ICAP_XRESOLUTION), give(fix32Range(50, 600, 1, 150)));
+        stage.manager.answer(operation::get(ICAP_YRESOLUTION), give(fix32Range(50, 600, 1, 200)));
+        for (const Answer& answer : row.toX)
+            stage.manager.answerNext(operation::set(ICAP_XRESOLUTION), answer);
+        for (const Answer& answer : row.toY)
+            stage.manager.answerNext(operation::set(ICAP_YRESOLUTION), answer);
+        const auto call = [&] { return resultText(stage.module.IsThisDPIAvailable(300, 400)); };
+        checkCall(stage, present + row.record, "IsThisDPIAvailable", call);
     }
 }
 
-TEST_CASE("a source that can't say its area") {
-    const std::string in = " in TScanModule::GetMaxArea";
-    const Lines refusal = {"! CapNegotiate returns failure" + in};
-    const Lines badContainer = {"! Invalid container type" + in};
-    Stage stage;
-    stage.forget();
-    double width = 5, height = 6;
-    CHECK(stage.module.GetMaxArea(&width, &height) == 11);
-    CHECK(stage.takeRecord() == Lines{"! Sequence error" + in});
-
-    stage.open();
-    CHECK(stage.module.GetMaxArea(&width, &height) == TWCC_BADCAP);
-    CHECK(stage.takeRecord() ==
-          refused("GETCURRENT ICAP_PHYSICALWIDTH") + refused("GET ICAP_PHYSICALWIDTH") + 2 * refusal);
-
-    stage.manager.answer(operation::getCurrent(ICAP_PHYSICALWIDTH), give(fix32Range(1, 9, 1, 9)));
-    stage.manager.answer(operation::get(ICAP_PHYSICALWIDTH), give(enumeration(TWTY_FIX32, {fix32(9)})));
-    CHECK(stage.module.GetMaxArea(&width, &height) == 10);
-    CHECK(stage.takeRecord() ==
-          Lines{"GETCURRENT ICAP_PHYSICALWIDTH", "GET ICAP_PHYSICALWIDTH"} + 2 * badContainer);
-    CHECK(width == 5);
-    CHECK(height == 6);
+TEST_CASE("the largest area in inches, whatever the source's unit") {
+    const std::string width = "GETCURRENT ICAP_PHYSICALWIDTH; ", height = "GETCURRENT ICAP_PHYSICALHEIGHT; ";
+    const std::string asked = width + height + "unit; GET ICAP_XRESOLUTION; unit; result 0; value ";
+    const std::string again = "!refused; GET ICAP_PHYSICALWIDTH; ";
+    const Answer bad = give(fix32Range(1, 9, 1, 9));
+    const struct {
+        int state;
+        TW_UINT16 unit;
+        Answer width, height;
+        std::string record;
+        double resolution = 150;
+    } rows[] = {
+        {4, TWUN_INCHES, number(8.5), number(14), asked + "8.5 14"},
+        {4, TWUN_CENTIMETERS, number(127), number(254), asked + "50 100"},
+        {4, TWUN_PICAS, number(51), number(84), asked + "8.5 14"},
+        {4, TWUN_POINTS, number(612), number(1008), asked + "8.5 14"},
+        {4, TWUN_TWIPS, number(12240), number(20160), asked + "8.5 14"},
+        // The height too is divided by the X resolution, and without one there is a usual area.
+        {4, TWUN_PIXELS, number(1275), number(2100), asked + "8.5 14"},
+        {4, TWUN_PIXELS, number(1275), number(2100), asked + "8 11", 0.5},
+        {4, 77, number(5), number(6), asked + "5 6"},
+        {4, 0, no, number(6), width + again + "!refused; result 6; value 5 6"},
+        {4, 0, bad, bad, width + "!container; GET ICAP_PHYSICALWIDTH; !refused; result 6; value 5 6"},
+        {5, 0, number(9), check,
+         width + height + "!refused; GET ICAP_PHYSICALHEIGHT; !refused; result 6; value 5 6"},
+        {5, 0, number(9), bad,
+         width + height + "!container; GET ICAP_PHYSICALHEIGHT; !refused; result 6; value 5 6"},
+        {2, 0, no, no, "!sequence; value 5 6"},
+    };
+    Stages stages;
+    for (const auto& row : rows) {
+        Stage& stage = stages.in(row.state);
+        stage.manager.answer(operation::getCurrent(ICAP_UNITS), unitAnswer(row.unit));
+        stage.manager.answer(operation::getCurrent(ICAP_PHYSICALWIDTH), row.width);
+        stage.manager.answer(operation::getCurrent(ICAP_PHYSICALHEIGHT), row.height);
+        stage.manager.answer(operation::get(ICAP_XRESOLUTION), number(row.resolution));
+        stage.manager.answer(operation::get(ICAP_YRESOLUTION), number(300));
+        double across = 5, down = 6;
+        checkCall(stage, row.record, "GetMaxArea", [&] {
+            const int result = stage.module.GetMaxArea(&across, &down);
+            return resultText(result, across, down);
+        });
+    }
 }

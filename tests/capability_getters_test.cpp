@@ -1,238 +1,196 @@
 // Every getter of a capability over what a source may answer: each container, refusals, nonsense. One row per
-// getter.
-#include <doctest.h>
-
+// getter, and one per answer.
+#include <algorithm>
 #include <cstring>
-#include <functional>
 
-#include "Stage.h"
+#include "CallRecord.h"
 
 namespace {
 
-constexpr int untouched = 777;
-
-using Reader = std::function<int(Module&, int& output)>;
-
-template <class Type>
-Reader reader(int (WINAPI* Module::*function)(Type*)) {
-    return [function](Module& module, int& output) {
-        auto value = static_cast<Type>(untouched);
-        const int result = (module.*function)(&value);
-        output = value;
-        return result;
-    };
-}
+enum Trait { plain = 0, listed = 1, unchecked = 2 };  // takes lists as well; has no state check
 
 struct Sample {
     TW_UINT32 source;
     int host;
 };
 
-enum Kinds { single, listed };
-
 struct Getter {
     std::string method;
-    Reader read;
+    std::function<std::string(Module&)> read;
     TW_UINT16 capability;
-    TW_UINT16 itemType;
-    Kinds kinds;
+    TW_UINT16 type;
+    int traits;
     std::vector<Sample> samples;
-    int afterFailure = untouched;
-    bool checksState = true;
-
-    std::string current() const { return "GETCURRENT " + operation::capabilityName(capability); }
-    std::string get() const { return "GET " + operation::capabilityName(capability); }
-    Lines warning(const char* words) const {
-        return {std::string("! ") + words + " in TScanModule::" + method};
-    }
-    Lines refusal() const { return warning("CapNegotiate returns failure"); }
+    std::string afterFailure = "777";
 };
 
-constexpr TW_UINT16 flag = TWTY_BOOL;
-constexpr TW_UINT16 word = TWTY_UINT16;
+constexpr TW_UINT16 flag = TWTY_BOOL, word = TWTY_UINT16;
 
-const std::vector<Getter> getters = {
-    {"IsADFPaperLoaded", reader(&Module::IsADFPaperLoaded), CAP_FEEDERLOADED, flag, single, {{0, 0}, {1, 1}}},
-    {"IsADFPaperLoaded", reader(&Module::IsPaperLoaded), CAP_FEEDERLOADED, flag, single, {{1, 1}}},
-    {"GetADFEnable", reader(&Module::GetADFEnable), CAP_FEEDERENABLED, flag, single, {{1, 1}}},
-    {"GetUnit", reader(&Module::GetUnit), ICAP_UNITS, word, listed, {{0, 1}, {4, 16}, {6, 1}, {5, 32}}, 1},
+const Getter getters[] = {
+    {"IsADFPaperLoaded", reader(&Module::IsADFPaperLoaded), CAP_FEEDERLOADED, flag, plain, {{0, 0}, {1, 1}}},
+    {"IsADFPaperLoaded", reader(&Module::IsPaperLoaded), CAP_FEEDERLOADED, flag, plain, {{1, 1}}},
+    {"GetADFEnable", reader(&Module::GetADFEnable), CAP_FEEDERENABLED, flag, plain, {{1, 1}}},
+    {"GetUnit", reader(&Module::GetUnit), ICAP_UNITS, word, listed, {{0, 1}, {4, 16}, {6, 1}, {5, 32}}, "1"},
     {"GetPixelFlavor", reader(&Module::GetPixelFlavor), ICAP_PIXELFLAVOR, word, listed, {{0, 0}, {1, 1}}},
     {"GetPixelType", reader(&Module::GetPixelType), ICAP_PIXELTYPE, word, listed, {{0, 1}, {8, 256}, {9, 2}}},
     {"GetPaperSize", reader(&Module::GetPaperSize), ICAP_SUPPORTEDSIZES, word, listed, {{8, 256}, {9, 1}}},
-    {"GetXferMech",
-     reader(&Module::GetXferMech),
-     ICAP_XFERMECH,
+    {"GetXferMech", reader(&Module::GetXferMech), ICAP_XFERMECH, word, listed, {{0, 1}, {1, 2}, {3, 4}}},
+    {"GetXferCount", reader<short>(&Module::GetXferCount), CAP_XFERCOUNT, TWTY_INT16, listed, {{65535, -1}}},
+    {"GetKvUnSharpMask", reader(&Module::GetKvUnSharpMask), KV_UNSHARPMASK, flag, listed, {{1, 1}}},
+    {"GetClearPage", reader(&Module::GetClearPage), CAP_CLEARPAGE, flag, listed, {{1, 1}}},
+    {"GetPIMFlag", reader(&Module::GetPIMFlag), KV_PIMFLAG, flag, listed, {{1, 1}}},
+    // Other modes than 1 and 3, of which 16 bits count, are 0.
+    {"GetKvUIMode",
+     reader(&Module::GetKvUIMode),
+     KV_UIMODE,
      word,
      listed,
-     {{0, 1}, {1, 2}, {2, 4}, {3, 4}}},
-    {"GetXferCount",
-     reader(&Module::GetXferCount),
-     CAP_XFERCOUNT,
-     TWTY_INT16,
-     listed,
-     {{0xffff, -1}, {9, 9}}},
-    {"GetKvUnSharpMask", reader(&Module::GetKvUnSharpMask), 0x800e, flag, listed, {{1, 1}}},
-    {"GetClearPage", reader(&Module::GetClearPage), CAP_CLEARPAGE, flag, listed, {{1, 1}}},
-    {"GetPIMFlag", reader(&Module::GetPIMFlag), 0x8010, flag, listed, {{1, 1}}},
-    {"GetKvUIMode", reader(&Module::GetKvUIMode), 0x800f, word, listed, {{1, 1}, {2, 0}, {3, 2}, {4, 0}}, 0},
-    {"GetKvLUT1", reader(&Module::GetKvLUT1), 0x8007, word, listed, {{2, 2}, {9, 9}}},
-    {"GetKvLUT2", reader(&Module::GetKvLUT2), 0x8008, word, listed, {{2, 2}, {9, 9}}, untouched, false},
-    {"GetKvCC", reader(&Module::GetKvCC), 0x8009, word, listed, {{2, 2}, {9, 9}}},
+     {{2, 0}, {257, 0}, {259, 0}, {3, 2}, {1, 1}},
+     "0"},
+    {"GetKvLUT1", reader(&Module::GetKvLUT1), KV_LUT1, word, listed, {{2, 2}}},
+    {"GetKvLUT2", reader(&Module::GetKvLUT2), KV_LUT2, word, listed + unchecked, {{2, 2}}},
+    {"GetKvCC", reader(&Module::GetKvCC), KV_COLORCORRECTION, word, listed, {{2, 2}}},
 };
 
-// "result, output", then the record of the call.
-Lines outcome(int result, int output, const Lines& record) {
-    return Lines{std::to_string(result) + ", " + std::to_string(output)} + record;
+// What a source may say; a refusal may leave a container, which isn't the module's to free.
+enum Said { value, list, values, anArray, aRange, noHandle, cutOff, no, denied, leftNo, leftCheck };
+
+Answer answerOf(const Getter& getter, Said said) {
+    const TW_UINT32 item = getter.samples.back().source;
+    const ContainerImage one = oneValue(getter.type, item);
+    switch (said) {
+        case value:
+            return give(one);
+        case list:  // whose current item counts
+            return give(enumeration(getter.type, {0, 0, item}, 2, 1));
+        case anArray:
+            return give(array(getter.type, {item}));
+        case aRange:
+            return give(range(getter.type, {0, 9, 1, 1, item}));
+        case noHandle:
+            return give(withoutHandle(TWON_DONTCARE16));
+        case cutOff:
+            return give(rawContainer(TWON_ONEVALUE, {1, 0, 1}));
+        case leftNo:
+            return {TWRC_FAILURE, TWCC_CAPUNSUPPORTED, one, {}};
+        case leftCheck:
+            return {TWRC_CHECKSTATUS, TWCC_SUCCESS, one, {}};
+        default:
+            return failWith(said == denied ? TWCC_DENIED : TWCC_CAPUNSUPPORTED);
+    }
 }
 
-Lines readFrom(const Getter& getter, const Answer& current, const Answer& get, int state = 4) {
-    Stage stage;
-    stage.bringTo(state);
-    stage.manager.answer(operation::getCurrent(getter.capability), current);
-    stage.manager.answer(operation::get(getter.capability), get);
-    int output = 0;
-    const int result = getter.read(stage.module, output);
-    return outcome(result, output, stage.takeRecord());
-}
+// '$' is what the host gets of the value, '?' what it gets of nothing.
+const struct {
+    int state;
+    Said current, get;
+    std::string record;
+    int with = plain, without = plain;  // traits of the getters it is for
+} answers[] = {
+    {4, value, no, "GETCURRENT #; result 0; value $"},
+    {4, list, no, "GETCURRENT #; result 0; value $", listed},
+    {4, list, value, "GETCURRENT #; !container; GET #; result 0; value $", plain, listed},
+    {4, anArray, value, "GETCURRENT #; !container; GET #; result 0; value $"},
+    {4, aRange, noHandle, "GETCURRENT #; !container; GET #; !container; result 10; value ?"},
+    {4, cutOff, value, "GETCURRENT #; ! Invalid memory in ExtractOneValue; GET #; result 0; value $"},
+    {4, no, denied, "GETCURRENT #; !refused; GET #; !refused; result 16; value ?"},
+    {4, leftNo, value, "GETCURRENT #; !refused; GET #; a block was not freed; result 0; value $"},
+    {4, value, leftNo, "GETCURRENT #; result 0; value $"},
+    {4, no, leftCheck, "GETCURRENT #; !refused; GET #; !refused; a block was not freed; result 0; value ?"},
+    {5, no, value, "GETCURRENT #; !refused; GET #; result 0; value $"},
+    {2, no, value, "!sequence; value 777", plain, unchecked},
+    {2, no, no, "GETCURRENT #; !refused; GET #; !refused; result 13; value 777", unchecked},
+    {1, no, value, "!manager; value 777"},
+};
 
-ContainerImage currentOfThree(TW_UINT16 type, TW_UINT32 item) {
-    return enumeration(type, {90, 91, item}, 2, 1);
-}
+const Answer refusal = failWith(TWCC_CAPUNSUPPORTED);
 
 }  // namespace
 
-TEST_CASE("a getter gives what the first message says") {
-    for (const Getter& getter : getters) {
-        CAPTURE(getter.method);
-        for (const auto& [source, host] : getter.samples) {
-            std::vector<ContainerImage> images = {oneValue(getter.itemType, source)};
-            if (getter.kinds == listed) images.push_back(currentOfThree(getter.itemType, source));
-            for (const ContainerImage& image : images)
-                CHECK(readFrom(getter, give(image), failWith(TWCC_BUMMER)) ==
-                      outcome(0, host, {getter.current()}));
+TEST_CASE("a getter gives what the first message says, else the second, of containers it can read") {
+    Stages stages;
+    for (const auto& row : answers) {
+        for (const Getter& getter : getters) {
+            if ((getter.traits & row.with) != row.with || (getter.traits & row.without) != 0) continue;
+            std::string record = filled(row.record, '$', std::to_string(getter.samples.back().host));
+            record = filled(record, '?', getter.afterFailure);
+            checkReading(stages.in(row.state),
+                         {row.state, answerOf(getter, row.current), answerOf(getter, row.get), record},
+                         getter.read, getter.method, getter.capability);
         }
     }
 }
 
-TEST_CASE("a getter asks a second time when the first message fails, also while the source is enabled") {
+TEST_CASE("what a getter makes of the source's values") {
+    Stages stages;
     for (const Getter& getter : getters) {
-        const auto& [source, host] = getter.samples.back();
-        const Lines refusedOnce = refused(getter.current()) + Lines{getter.get()};
-        const Answer second = give(oneValue(getter.itemType, source));
-        CHECK(readFrom(getter, failWith(TWCC_BADPROTOCOL), second, 5) ==
-              outcome(0, host, refusedOnce + getter.refusal()));
-        CHECK(readFrom(getter, failWith(TWCC_BADPROTOCOL), failWith(TWCC_CAPUNSUPPORTED)) ==
-              outcome(TWCC_CAPUNSUPPORTED, getter.afterFailure,
-                      refusedOnce + Lines{"STATUS"} + 2 * getter.refusal()));
+        for (const auto& [source, host] : getter.samples)
+            checkReading(stages.in(4),
+                         {4, give(oneValue(getter.type, source)), refusal,
+                          "GETCURRENT #; result 0; value " + std::to_string(host)},
+                         getter.read, getter.method, getter.capability);
     }
-}
-
-TEST_CASE("containers that a getter can't read are freed, and the next message is tried") {
-    for (const Getter& getter : getters) {
-        const auto& [source, host] = getter.samples.back();
-        std::vector<ContainerImage> images = {
-            array(getter.itemType, {source}),
-            range(getter.itemType, {0, 9, 1, 1, source}),
-            withoutHandle(TWON_DONTCARE16),
-        };
-        if (getter.kinds == single) images.push_back(currentOfThree(getter.itemType, source));
-        const Lines asked = {getter.current(), getter.get()};
-        const Lines warning = getter.warning("Invalid container type");
-        for (const ContainerImage& image : images) {
-            CAPTURE(image.conType);
-            CHECK(readFrom(getter, give(image), give(image)) ==
-                  outcome(10, getter.afterFailure, asked + 2 * warning));
-            CHECK(readFrom(getter, give(image), give(oneValue(getter.itemType, source))) ==
-                  outcome(0, host, asked + warning));
-        }
-    }
-}
-
-TEST_CASE("a getter without an open source asks nothing, without a manager it says so") {
-    const Answer no = failWith(TWCC_SEQERROR);
-    for (const Getter& getter : getters) {
-        const Lines asked = refused(getter.current()) + refused(getter.get()) + 2 * getter.refusal();
-        CHECK(readFrom(getter, no, no, 2) ==
-              outcome(11, untouched, getter.checksState ? getter.warning("Sequence error") : asked));
-    }
-    const ManagerFile missing(ManagerFile::Kind::Missing);
-    for (const Getter& getter : getters)
-        CHECK(readFrom(getter, no, no, 2) == outcome(-1, untouched, withoutManager(getter.method)));
 }
 
 TEST_CASE("the supported values are the bits of a list") {
-    struct Row {
-        Answer answer;
-        int result, output;
-        const char* warning = nullptr;
+    const auto listOf = [](const Items& items) { return give(enumeration(word, items, 1)); };
+    const Reading rows[] = {
+        {4, refusal, listOf({2, 0, 1}), "GET #; result 0; value 7"},
+        // Those without a bit are left out.
+        {4, refusal, listOf({1, 9, 16, 32, 40000}), "GET #; result 0; value 2"},
+        {4, refusal, give(enumeration(TWTY_UINT8, {3, 8})), "GET #; result 0; value 264"},
+        {4, refusal, give(enumeration(TWTY_UINT32, {3, 0x10000})), "GET #; result 0; value 8"},
+        {4, refusal, listOf({}), "GET #; result 0; value 0"},
+        {4, refusal, give(oneValue(word, 1)), "GET #; !container; result 10; value 0"},
+        {4, refusal, give(array(word, {0, 1})), "GET #; !container; result 10; value 0"},
+        {5, listOf({1}), refusal, "GET #; !refused; result 13; value 0"},
+        {5, listOf({1}), returnCode(TWRC_CHECKSTATUS), "GET #; !refused; result 0; value 0"},
+        {2, refusal, listOf({1}), "!sequence; value 777"},
     };
-    const Row rows[] = {
-        {give(enumeration(TWTY_UINT16, {2, 0, 1}, 1)), 0, 7},
-        {give(enumeration(TWTY_UINT16, {1, 9, 16, 32, 40000})), 0, 2},  // those without a bit are left out
-        {give(enumeration(TWTY_UINT8, {3, 8})), 0, 0x108},
-        {give(enumeration(TWTY_UINT32, {3, 0x10000})), 0, 8},
-        {give(enumeration(TWTY_UINT16, {})), 0, 0},
-        {give(oneValue(TWTY_UINT16, 1)), 10, 0, "Invalid container type"},
-        {give(array(TWTY_UINT16, {0, 1})), 10, 0, "Invalid container type"},
-        {failWith(TWCC_BADCAP), TWCC_BADCAP, 0, "CapNegotiate returns failure"},
-    };
-    const Getter lists[] = {
-        {"GetSupportedPixelType", reader(&Module::GetSupportedPixelType), ICAP_PIXELTYPE, 0, listed, {}},
-        {"GetSupportedPaperSize", reader(&Module::GetSupportedPaperSize), ICAP_SUPPORTEDSIZES, 0, listed, {}},
-    };
-    for (const Getter& list : lists) {
-        for (const Row& row : rows) {
-            const Lines asked = row.result == TWCC_BADCAP ? refused(list.get()) : Lines{list.get()};
-            CHECK(readFrom(list, failWith(TWCC_BUMMER), row.answer) ==
-                  outcome(row.result, row.output,
-                          asked + (row.warning != nullptr ? list.warning(row.warning) : Lines{})));
-        }
-        CHECK(readFrom(list, {}, {}, 2) == outcome(11, untouched, list.warning("Sequence error")));
-    }
+    checkReadings(rows, reader(&Module::GetSupportedPixelType), "GetSupportedPixelType", ICAP_PIXELTYPE);
+    checkReadings(rows, reader(&Module::GetSupportedPaperSize), "GetSupportedPaperSize", ICAP_SUPPORTEDSIZES);
 }
 
 TEST_CASE("a feeder is there when its capability can be asked, before the source is enabled") {
-    const Getter feeder = {
-        "IsADFAvailable", reader(&Module::IsADFAvailable), CAP_FEEDERENABLED, flag, single, {}};
-    const Answer no = failWith(TWCC_CAPUNSUPPORTED);
-    for (const ContainerImage& image : {oneValue(TWTY_BOOL, 0), array(TWTY_BOOL, {1}), withoutHandle(3)})
-        CHECK(readFrom(feeder, no, give(image)) == outcome(0, 1, {feeder.get()}));
-    for (int state : {2, 4})
-        CHECK(readFrom(feeder, no, no, state) ==
-              outcome(TWCC_CAPUNSUPPORTED, 0, refused(feeder.get()) + feeder.refusal()));
-    CHECK(readFrom(feeder, no, no, 5) == outcome(11, untouched, feeder.warning("Sequence error")));
+    const Reading rows[] = {
+        {4, refusal, give(oneValue(flag, 0)), "GET #; result 0; value 1"},
+        {4, refusal, give(array(flag, {1})), "GET #; result 0; value 1"},
+        {4, refusal, give(withoutHandle(TWON_RANGE)), "GET #; result 0; value 1"},
+        {4, give(oneValue(flag, 1)), refusal, "GET #; !refused; result 13; value 0"},
+        {4, refusal, returnCode(TWRC_CHECKSTATUS), "GET #; !refused; result 0; value 0"},
+        {2, refusal, refusal, "GET #; !refused; result 13; value 0"},
+        {5, refusal, refusal, "!sequence; value 777"},
+        {1, refusal, refusal, "!manager; value 777"},
+    };
+    checkReadings(rows, reader(&Module::IsADFAvailable), "IsADFAvailable", CAP_FEEDERENABLED);
 }
 
 TEST_CASE("the pending count needs an enabled source and asks nothing") {
-    const Getter count = {"GetPendingCount", reader(&Module::GetPendingCount), 0, 0, single, {}};
-    CHECK(readFrom(count, {}, {}, 4) == outcome(11, untouched, count.warning("Sequence error")));
-    CHECK(readFrom(count, {}, {}, 5) == outcome(0, 0, {}));
+    const Reading rows[] = {{4, refusal, refusal, "!sequence; value 777"}, {5, {}, {}, "result 0; value 0"}};
+    checkReadings(rows, reader(&Module::GetPendingCount), "GetPendingCount", 0);
 }
 
-TEST_CASE("the names of the source, in every state") {
-    char text[34] = "before";
-    SUBCASE("open, under one name in the trace") {
-        Stage stage;
-        stage.open();
-        CHECK(stage.module.GetDSProductName(text) == 0);
-        CHECK(std::string(text) == "Plain Source");
-        CHECK(stage.module.GetDSProductFamily(text) == 0);
-        CHECK(std::string(text) == "Plain Family");
-        CHECK(stage.viewer.traces().with("Coming TScanModule::GetDSProductName").size() == 2);
-        CHECK(stage.takeRecord() == Lines{});
-    }
-    SUBCASE("no manager") {
-        const ManagerFile missing(ManagerFile::Kind::Missing);
-        Stage stage;
-        stage.forget();
-        CHECK(stage.module.GetDSProductName(text) == -1);
-        CHECK(stage.takeRecord() == withoutManager("GetDSProductName"));
-    }
-    SUBCASE("a source whose texts have no end") {
-        Stage stage;
-        std::memset(stage.manager.defaultSource().ProductName, 'x', 34);
-        stage.open();
-        CHECK(stage.module.GetDSProductName(text) == 0);
-        CHECK(std::string(text) == std::string(33, 'x'));
+TEST_CASE("the names of the source, in every state, under one name in the trace") {
+    const struct {
+        int state;
+        std::string name, family, record = "result 0; value ";
+    } rows[] = {
+        {4, "Other Source", "Other Family"},
+        {5, std::string(34, 'x'), std::string(34, 'y')},  // texts without an end
+        {2, "", ""},
+        {1, "", "", "!manager; value before"},
+    };
+    for (const auto& row : rows) {
+        StageIn stage(row.state == 1 ? 1 : 2);
+        row.name.copy(stage->manager.defaultSource().ProductName, 34);
+        row.family.copy(stage->manager.defaultSource().ProductFamily, 34);
+        stage->bringTo(row.state);
+        const auto check = [&](const std::string& text, int(WINAPI * get)(char*)) {
+            char output[34] = "before";
+            const auto read = [&] { return resultText(get(output), output); };
+            checkCall(*stage, row.record + text.substr(0, 33), "GetDSProductName", read);
+        };
+        check(row.name, stage->module.GetDSProductName);
+        check(row.family, stage->module.GetDSProductFamily);
     }
 }

@@ -1,157 +1,131 @@
 // Every setter of a capability: what it sends, with which item types, and what becomes of refusals. One row
 // per setter.
-#include <doctest.h>
-
-#include <functional>
-
-#include "Stage.h"
+#include "CallRecord.h"
 
 namespace {
 
-using Writer = std::function<int(Module&, double value)>;
-
-template <class Type>
-Writer writer(int (WINAPI* Module::*function)(Type)) {
-    return [function](Module& module, double value) { return (module.*function)(static_cast<Type>(value)); };
-}
+using Types = std::vector<std::string>;
 
 struct Sample {
     double host;
-    const char* sent;
+    std::string sent;
 };
-
-const char* const returnsFailure = "BuildupOneValue returns failure";
-const char* const returnFailure = "BuildupOneValue return failure";
-enum StateCheck { checked, unchecked };
 
 struct Setter {
     std::string method;
-    Writer write;
+    std::function<int(Module&, double)> set;
     TW_UINT16 capability;
-    std::vector<const char*> types;  // in the order in which they are tried
+    Types types;  // in the order in which they are tried
     std::vector<Sample> samples;
-    const char* buildWords = returnsFailure;  // null: it has none of its own
-    const char* warningMethod = nullptr;      // when warnings name another
-    StateCheck stateCheck = checked;
+    std::string notBuilt = "! BuildupOneValue returns failure in @; ";  // empty: made without the codec
+    std::string refused = "!refused; ";
+    bool checksState = true;
 
-    Lines warning(const std::string& words) const {
-        return {"! " + words + " in TScanModule::" + (warningMethod != nullptr ? warningMethod : method)};
+    std::string sending(size_t type, const std::string& item) const {
+        return "SET # one " + types[type] + " " + item + "; ";
     }
-    std::string sending(size_t type, const char* item) const {
-        return "SET " + operation::capabilityName(capability) + " one " + types[type] + " " + item;
+    void check(Stage& stage, double value, const std::string& record) const {
+        checkCall(
+            stage, record, method, [&] { return resultText(set(stage.module, value)); }, capability);
     }
 };
 
-using Types = std::vector<const char*>;
-using Samples = std::vector<Sample>;
-const Types flags = {"BOOL", "UINT16", "INT16"};
-const Types words = {"UINT16", "INT16", "BOOL"};
-const Types counts = {"INT16", "UINT16", "BOOL"};
-const Types flag = {"BOOL"};
-const Types word = {"UINT16"};
-const Types number = {"FIX32"};
-const Samples onOff = {{0, "0"}, {1, "1"}};
-const Samples bits = {{1, "0"}, {2, "1"}, {256, "8"}, {0, "0"}, {3, "3"}, {512, "512"}};
-const Samples codes = {{0, "0"}, {1, "1"}, {3, "3"}};
-const Samples mechanisms = {{1, "0"}, {2, "1"}, {4, "2"}, {0, "0"}, {3, "3"}, {8, "8"}};
-const Samples fractions = {{1.0, "1"}, {0.75, "0+49152/65536"}, {2.5, "2+32768/65536"}};
+template <class Type>
+auto writer(int (WINAPI* Module::*function)(Type)) {
+    return [function](Module& module, double value) { return (module.*function)(static_cast<Type>(value)); };
+}
 
-const std::vector<Setter> setters = {
+const Types flags = {"BOOL", "UINT16", "INT16"}, words = {"UINT16", "INT16", "BOOL"}, flag = {"BOOL"};
+const Types counts = {"INT16", "UINT16", "BOOL"}, word = {"UINT16"}, number = {"FIX32"};
+const std::vector<Sample> onOff = {{0, "0"}, {1, "1"}}, codes = {{0, "0"}, {1, "1"}, {3, "3"}};
+const std::vector<Sample> asGiven = {{-1, "65535"}, {2, "2"}, {0, "0"}, {1, "1"}};
+const std::vector<Sample> bits = {{1, "0"}, {2, "1"}, {256, "8"}, {0, "0"}, {3, "3"}, {512, "512"}};
+const std::vector<Sample> mechanisms = {{1, "0"}, {2, "1"}, {4, "2"}, {0, "0"}, {3, "3"}, {8, "8"}};
+// Through single precision into two separate halves: below nought one 65536th too much.
+const std::vector<Sample> fractions = {
+    {0.75, "0+49152/65536"}, {1.8, "1+52429/65536"}, {-1.5, "-1+32769/65536"}, {16384.00001, "16384"}};
+const std::string returnFailure = "! BuildupOneValue return failure in @; ";
+const std::string misspelt = "! CapNegotiate returns failure in TScanModule::SetBitDepath; STATUS; ";
+const std::string misspeltBuild = "! BuildupOneValue return failure in TScanModule::SetBitDepath; ";
+
+const Setter setters[] = {
     {"SetADFEnable", writer(&Module::SetADFEnable), CAP_FEEDERENABLED, flags, onOff},
     {"SetIndicatorEnable", writer(&Module::SetIndicatorEnable), CAP_INDICATORS, flags, onOff},
     {"SetAutoFeedEnable", writer(&Module::SetAutoFeedEnable), CAP_AUTOFEED, flags, onOff},
     {"SetPixelType", writer(&Module::SetPixelType), ICAP_PIXELTYPE, words, bits, returnFailure},
-    {"SetBitDepth", writer(&Module::SetBitDepth), ICAP_BITDEPTH, words, codes, returnFailure, "SetBitDepath"},
+    {"SetBitDepth", writer(&Module::SetBitDepth), ICAP_BITDEPTH, words, codes, misspeltBuild, misspelt},
     {"SetPaperSize", writer(&Module::SetPaperSize), ICAP_SUPPORTEDSIZES, words, bits},
     {"SetXferMech", writer(&Module::SetXferMech), ICAP_XFERMECH, words, mechanisms},
     {"SetXferCount", writer(&Module::SetXferCount), CAP_XFERCOUNT, counts, {{-1, "-1"}, {30, "30"}}},
     {"SetLightpath", writer(&Module::SetLightpath), ICAP_LIGHTPATH, word, onOff},
-    {"SetKvExposureMode", writer(&Module::SetKvExposureMode), 0x8005, word, codes, returnFailure},
-    {"SetKvUIMode", writer(&Module::SetKvUIMode), 0x800f, word, codes, returnFailure},
-    {"SetKvUnSharpMask", writer(&Module::SetKvUnSharpMask), 0x800e, flag, codes, nullptr},
-    {"SetKvDraftScan", writer(&Module::SetKvDraftScan), 0x8004, flag, codes, nullptr},
-    {"SetKvDescreeing", writer(&Module::SetKvDescreeing), 0x800a, flag, codes, nullptr},
-    {"SetClearPage", writer(&Module::SetClearPage), CAP_CLEARPAGE, flag, onOff, nullptr, nullptr, unchecked},
-    {"SetPIMFlag", writer(&Module::SetPIMFlag), 0x8010, flag, onOff, nullptr, nullptr, unchecked},
+    {"SetKvExposureMode", writer(&Module::SetKvExposureMode), KV_EXPOSUREMODE, word, codes, returnFailure},
+    {"SetKvUIMode", writer(&Module::SetKvUIMode), KV_UIMODE, word, codes, returnFailure},
+    {"SetKvUnSharpMask", writer(&Module::SetKvUnSharpMask), KV_UNSHARPMASK, flag, asGiven, ""},
+    {"SetKvDraftScan", writer(&Module::SetKvDraftScan), KV_DRAFTSCAN, flag, asGiven, ""},
+    {"SetKvDescreeing", writer(&Module::SetKvDescreeing), KV_DESCREENING, flag, asGiven, ""},
+    {"SetClearPage", writer(&Module::SetClearPage), CAP_CLEARPAGE, flag, asGiven, "", "!refused; ", false},
+    {"SetPIMFlag", writer(&Module::SetPIMFlag), KV_PIMFLAG, flag, asGiven, "", "!refused; ", false},
     {"SetXScale", writer(&Module::SetXScale), ICAP_XSCALING, number, fractions},
     {"SetYScale", writer(&Module::SetYScale), ICAP_YSCALING, number, fractions},
     {"SetGamma", writer(&Module::SetGamma), ICAP_GAMMA, number, fractions},
 };
 
-// The result, then the record of the call.
-Lines outcome(int result, const Lines& record) {
-    return Lines{"result " + std::to_string(result)} + record;
-}
-Lines write(Stage& stage, const Setter& setter, double value) {
-    const int result = setter.write(stage.module, value);
-    return outcome(result, stage.takeRecord());
-}
-
 }  // namespace
 
 TEST_CASE("a setter sends one value and frees its container") {
+    Stages stages;
     for (const Setter& setter : setters) {
-        Stage stage;
-        stage.open();
         for (const auto& [host, sent] : setter.samples)
-            CHECK(write(stage, setter, host) == outcome(0, {setter.sending(0, sent)}));
+            setter.check(stages.in(4), host, setter.sending(0, sent) + "result 0");
     }
 }
 
 TEST_CASE("a setter tries its item types in order until one is taken, also while the source is enabled") {
+    Stages stages;
     for (const Setter& setter : setters) {
         const auto& [host, sent] = setter.samples[1];
-        Stage stage;
-        stage.bringTo(5);
-        Lines calls;
-        for (size_t refusals = 0; refusals <= setter.types.size(); ++refusals) {
-            const bool isTaken = refusals < setter.types.size();
-            for (size_t i = 1; i < refusals; ++i)
-                stage.manager.answerNext(operation::set(setter.capability), failWith(TWCC_BADVALUE));
-            if (refusals > 0)
-                stage.manager.answerNext(operation::set(setter.capability), failWith(TWCC_DENIED));
-            const Lines last = isTaken ? Lines{setter.sending(refusals, sent)} : Lines{};
-            CHECK(write(stage, setter, host) ==
-                  outcome(isTaken ? 0 : TWCC_DENIED,
-                          calls + last +
-                              static_cast<int>(refusals) * setter.warning("CapNegotiate returns failure")));
-            if (isTaken) calls += refused(setter.sending(refusals, sent));
+        const Operation set = operation::set(setter.capability);
+        std::string tried;
+        for (size_t type = 0; type < setter.types.size(); ++type) {
+            Stage& stage = stages.in(5);
+            for (size_t refusal = 0; refusal < type; ++refusal)
+                stage.manager.answerNext(set, failWith(TWCC_BADVALUE));
+            setter.check(stage, host, tried + setter.sending(type, sent) + "result 0");
+            tried += setter.sending(type, sent) + setter.refused;
         }
+        Stage& stage = stages.in(5);
+        stage.manager.answer(set, failWith(TWCC_DENIED));
+        setter.check(stage, host, tried + "result 16");
+        stage.manager.answer(set, returnCode(TWRC_CHECKSTATUS));
+        setter.check(stage, host, tried + "result 0");
     }
 }
 
 TEST_CASE("a setter without an open source sends nothing, without a manager it says so") {
-    for (const Setter& setter : setters) {
-        Stage stage;
-        stage.forget();
-        const Lines refusal = {"! Sequence error in TScanModule::" + setter.method};
-        CHECK(write(stage, setter, 1) ==
-              (setter.stateCheck == checked ? outcome(11, refusal) : outcome(0, {setter.sending(0, "1")})));
-    }
-    const ManagerFile missing(ManagerFile::Kind::Missing);
-    for (const Setter& setter : setters) {
-        Stage stage;
-        stage.forget();
-        CHECK(write(stage, setter, 1) == outcome(-1, withoutManager(setter.method)));
-    }
+    Stages stages;
+    for (const Setter& setter : setters)
+        setter.check(stages.in(2), 1, setter.checksState ? "!sequence" : setter.sending(0, "1") + "result 0");
+    for (const Setter& setter : setters)
+        setter.check(stages.in(1), 1, "!manager");
 }
 
 TEST_CASE("a container that can't be built is not sent, and freed once") {
-    for (const Setter& setter : setters) {
-        Stage stage;
-        stage.open();
-        const int tries = static_cast<int>(setter.types.size());
-        const Lines own = setter.buildWords != nullptr ? setter.warning(setter.buildWords) : Lines{};
-        stage.windows.locksThatSucceed = 0;
-        const Lines noLock = Lines{"! Lock memory error in BuildupOneValue"} + own;
-        const Lines unlocked = write(stage, setter, 1);
-        stage.windows.largestAllocation = 0;
-        const Lines noMemory = Lines{"! Memory alloc error in BuildupOneValue"} + own;
-        const Lines unallocated = write(stage, setter, 1);
-        if (setter.buildWords == nullptr) continue;
-        CHECK(unlocked == outcome(2, tries * noLock));
-        CHECK(unallocated == outcome(2, tries * noMemory));
-    }
+    Stage stage;
+    stage.open();
+    const auto check = [&](const Setter& setter, const std::string& words) {
+        const bool isOwn = setter.notBuilt.empty();
+        const std::string attempt = "! " + words + " in BuildupOneValue; " + setter.notBuilt;
+        const int attempts = static_cast<int>(setter.types.size());
+        setter.check(stage, 1,
+                     (isOwn ? "! Memory alloc error in @; " : times(attempts, attempt)) + "result 2");
+        CHECK(stage.viewer.traces().with("Buildup").empty() == isOwn);
+    };
+    stage.windows.locksThatSucceed = 0;
+    for (const Setter& setter : setters)
+        check(setter, "Lock memory error");
+    stage.windows.largestAllocation = 0;
+    for (const Setter& setter : setters)
+        check(setter, "Memory alloc error");
 }
 
 TEST_CASE("narrowing the supported values sends the set bits in order, with the present value as current") {
@@ -160,36 +134,39 @@ TEST_CASE("narrowing the supported values sends the set bits in order, with the 
         {"SetSupportedPaperSize", writer(&Module::SetSupportedPaperSize), ICAP_SUPPORTEDSIZES, {}, {}},
     };
     struct Row {
-        int mask;
+        int state, mask;
         TW_UINT32 present;
-        const char* sent;
+        std::string record;
+        Answer answer = succeed();
+        SIZE_T largest = 1000;
     };
+    const std::string set = "GETCURRENT #; SET # enum UINT16 ";
     const Row rows[] = {
-        {7, 1, "[0 1 2] current 1 default 1"},
-        {6, 0, "[1 2] current 0 default 0"},
-        {0x109, 3, "[0 3 8] current 1 default 1"},
-        {0x1ff, 8, "[0 1 2 3 4 5 6 7 8] current 8 default 8"},
+        {4, 7, 1, set + "[0 1 2] current 1 default 1; result 0"},
+        {4, 6, 0, set + "[1 2] current 0 default 0; result 0"},
+        {4, 0x109, 3, set + "[0 3 8] current 1 default 1; result 0"},
+        {4, 0x3ff, 8, set + "[0 1 2 3 4 5 6 7 8] current 8 default 8; result 0"},
+        {5, 1, 0, set + "[0] current 0 default 0; !refused; result 14", failWith(TWCC_CAPBADOPERATION)},
+        {5, 1, 0, set + "[0] current 0 default 0; !refused; result 0", returnCode(TWRC_CHECKSTATUS)},
+        {5,
+         3,
+         1,
+         "GETCURRENT #; ! Memory alloc error in BuildupEnumeration; ! BuildupEnumeration returns "
+         "failure in @; result 2",
+         {},
+         0},
+        {2, 3, 1, "!sequence"},
+        {1, 3, 1, "!manager"},
     };
-    for (const Setter& setter : both) {
-        const std::string name = operation::capabilityName(setter.capability);
-        const Lines asked = {"GETCURRENT " + name};
-        const auto setting = [&](const char* sent) { return "SET " + name + " enum UINT16 " + sent; };
-        Stage stage;
-        stage.forget();
-        CHECK(write(stage, setter, 3) == outcome(11, setter.warning("Sequence error")));
-        stage.open();
-        for (const Row& row : rows) {
-            stage.manager.answer(operation::getCurrent(setter.capability),
-                                 give(oneValue(TWTY_UINT16, row.present)));
-            CHECK(write(stage, setter, row.mask) == outcome(0, asked + Lines{setting(row.sent)}));
+    Stages stages;
+    for (const Row& row : rows) {
+        for (const Setter& setter : both) {
+            Stage& stage = stages.in(row.state);
+            stage.windows.largestAllocation = row.largest;
+            const Answer present = give(oneValue(TWTY_UINT16, row.present));
+            stage.manager.answer(operation::getCurrent(setter.capability), present);
+            stage.manager.answer(operation::set(setter.capability), row.answer);
+            setter.check(stage, row.mask, row.record);
         }
-        stage.manager.answer(operation::set(setter.capability), failWith(TWCC_CAPBADOPERATION));
-        CHECK(write(stage, setter, 1) ==
-              outcome(TWCC_CAPBADOPERATION, asked + refused(setting("[0] current 0 default 0")) +
-                                                setter.warning("CapNegotiate returns failure")));
-        stage.windows.largestAllocation = 0;
-        CHECK(write(stage, setter, 3) ==
-              outcome(2, asked + Lines{"! Memory alloc error in BuildupEnumeration"} +
-                             setter.warning("BuildupEnumeration returns failure")));
     }
 }

@@ -202,6 +202,7 @@ TEST_CASE("getters take no lying container, free it and go on to the next messag
     Stage stage;
     stage.open();
     stage.windows.guardBlocks = true;
+    stage.manager.answer(operation::getCurrent(ICAP_UNITS), give(oneValue(TWTY_UINT16, TWUN_INCHES)));
     unsigned short words[3];
     const auto readResolution = [&] { return stage.module.GetXResolution(words, words + 1, words + 2); };
     const auto readSizes = [&] { return stage.module.GetSupportedPaperSize(words); };
@@ -212,6 +213,8 @@ TEST_CASE("getters take no lying container, free it and go on to the next messag
             stage.forget();
             CHECK(ask() == 10);
             CHECK(stage.manager.calls().with(operation::capabilityName(capability)).size() == messages);
+            CHECK(stage.viewer.warnings().size() == messages);
+            CHECK(stage.viewer.warnings().with("Invalid memory in Extract").size() == messages);
             CHECK(stage.windows.memoryComplaints() == Lines{});
         }
     };

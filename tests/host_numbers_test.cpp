@@ -43,6 +43,7 @@ TEST_CASE("a host's value snaps to the source's nearest step, and is never clamp
         {"above the scale", 300, {0, 255}, {0, 255, 1}, 300},
         {"below the scale, where truncation rounds the other way", -10, {0, 100}, {0, 100, 1}, -9},
         {"a scale that runs down", 25, {100, 0}, {0, 200, 1}, 150},
+        {"the minimum added and taken off, which rounds", 114, {0, 200}, {-1000, -900, 2}, -942},
         {"more steps than 16 bits count", 10, {0, 10}, {0, 32767, 0.25}, -1},
     };
     for (const Mapping& row : rows) {

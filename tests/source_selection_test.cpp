@@ -40,7 +40,7 @@ Lines section(const SavedFile& file) {
 
 const std::string listPath = (std::filesystem::temp_directory_path() / "scanmodule-sources.ini").string();
 const char* const path = listPath.c_str();
-const std::string notOpened = "OPENDSM; STATUS; ! DSM_Entry returns failure in TScanModule::OpenDSM; ";
+const std::string notOpened = "OPENDSM; ! DSM_Entry returns failure in TScanModule::OpenDSM; STATUS; ";
 const std::string isOpen = "! Sequence error in TScanModule::OpenDSM; ";
 const Answer refusal = failWith(TWCC_NODS);
 
@@ -65,9 +65,9 @@ TEST_CASE("the manager's dialog, and what the next session opens") {
     const std::string asked = "OPENDSM; USERSELECT; ", failed = "! OpenDSM returns failure in @; ";
     const Row rows[] = {
         {2, operation::userSelect, taken, asked + "CLOSEDSM; result 0", "Other"},
-        {2, operation::userSelect, taken, asked + "CLOSEDSM; !parent; result 0", "Other", false},
+        {2, operation::userSelect, taken, "!parent; " + asked + "CLOSEDSM; result 0", "Other", false},
         {2, operation::userSelect, cancelled, asked + "CLOSEDSM; result -6", ""},
-        {2, operation::userSelect, refusal, asked + "STATUS; CLOSEDSM; !failure; result 3", ""},
+        {2, operation::userSelect, refusal, asked + "!failure; CLOSEDSM; result 3", ""},
         // The earlier choice stays.
         {2, operation::openDsm, refusal, notOpened + failed + "result 3", "First"},
         {4, operation::userSelect, refusal, isOpen + failed + "result 11", "First"},
@@ -128,7 +128,7 @@ TEST_CASE("a list that can't be had, or only with gaps") {
         Operation operation;
         std::string record, section;
     } rows[] = {
-        {2, operation::getFirst, asked + "STATUS; CLOSEDSM; !failure; result 3", plain + "; count=0"},
+        {2, operation::getFirst, asked + "!failure; CLOSEDSM; result 3", plain + "; count=0"},
         // A failure in the middle is skipped.
         {2, operation::getNext, asked + "GETNEXT; GETNEXT; GETNEXT; CLOSEDSM; result 0",
          plain + "Plain Source; name2=Second; count=2"},
@@ -156,14 +156,19 @@ TEST_CASE("the default driver from the manager's list, which leaves the system's
         Operation refused = {};
         bool hasParent = true;
     };
-    const std::string asked = "OPENDSM; GETDEFAULT; ",
-                      failed = "STATUS; GETFIRST; GETNEXT; CLOSEDSM; !failure; ";
+    const std::string asked = "OPENDSM; GETDEFAULT; ", failed = "!failure; GETFIRST; GETNEXT; CLOSEDSM; ";
     const std::string found = "GETFIRST; GETNEXT; CLOSEDSM; result 0";
     const Row rows[] = {
         {2, "J", "PLAIN source", asked + "CLOSEDSM; result 0", "Plain Source"},
         {2, "", "Second", asked + found, "Second"},
         {2, "j", "Second", asked + found, "Second"},
-        {2, "E", "Nobody", asked + "GETFIRST; GETNEXT; GETNEXT; CLOSEDSM; !parent; result 12", "", {}, false},
+        {2,
+         "E",
+         "Nobody",
+         "!parent; " + asked + "GETFIRST; GETNEXT; GETNEXT; CLOSEDSM; result 12",
+         "",
+         {},
+         false},
         {2, "E", "Second", asked + failed + "result 0", "Second", operation::getDefault},
         {4, "E", "Second", isOpen + "! OpenDSM returns failure in @; result 11", "Plain Source"},
         {1, "E", "Second", "!manager", "untouched"},

@@ -42,18 +42,17 @@ TEST_CASE("a line names level, path, number and text: its method's place, also w
 
 TEST_CASE("the switches work at once") {
     Stage stage;
-    const auto linesWith = [&](const char* traceSwitch, const char* warningSwitch) {
-        stage.switches.set("Trace", traceSwitch);
-        stage.switches.set("Warning", warningSwitch);
+    const auto linesWith = [&](const ModuleCalls::Switches& switches) {
+        stage.windows.traceSwitches = switches;
         stage.viewer.forget();
         stage.module.EnableDS(FALSE, FALSE);
         return stage.viewer.lines();
     };
     const Lines warning = {"Warning: Sequence error in TScanModule::EnableDS"};
-    CHECK(linesWith("0", "7") == warning);
-    CHECK(linesWith("1", "0").with("Warning") == Lines{});
-    CHECK(linesWith("1", "1").with("Trace").size() > 2);
-    CHECK(linesWith(nullptr, nullptr) == Lines{});
+    CHECK(linesWith({{"Trace", 0}, {"Warning", 7}}) == warning);
+    CHECK(linesWith({{"Trace", 1}, {"Warning", 0}}).with("Warning") == Lines{});
+    CHECK(linesWith({{"Trace", 1}, {"Warning", 1}}).with("Trace").size() > 2);
+    CHECK(linesWith({}) == Lines{});
 }
 
 TEST_CASE("each call from the host is set apart, nested ones are not") {
@@ -72,10 +71,11 @@ TEST_CASE("each call from the host is set apart, nested ones are not") {
 
     // A Leaving whose Coming was switched off brings the nesting below zero: the next call counts as nested,
     // and what it calls as the outermost.
-    stage.switches.set("Trace", "0");
+    UINT& traceSwitch = (*stage.windows.traceSwitches)["Trace"];
+    traceSwitch = 0;
     stage.forget();
     stage.manager.answer(operation::get(ICAP_UNITS),
-                         Answer{TWRC_SUCCESS, 0, {}, [&](TW_MEMREF) { stage.switches.set("Trace", "1"); }});
+                         Answer{TWRC_SUCCESS, 0, {}, [&](TW_MEMREF) { traceSwitch = 1; }});
     TW_CAPABILITY capability = {ICAP_UNITS, TWON_DONTCARE16, nullptr};
     stage.module.CapNegotiate(MSG_GET, &capability);
     stage.module.IsTWAINAvailable();

@@ -1,81 +1,76 @@
 #include "ContainerImage.h"
 
-#include <cmath>
+#include <CapabilityContainers.h>
+#include <GlobalMemory.h>
+
 #include <cstring>
 
 namespace {
 
-void append(std::vector<uint8_t>& bytes, const void* data, size_t size) {
-    bytes.resize(bytes.size() + size);
-    std::memcpy(bytes.data() + bytes.size() - size, data, size);
+struct ItemType {
+    std::string name;
+    uint32_t size;
+};
+
+// Frames, texts and unknown types count as 4 bytes.
+ItemType typeOf(TW_UINT16 itemType) {
+    static const ItemType types[] = {{"INT8", 1},   {"INT16", 2},  {"INT32", 4}, {"UINT8", 1},
+                                     {"UINT16", 2}, {"UINT32", 4}, {"BOOL", 2},  {"FIX32", 4}};
+    return itemType < std::size(types) ? types[itemType] : ItemType{"type " + std::to_string(itemType), 4};
 }
 
-void append16(std::vector<uint8_t>& bytes, TW_UINT16 value) {
-    append(bytes, &value, sizeof value);
-}
-void append32(std::vector<uint8_t>& bytes, TW_UINT32 value) {
-    append(bytes, &value, sizeof value);
+ContainerImage image(TW_UINT16 conType, const void* record, size_t size) {
+    const auto* const bytes = static_cast<const uint8_t*>(record);
+    return {conType, {bytes, bytes + size}, true};
 }
 
-void appendItems(std::vector<uint8_t>& bytes, TW_UINT16 itemType, const std::vector<TW_UINT32>& items) {
-    for (TW_UINT32 item : items)
-        append(bytes, &item, itemSize(itemType));
+ContainerImage withItems(ContainerImage list, TW_UINT16 itemType, const Items& items) {
+    for (const TW_UINT32& item : items) {
+        const auto* const bytes = reinterpret_cast<const uint8_t*>(&item);
+        list.bytes.insert(list.bytes.end(), bytes, bytes + typeOf(itemType).size);
+    }
+    return list;
 }
 
-// Reads a locked block, and only what lies inside it.
-class BlockReader {
+// Reads a container, and only what lies inside its block.
+class Reader {
 public:
-    explicit BlockReader(HGLOBAL handle)
-        : handle_(handle),
-          data_(static_cast<const uint8_t*>(GlobalLock(handle))),
-          size_(GlobalSize(handle)) {}
-    ~BlockReader() { GlobalUnlock(handle_); }
-    BlockReader(const BlockReader&) = delete;
-    BlockReader& operator=(const BlockReader&) = delete;
+    explicit Reader(HGLOBAL handle) : block_(handle) {}
 
-    bool has(size_t offset, size_t bytes) const { return data_ != nullptr && offset + bytes <= size_; }
-    TW_UINT32 read(size_t offset, size_t bytes) const {
+    bool has(size_t offset, size_t bytes) const { return offset + bytes <= block_.size(); }
+    TW_UINT32 number(size_t offset, size_t bytes = 4) const {
         TW_UINT32 value = 0;
-        if (has(offset, bytes)) std::memcpy(&value, data_ + offset, bytes);
+        if (has(offset, bytes)) std::memcpy(&value, block_.data() + offset, bytes);
         return value;
+    }
+    TW_UINT16 itemType() const { return static_cast<TW_UINT16>(number(0, 2)); }
+
+    // A signed item reads as signed; a fraction that isn't a short decimal shows its 65536ths.
+    std::string item(size_t offset, size_t size = 4) const {
+        const TW_UINT32 bits = number(offset, size);
+        if (itemType() == TWTY_FIX32) {
+            const std::string whole = std::to_string(static_cast<int16_t>(bits & 0xffff));
+            return bits >> 16 == 0 ? whole : whole + "+" + std::to_string(bits >> 16) + "/65536";
+        }
+        const uint32_t unusedBits = 32 - 8 * typeOf(itemType()).size;
+        const TW_UINT32 shifted = bits << unusedBits;
+        if (itemType() <= TWTY_INT32) return std::to_string(static_cast<int32_t>(shifted) >> unusedBits);
+        return std::to_string(shifted >> unusedBits);
+    }
+
+    std::string list(size_t offset) const {
+        const size_t size = typeOf(itemType()).size;
+        std::string text = "[";
+        for (TW_UINT32 left = number(2); left > 0; --left, offset += size) {
+            if (!has(offset, size)) return text + " ... beyond the block";
+            text += (text.size() > 1 ? " " : "") + item(offset, size);
+        }
+        return text + "]";
     }
 
 private:
-    HGLOBAL handle_;
-    const uint8_t* data_;
-    size_t size_;
+    vscan::GlobalLockedBlock block_;
 };
-
-std::string typeName(TW_UINT16 itemType) {
-    static const char* const names[] = {"INT8",   "INT16",  "INT32", "UINT8",
-                                        "UINT16", "UINT32", "BOOL",  "FIX32"};
-    if (itemType < std::size(names)) return names[itemType];
-    return "type " + std::to_string(itemType);
-}
-
-// A signed item reads as signed; a fraction that isn't a short decimal shows its 65536ths.
-std::string itemText(TW_UINT16 itemType, TW_UINT32 item) {
-    if (itemType == TWTY_FIX32) {
-        const std::string whole = std::to_string(static_cast<int16_t>(item & 0xffff));
-        const TW_UINT32 fraction = item >> 16;
-        return fraction == 0 ? whole : whole + "+" + std::to_string(fraction) + "/65536";
-    }
-    const uint32_t unusedBits = 32 - 8 * itemSize(itemType);
-    const TW_UINT32 shifted = item << unusedBits;
-    if (itemType <= TWTY_INT32) return std::to_string(static_cast<int32_t>(shifted) >> unusedBits);
-    return std::to_string(shifted >> unusedBits);
-}
-
-std::string listText(const BlockReader& block, TW_UINT16 itemType, TW_UINT32 count, size_t offset) {
-    std::string text = "[";
-    for (TW_UINT32 i = 0; i < count; ++i) {
-        const size_t at = offset + i * itemSize(itemType);
-        if (!block.has(at, itemSize(itemType))) return text + " ... beyond the block";
-        if (i > 0) text += " ";
-        text += itemText(itemType, block.read(at, itemSize(itemType)));
-    }
-    return text + "]";
-}
 
 }  // namespace
 
@@ -89,51 +84,29 @@ HGLOBAL ContainerImage::allocate() const {
 }
 
 TW_UINT32 fix32(double value) {
-    const auto scaled = static_cast<int64_t>(std::floor(value * 65536.0 + 0.5));
-    return static_cast<TW_UINT32>((scaled >> 16) & 0xffff) | static_cast<TW_UINT32>(scaled & 0xffff) << 16;
-}
-
-double fix32Value(TW_UINT32 bits) {
-    return static_cast<int16_t>(bits & 0xffff) + (bits >> 16) / 65536.0;
-}
-
-uint32_t itemSize(TW_UINT16 itemType) {
-    constexpr uint32_t sizes[] = {1, 2, 4, 1, 2, 4, 2, 4};
-    return itemType < std::size(sizes) ? sizes[itemType] : 4;
+    const TW_FIX32 fixed = vscan::toFix32(value);
+    return static_cast<TW_UINT16>(fixed.Whole) | static_cast<TW_UINT32>(fixed.Frac) << 16;
 }
 
 ContainerImage oneValue(TW_UINT16 itemType, TW_UINT32 item) {
-    ContainerImage image{TWON_ONEVALUE, {}, true};
-    append16(image.bytes, itemType);
-    append32(image.bytes, item);
-    return image;
+    const TW_ONEVALUE record = {itemType, item};
+    return image(TWON_ONEVALUE, &record, sizeof record);
 }
 
-ContainerImage enumeration(TW_UINT16 itemType, const std::vector<TW_UINT32>& items, TW_UINT32 current,
+ContainerImage enumeration(TW_UINT16 itemType, const Items& items, TW_UINT32 current,
                            TW_UINT32 defaultIndex) {
-    ContainerImage image{TWON_ENUMERATION, {}, true};
-    append16(image.bytes, itemType);
-    append32(image.bytes, static_cast<TW_UINT32>(items.size()));
-    append32(image.bytes, current);
-    append32(image.bytes, defaultIndex);
-    appendItems(image.bytes, itemType, items);
-    return image;
+    const TW_ENUMERATION head = {itemType, static_cast<TW_UINT32>(items.size()), current, defaultIndex, {}};
+    return withItems(image(TWON_ENUMERATION, &head, offsetof(TW_ENUMERATION, ItemList)), itemType, items);
 }
 
-ContainerImage array(TW_UINT16 itemType, const std::vector<TW_UINT32>& items) {
-    ContainerImage image{TWON_ARRAY, {}, true};
-    append16(image.bytes, itemType);
-    append32(image.bytes, static_cast<TW_UINT32>(items.size()));
-    appendItems(image.bytes, itemType, items);
-    return image;
+ContainerImage array(TW_UINT16 itemType, const Items& items) {
+    const TW_ARRAY head = {itemType, static_cast<TW_UINT32>(items.size()), {}};
+    return withItems(image(TWON_ARRAY, &head, offsetof(TW_ARRAY, ItemList)), itemType, items);
 }
 
-ContainerImage range(TW_UINT16 itemType, const RangeFields& fields) {
-    ContainerImage image{TWON_RANGE, {}, true};
-    append16(image.bytes, itemType);
-    for (TW_UINT32 field : {fields.min, fields.max, fields.step, fields.defaultValue, fields.current})
-        append32(image.bytes, field);
-    return image;
+ContainerImage range(TW_UINT16 itemType, const RangeFields& f) {
+    const TW_RANGE record = {itemType, f.min, f.max, f.step, f.defaultValue, f.current};
+    return image(TWON_RANGE, &record, sizeof record);
 }
 
 ContainerImage fix32Range(double min, double max, double step, double current) {
@@ -150,22 +123,21 @@ ContainerImage withoutHandle(TW_UINT16 conType) {
 
 std::string containerText(const TW_CAPABILITY& capability) {
     if (capability.hContainer == nullptr) return "no container";
-    const BlockReader block(capability.hContainer);
-    if (!block.has(0, 6)) return "bad container";
-    const auto type = static_cast<TW_UINT16>(block.read(0, 2));
+    const Reader reader(capability.hContainer);
+    if (!reader.has(0, 6)) return "bad container";
+    const std::string type = typeOf(reader.itemType()).name + " ";
     switch (capability.ConType) {
         case TWON_ONEVALUE:
-            return "one " + typeName(type) + " " + itemText(type, block.read(2, 4));
+            return "one " + type + reader.item(2);
         case TWON_ENUMERATION:
-            return "enum " + typeName(type) + " " + listText(block, type, block.read(2, 4), 14) +
-                   " current " + std::to_string(block.read(6, 4)) + " default " +
-                   std::to_string(block.read(10, 4));
+            return "enum " + type + reader.list(offsetof(TW_ENUMERATION, ItemList)) + " current " +
+                   std::to_string(reader.number(6)) + " default " + std::to_string(reader.number(10));
         case TWON_ARRAY:
-            return "array " + typeName(type) + " " + listText(block, type, block.read(2, 4), 6);
+            return "array " + type + reader.list(offsetof(TW_ARRAY, ItemList));
         case TWON_RANGE: {
-            std::string text = "range " + typeName(type);
-            for (size_t offset = 2; offset <= 18; offset += 4)
-                text += " " + itemText(type, block.read(offset, 4));
+            std::string text = "range " + type + reader.item(2);
+            for (size_t offset = 6; offset <= 18; offset += 4)
+                text += " " + reader.item(offset);
             return text;
         }
         default:

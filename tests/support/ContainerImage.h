@@ -18,14 +18,12 @@ struct ContainerImage {
 
 // The raw 32 bits of the TW_FIX32 nearest to the value.
 TW_UINT32 fix32(double value);
-double fix32Value(TW_UINT32 bits);
 
-uint32_t itemSize(TW_UINT16 itemType);
-
+using Items = std::vector<TW_UINT32>;
 ContainerImage oneValue(TW_UINT16 itemType, TW_UINT32 item);
-ContainerImage enumeration(TW_UINT16 itemType, const std::vector<TW_UINT32>& items, TW_UINT32 current = 0,
+ContainerImage enumeration(TW_UINT16 itemType, const Items& items, TW_UINT32 current = 0,
                            TW_UINT32 defaultIndex = 0);
-ContainerImage array(TW_UINT16 itemType, const std::vector<TW_UINT32>& items);
+ContainerImage array(TW_UINT16 itemType, const Items& items);
 
 struct RangeFields {
     TW_UINT32 min, max, step, defaultValue, current;

@@ -38,3 +38,7 @@ public:
         return out << "\n";
     }
 };
+
+// What happened around the module, in order: calls to the manager as they are, messages to the host behind
+// "> ", warnings behind "! ".
+inline Lines journal;

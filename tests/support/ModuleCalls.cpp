@@ -8,6 +8,8 @@ namespace {
 
 ModuleCalls* current = nullptr;
 
+constexpr const char* switchFile = "DEBUGSM.INI";
+
 std::string fileName(const char* path) {
     const char* separator = std::strrchr(path, '\\');
     return separator != nullptr ? separator + 1 : path;
@@ -96,6 +98,10 @@ struct ModuleCallsHooks {
     static UINT WINAPI getPrivateProfileInt(LPCSTR section, LPCSTR key, INT fallback, LPCSTR file) {
         if (current->switchesOff) return 0;
         current->profileCalls.push_back("read " + text(section) + " " + text(key) + " of " + fileName(file));
+        if (current->traceSwitches && fileName(file) == switchFile) {
+            const auto found = current->traceSwitches->find(key);
+            return found != current->traceSwitches->end() ? found->second : static_cast<UINT>(fallback);
+        }
         return GetPrivateProfileIntA(section, key, fallback, file);
     }
 
@@ -107,6 +113,7 @@ struct ModuleCallsHooks {
 
     static HFILE WINAPI openFile(LPCSTR path, LPOFSTRUCT facts, UINT style) {
         if (style == OF_EXIST) current->profileCalls.push_back("exists " + fileName(path));
+        if (current->traceSwitches && fileName(path) == switchFile) return 0;
         return OpenFile(path, facts, style);
     }
 
@@ -166,7 +173,7 @@ void hookImport(void** slot, const char* name) {
 
 }  // namespace
 
-ModuleCalls::ModuleCalls() {
+ModuleCalls::ModuleCalls(std::optional<Switches> switches) : traceSwitches(std::move(switches)) {
     current = this;
 }
 ModuleCalls::~ModuleCalls() {
@@ -212,6 +219,11 @@ void ModuleCalls::unlockGuarded(HGLOBAL block) {
     std::memcpy(GlobalLock(block), found->second->data(), found->second->size());
     GlobalUnlock(block);
     guarded_.erase(found);
+}
+
+void ModuleCalls::forgetMemory() {
+    owned_.clear();
+    memoryFaults_.clear();
 }
 
 Lines ModuleCalls::memoryComplaints() const {

@@ -31,7 +31,11 @@ struct DiskSpace {
 
 class ModuleCalls {
 public:
-    ModuleCalls();
+    // Trace switches by key, as the module is to read them; a missing one reads as if the file hadn't it.
+    using Switches = std::map<std::string, UINT>;
+
+    // Without switches the real file counts.
+    explicit ModuleCalls(std::optional<Switches> switches = std::nullopt);
     ~ModuleCalls();
     ModuleCalls(const ModuleCalls&) = delete;
     ModuleCalls& operator=(const ModuleCalls&) = delete;
@@ -48,6 +52,8 @@ public:
     // when all is well.
     Lines memoryComplaints() const;
     size_t ownedBlocks() const { return owned_.size(); }
+    // What was left so far is nobody's fault any more.
+    void forgetMemory();
 
     std::vector<MessageBoxCall> messageBoxes;
     int messageBoxAnswer = IDOK;
@@ -71,7 +77,8 @@ public:
     std::string diskAsked;
     int filesClosed = 0;
 
-    // Every switch reads as off, without a look at the disk: for what a test doesn't want to record.
+    std::optional<Switches> traceSwitches;
+    // Every switch reads as off: for what a test doesn't want to record.
     bool switchesOff = false;
     // Files and profiles looked at: "exists DEBUGSM.INI", "read Debug Trace", "write Debug Trace=1".
     Lines profileCalls;

@@ -59,7 +59,7 @@ constexpr Operation set(TW_UINT16 id) {
 // The operation that DSM_Entry was called for.
 Operation of(TW_UINT32 group, TW_UINT16 argumentType, TW_UINT16 message, TW_MEMREF data);
 
-// "ICAP_UNITS"; vendor capabilities as "CAP 0x8005".
+// "ICAP_UNITS"; unknown ones as numbers.
 std::string capabilityName(TW_UINT16 id);
 
 // One line for a record: "SET ICAP_UNITS one UINT16 1", "OPENDS", "ENABLEDS show 1 modal 0", "ENDXFER".

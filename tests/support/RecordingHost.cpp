@@ -58,6 +58,7 @@ void RecordingHost::handle(const std::string& name, WPARAM wParam, LPARAM lParam
     if (hasRecord && lParam == 0) line += " without a record";
     if (!hasRecord && lParam != 0) line += " lParam " + std::to_string(lParam);
     messages_.push_back(line);
+    journal.push_back("> " + line);
 
     if (hasRecord && lParam == 0) return;
     if (name == "XferStart" || name == "XferEnd")

@@ -62,6 +62,9 @@ void RecordingViewer::receive(WPARAM wParam, LPARAM lParam) {
     const bool isConsistent =
         wParam == 0 && modulesText != nullptr && modulesText != view_ && line == modulesText;
     raw_.push_back(isConsistent ? line : "inconsistent message for: " + line);
+    const std::string level = levelOf(line);
+    if (level == "Warning") journal.push_back("! " + textOf(line));
+    if (level == "Fatal") journal.push_back("! Fatal: " + textOf(line));
 }
 
 Lines RecordingViewer::lines() const {

@@ -1,7 +1,7 @@
 #include "ScriptedManager.h"
 
-#include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "ModuleCalls.h"
 #include "TestDsmEntry.h"
@@ -12,22 +12,18 @@ ScriptedManager* current = nullptr;
 
 // What a successful operation does to the TWAIN state.
 struct Move {
-    Operation operation;
     int from;
     int to;
 };
 
-constexpr Move moves[] = {
-    {operation::openDsm, 2, 3}, {operation::closeDsm, 3, 2}, {operation::openDs, 3, 4},
-    {operation::closeDs, 4, 3}, {operation::enableDs, 4, 5}, {operation::disableDs, 5, 4},
+const std::map<Operation, Move> moves = {
+    {operation::openDsm, {2, 3}}, {operation::closeDsm, {3, 2}}, {operation::openDs, {3, 4}},
+    {operation::closeDs, {4, 3}}, {operation::enableDs, {4, 5}}, {operation::disableDs, {5, 4}},
 };
 
 const Move* moveOf(const Operation& operation) {
-    const auto isSame = [&](const Move& move) {
-        return !(move.operation < operation) && !(operation < move.operation);
-    };
-    const auto found = std::find_if(std::begin(moves), std::end(moves), isSame);
-    return found != std::end(moves) ? found : nullptr;
+    const auto found = moves.find(operation);
+    return found != moves.end() ? &found->second : nullptr;
 }
 
 // A call with the wrong ends is worth seeing in the record: the manager's own business goes to no source, the
@@ -95,15 +91,19 @@ void ScriptedManager::answerNext(const Operation& operation, Answer answer) {
     queued_[operation].push_back(std::move(answer));
 }
 
+void ScriptedManager::forgetAnswers() {
+    standing_.clear();
+    queued_.clear();
+}
+
 Lines ScriptedManager::takeCalls() {
-    Lines taken;
-    taken.swap(calls_);
-    return taken;
+    return std::exchange(calls_, {});
 }
 
 TW_UINT16 ScriptedManager::call(pTW_IDENTITY origin, pTW_IDENTITY destination, const Operation& operation,
                                 TW_MEMREF data) {
     calls_.push_back(operation::text(operation, data) + endsText(operation, origin, destination));
+    journal.push_back(calls_.back());
     remember(operation, origin, data);
     Answer answer;
     if (scripted(operation, answer)) return apply(answer, operation, data);
@@ -146,11 +146,7 @@ TW_UINT16 ScriptedManager::apply(const Answer& answer, const Operation& operatio
         ModuleCalls::adopt(capability.hContainer);
     }
     if (answer.act) answer.act(data);
-    if (answer.returnCode == TWRC_FAILURE) {
-        conditionCode_ = answer.conditionCode;
-        sourceHasStatus_ = false;
-        return TWRC_FAILURE;
-    }
+    if (answer.returnCode == TWRC_FAILURE) return fail(answer.conditionCode);
     if (answer.returnCode == TWRC_SUCCESS || answer.returnCode == TWRC_CHECKSTATUS) moveState(operation);
     return answer.returnCode;
 }
@@ -177,8 +173,7 @@ TW_UINT16 ScriptedManager::answerPlainSource(const Operation& operation) {
     if (moveOf(operation) != nullptr) return TWRC_SUCCESS;
     switch (operation.argumentType) {
         case DAT_CAPABILITY:
-            if (operation.message != MSG_SET) return fail(TWCC_BADCAP);
-            return TWRC_SUCCESS;
+            return operation.message == MSG_SET ? +TWRC_SUCCESS : fail(TWCC_BADCAP);
         case DAT_PENDINGXFERS:
             return TWRC_SUCCESS;
         case DAT_EVENT:
@@ -216,9 +211,7 @@ TW_UINT16 ScriptedManager::fail(TW_UINT16 conditionCode) {
 }
 
 TW_UINT16 ScriptedManager::giveStatus(TW_MEMREF data) {
-    auto& status = *static_cast<TW_STATUS*>(data);
-    status.ConditionCode = conditionCode_;
-    status.Reserved = 0;
+    *static_cast<TW_STATUS*>(data) = {conditionCode_, 0};
     conditionCode_ = TWCC_SUCCESS;
     return TWRC_SUCCESS;
 }

@@ -53,6 +53,7 @@ public:
     // A standing answer; answers of answerNext() come first, in their order, one per call.
     void answer(const Operation& operation, Answer answer);
     void answerNext(const Operation& operation, Answer answer);
+    void forgetAnswers();
     // Whatever isn't scripted goes to this source from now on.
     void useSource(SourceEntry source) { source_ = std::move(source); }
     // The source has something to say: delivered with the next message that the host's loop hands over.

@@ -29,6 +29,7 @@ void Stage::bringTo(int state) {
 }
 
 void Stage::forget() {
+    journal.clear();
     manager.forgetCalls();
     viewer.forget();
     host.takeMessages();

@@ -25,12 +25,13 @@ public:
     // What happened since the last forget, and forgets it: what the manager was asked, then each warning as
     // "! text", then what is wrong with the module's memory.
     Lines takeRecord();
+    // The same in the order in which it happened, with the messages to the host; nothing is forgotten.
+    Lines happened() const { return journal + windows.memoryComplaints(); }
 
     // Hands the module a message of the host's loop, on which the source has something to say.
     bool deliver(TW_UINT16 notification);
 
-    TraceSwitches switches;
-    ModuleCalls windows;
+    ModuleCalls windows{ModuleCalls::Switches{{"Trace", 1}, {"Warning", 1}}};
     RecordingViewer viewer;
     ScriptedManager manager;
     RecordingHost host;

@@ -6,38 +6,32 @@
 
 namespace {
 
-constexpr const char* hostKey = "Software\\Lumivo";
-constexpr const char* folderValue = "DataDir";
-
-std::string programFolder() {
-    char program[MAX_PATH] = "";
-    GetModuleFileNameA(nullptr, program, sizeof program);
-    std::string folder(program);
-    return folder.substr(0, folder.find_last_of('\\'));
-}
-
-// The profile functions keep a file in memory; this makes them look at the disk again.
-void forgetCachedProfile(const std::string& path) {
+void putFile(const std::string& path, const Saved::Text& content) {
+    if (content)
+        std::ofstream(path, std::ios::binary | std::ios::trunc) << *content;
+    else
+        DeleteFileA(path.c_str());
+    // The profile functions keep a file in memory; this makes them look at the disk again.
     WritePrivateProfileStringA(nullptr, nullptr, nullptr, path.c_str());
 }
 
-std::optional<std::string> registryText(const char* value) {
+Saved::Text registryText(const std::string& key, const std::string& value) {
     char text[MAX_PATH] = "";
     DWORD size = sizeof text;
-    const LONG result = RegGetValueA(HKEY_CURRENT_USER, hostKey, value, RRF_RT_REG_SZ, nullptr, text, &size);
-    return result == ERROR_SUCCESS ? std::optional<std::string>(text) : std::nullopt;
+    const LONG result =
+        RegGetValueA(HKEY_CURRENT_USER, key.c_str(), value.c_str(), RRF_RT_REG_SZ, nullptr, text, &size);
+    return result == ERROR_SUCCESS ? Saved::Text(text) : std::nullopt;
 }
 
-void setRegistryText(const char* value, const std::optional<std::string>& text) {
-    if (!text) {
-        RegDeleteKeyA(HKEY_CURRENT_USER, hostKey);
-        return;
-    }
-    HKEY key = nullptr;
-    RegCreateKeyA(HKEY_CURRENT_USER, hostKey, &key);
-    RegSetValueExA(key, value, 0, REG_SZ, reinterpret_cast<const BYTE*>(text->c_str()),
-                   static_cast<DWORD>(text->size() + 1));
-    RegCloseKey(key);
+void putRegistryText(const std::string& key, const std::string& value, const Saved::Text& text) {
+    HKEY handle = nullptr;
+    RegCreateKeyA(HKEY_CURRENT_USER, key.c_str(), &handle);
+    if (text)
+        RegSetValueExA(handle, value.c_str(), 0, REG_SZ, reinterpret_cast<const BYTE*>(text->c_str()),
+                       static_cast<DWORD>(text->size() + 1));
+    else
+        RegDeleteValueA(handle, value.c_str());
+    RegCloseKey(handle);
 }
 
 }  // namespace
@@ -46,6 +40,12 @@ std::string windowsDirectory() {
     char directory[MAX_PATH] = "";
     GetWindowsDirectoryA(directory, sizeof directory);
     return directory;
+}
+
+std::string temporaryFolder() {
+    char folder[MAX_PATH] = "";
+    GetTempPathA(sizeof folder, folder);
+    return folder;
 }
 
 std::string readFile(const std::string& path) {
@@ -57,54 +57,20 @@ bool fileExists(const std::string& path) {
     return GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
-SavedFile::SavedFile(std::string path) : path_(std::move(path)) {
-    if (exists()) before_ = content();
-}
+SavedFile::SavedFile(const std::string& path)
+    : Saved([path] { return fileExists(path) ? Text(readFile(path)) : std::nullopt; },
+            [path](const Text& content) { putFile(path, content); }),
+      path_(path) {}
 
-SavedFile::~SavedFile() {
-    if (before_)
-        write(*before_);
-    else
-        remove();
-}
+SavedRegistryText::SavedRegistryText(const std::string& key, const std::string& value)
+    : Saved([=] { return registryText(key, value); },
+            [=](const Text& text) { putRegistryText(key, value, text); }) {}
 
-void SavedFile::write(const std::string& content) {
-    {
-        std::ofstream file(path_, std::ios::binary | std::ios::trunc);
-        file << content;
-    }
-    forgetCachedProfile(path_);
-}
-
-void SavedFile::remove() {
-    DeleteFileA(path_.c_str());
-    forgetCachedProfile(path_);
-}
-
-TraceSwitches::TraceSwitches() : file_(windowsDirectory() + "\\DEBUGSM.INI") {
-    file_.write("[Debug]\r\nTrace=1\r\nWarning=1\r\n");
-}
-
-void TraceSwitches::set(const char* key, const char* value) {
-    WritePrivateProfileStringA("Debug", key, value, file_.path().c_str());
-}
-
-HostDataFolder::HostDataFolder(const std::string& settings, Ending ending)
-    : before_(registryText(folderValue)) {
-    char temporary[MAX_PATH] = "";
-    GetTempPathA(sizeof temporary, temporary);
-    folder_ = std::string(temporary) + "scanmodule-host-data\\";
-    CreateDirectoryA(folder_.c_str(), nullptr);
-    std::ofstream(folder_ + "ZR_Scan.INI", std::ios::binary) << settings;
-    forgetCachedProfile(folder_ + "ZR_Scan.INI");
-    setRegistryText(folderValue,
-                    ending == Ending::Backslash ? folder_ : folder_.substr(0, folder_.size() - 1));
-}
-
-HostDataFolder::~HostDataFolder() {
-    setRegistryText(folderValue, before_);
-    DeleteFileA((folder_ + "ZR_Scan.INI").c_str());
-    RemoveDirectoryA(folder_.c_str());
+HostDataFolder::HostDataFolder(const std::string& settings, Ending ending) {
+    file_.write(settings);
+    std::string folder = temporaryFolder();
+    if (ending == Ending::WithoutBackslash) folder.pop_back();
+    registry_.set(folder);
 }
 
 void ManagerFile::install(Kind kind) {
@@ -115,7 +81,10 @@ void ManagerFile::install(Kind kind) {
             throw std::runtime_error("the manager can't be removed: error " + std::to_string(GetLastError()));
         return;
     }
+    char program[MAX_PATH] = "";
+    GetModuleFileNameA(nullptr, program, sizeof program);
+    const std::string folder(program, std::string(program).find_last_of('\\'));
     const char* const name = kind == Kind::Scripted ? "\\twain_32.dll" : "\\entryless_manager.dll";
-    if (!CopyFileA((programFolder() + name).c_str(), target.c_str(), FALSE))
+    if (!CopyFileA((folder + name).c_str(), target.c_str(), FALSE))
         throw std::runtime_error("the manager can't be put at " + target);
 }

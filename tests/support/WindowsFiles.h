@@ -1,44 +1,63 @@
-// The files and registry values outside the build folder that the module reads or writes. Each class puts
-// back at its end what it found at its beginning.
+// The files and registry values outside the build folder that the module reads or writes. Whoever changes
+// one does it through a class that puts back at its end what it found at its beginning.
 #pragma once
 
 #include <windows.h>
 
+#include <functional>
 #include <optional>
 #include <string>
 
 std::string windowsDirectory();
+std::string temporaryFolder();  // with a backslash at its end
 std::string readFile(const std::string& path);
 bool fileExists(const std::string& path);
 
-// A file that a test changes or removes.
-class SavedFile {
+// A text at some place, or nothing there.
+class Saved {
 public:
-    explicit SavedFile(std::string path);
-    ~SavedFile();
-    SavedFile(const SavedFile&) = delete;
-    SavedFile& operator=(const SavedFile&) = delete;
+    using Text = std::optional<std::string>;
+
+    Saved(const std::function<Text()>& read, std::function<void(const Text&)> write)
+        : write_(std::move(write)), before_(read()) {}
+    ~Saved() { write_(before_); }
+    Saved(const Saved&) = delete;
+    Saved& operator=(const Saved&) = delete;
+
+    void set(const Text& text) { write_(text); }
+
+private:
+    std::function<void(const Text&)> write_;
+    Text before_;
+};
+
+class SavedFile : public Saved {
+public:
+    explicit SavedFile(const std::string& path);
 
     const std::string& path() const { return path_; }
     bool exists() const { return fileExists(path_); }
-    std::string content() const { return readFile(path_); }
-    void write(const std::string& content);
-    void remove();
+    void write(const std::string& content) { set(content); }
+    void remove() { set(std::nullopt); }
 
 private:
     std::string path_;
-    std::optional<std::string> before_;
 };
 
-// "DEBUGSM.INI" in the Windows directory; both switches on unless a test says otherwise.
+// A value below HKEY_CURRENT_USER.
+class SavedRegistryText : public Saved {
+public:
+    SavedRegistryText(const std::string& key, const std::string& value);
+};
+
+// "DEBUGSM.INI" in the Windows directory with both switches on: for the trace channel outside the DLL.
 class TraceSwitches {
 public:
-    TraceSwitches();
-    void set(const char* key, const char* value);
+    TraceSwitches() { file_.write("[Debug]\r\nTrace=1\r\nWarning=1\r\n"); }
     SavedFile& file() { return file_; }
 
 private:
-    SavedFile file_;
+    SavedFile file_{windowsDirectory() + "\\DEBUGSM.INI"};
 };
 
 // The folder of the host suite's settings: HKEY_CURRENT_USER Software\Lumivo, value "DataDir".
@@ -46,15 +65,12 @@ class HostDataFolder {
 public:
     enum class Ending { Backslash, WithoutBackslash };
 
-    // A folder of the test's own with a file "ZR_Scan.INI" of this content.
+    // The temporary folder, with a file "ZR_Scan.INI" of this content.
     explicit HostDataFolder(const std::string& settings, Ending ending = Ending::Backslash);
-    ~HostDataFolder();
-    HostDataFolder(const HostDataFolder&) = delete;
-    HostDataFolder& operator=(const HostDataFolder&) = delete;
 
 private:
-    std::optional<std::string> before_;
-    std::string folder_;
+    SavedFile file_{temporaryFolder() + "ZR_Scan.INI"};
+    SavedRegistryText registry_{"Software\\Lumivo", "DataDir"};
 };
 
 // What stands at <Windows>\TWAIN_32.DLL while a test runs; afterwards the scripted manager again.
