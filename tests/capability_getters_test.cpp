@@ -1,8 +1,5 @@
 // Every getter of a capability over what a source may answer: each container, refusals, nonsense. One row per
 // getter, and one per answer.
-#include <algorithm>
-#include <cstring>
-
 #include "CallRecord.h"
 
 namespace {
@@ -26,6 +23,9 @@ struct Getter {
 
 constexpr TW_UINT16 flag = TWTY_BOOL, word = TWTY_UINT16;
 
+// Other modes than 1 and 3 are 0.
+const std::vector<Sample> uiModes = {{2, 0}, {257, 0}, {259, 0}, {3, 2}, {1, 1}};
+
 const Getter getters[] = {
     {"IsADFPaperLoaded", reader(&Module::IsADFPaperLoaded), CAP_FEEDERLOADED, flag, plain, {{0, 0}, {1, 1}}},
     {"IsADFPaperLoaded", reader(&Module::IsPaperLoaded), CAP_FEEDERLOADED, flag, plain, {{1, 1}}},
@@ -39,21 +39,14 @@ const Getter getters[] = {
     {"GetKvUnSharpMask", reader(&Module::GetKvUnSharpMask), KV_UNSHARPMASK, flag, listed, {{1, 1}}},
     {"GetClearPage", reader(&Module::GetClearPage), CAP_CLEARPAGE, flag, listed, {{1, 1}}},
     {"GetPIMFlag", reader(&Module::GetPIMFlag), KV_PIMFLAG, flag, listed, {{1, 1}}},
-    // Other modes than 1 and 3, of which 16 bits count, are 0.
-    {"GetKvUIMode",
-     reader(&Module::GetKvUIMode),
-     KV_UIMODE,
-     word,
-     listed,
-     {{2, 0}, {257, 0}, {259, 0}, {3, 2}, {1, 1}},
-     "0"},
+    {"GetKvUIMode", reader(&Module::GetKvUIMode), KV_UIMODE, word, listed, uiModes, "0"},
     {"GetKvLUT1", reader(&Module::GetKvLUT1), KV_LUT1, word, listed, {{2, 2}}},
     {"GetKvLUT2", reader(&Module::GetKvLUT2), KV_LUT2, word, listed + unchecked, {{2, 2}}},
     {"GetKvCC", reader(&Module::GetKvCC), KV_COLORCORRECTION, word, listed, {{2, 2}}},
 };
 
 // What a source may say; a refusal may leave a container, which isn't the module's to free.
-enum Said { value, list, values, anArray, aRange, noHandle, cutOff, no, denied, leftNo, leftCheck };
+enum Said { value, list, anArray, aRange, noHandle, cutOff, no, denied, leftNo, leftCheck };
 
 Answer answerOf(const Getter& getter, Said said) {
     const TW_UINT32 item = getter.samples.back().source;

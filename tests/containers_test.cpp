@@ -16,17 +16,12 @@ constexpr const char* names[] = {"ExtractOneValue", "ExtractEnumerationNumItems"
                                  "ExtractRangeValue"};
 
 // The trace of what runs while it lives.
-class Traced {
-public:
+struct Traced {
     Traced() { trace::setUp(); }
     ~Traced() { trace::shutDown(); }
-    Traced(const Traced&) = delete;
-    Traced& operator=(const Traced&) = delete;
 
+    TraceSwitches switches;
     RecordingViewer viewer;
-
-private:
-    TraceSwitches switches_;
 };
 
 // The value as text; of a failure its code and what was warned, "10 Invalid memory".

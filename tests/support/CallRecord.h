@@ -40,10 +40,6 @@ inline std::string filled(std::string text, char mark, const std::string& words)
     return text;
 }
 
-inline std::string times(int count, const std::string& text) {
-    return count > 0 ? text + times(count - 1, text) : "";
-}
-
 // The lines of a row, which stand between semicolons; '@' is the method's full name, '#' the capability's.
 inline Lines expectedRecord(const std::string& row, const std::string& method, TW_UINT16 capability) {
     std::string record = "Coming @";
@@ -92,8 +88,7 @@ std::function<std::string(Module&)> reader(int (WINAPI* Module::*get)(Value*, Va
     };
 }
 
-// A stage in the TWAIN state that a row starts from: 1 (no manager until its
-// end), 2, 4 or 5.
+// A stage in the TWAIN state that a row starts from: 1 (no manager until its end), 2, 4 or 5.
 class StageIn {
 public:
     explicit StageIn(int state)

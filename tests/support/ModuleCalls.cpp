@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <cstring>
-#include <type_traits>
+
+#include "LoadedImage.h"
 
 namespace {
 
@@ -137,7 +138,6 @@ struct Hook {
 
 template <class Function>
 Hook hook(const char* name, Function* replacement) {
-    static_assert(std::is_function_v<Function>);
     return {name, reinterpret_cast<void*>(replacement)};
 }
 
@@ -165,12 +165,6 @@ void replace(void** slot, void* replacement) {
     VirtualProtect(slot, sizeof *slot, protection, &protection);
 }
 
-void hookImport(void** slot, const char* name) {
-    for (const Hook& hook : hooks) {
-        if (std::strcmp(hook.function, name) == 0) replace(slot, hook.replacement);
-    }
-}
-
 }  // namespace
 
 ModuleCalls::ModuleCalls(std::optional<Switches> switches) : traceSwitches(std::move(switches)) {
@@ -182,20 +176,10 @@ ModuleCalls::~ModuleCalls() {
 
 void ModuleCalls::attachTo(HMODULE module) {
     if (current == nullptr) return;
-    auto* const base = reinterpret_cast<uint8_t*>(module);
-    const auto* const dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
-    const auto* const headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
-    const IMAGE_DATA_DIRECTORY& imports = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
-    const auto* library = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(base + imports.VirtualAddress);
-    for (; library->Name != 0; ++library) {
-        const auto* names = reinterpret_cast<const IMAGE_THUNK_DATA*>(base + library->OriginalFirstThunk);
-        auto* slots = reinterpret_cast<void**>(base + library->FirstThunk);
-        for (; names->u1.AddressOfData != 0; ++names, ++slots) {
-            if (IMAGE_SNAP_BY_ORDINAL(names->u1.Ordinal)) continue;
-            const auto* named = reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + names->u1.AddressOfData);
-            hookImport(slots, reinterpret_cast<const char*>(named->Name));
-        }
-    }
+    forEachImport(module, [](const char*, const char* name, void** slot) {
+        for (const Hook& hook : hooks)
+            if (std::strcmp(hook.function, name) == 0) replace(slot, hook.replacement);
+    });
 }
 
 void ModuleCalls::adopt(HGLOBAL block) {

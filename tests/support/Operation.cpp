@@ -4,32 +4,17 @@
 
 #include <cstdio>
 #include <map>
+#include <set>
 
 #include "ContainerImage.h"
 
 namespace operation {
 namespace {
 
-const std::map<Operation, const char*> plainNames = {
-    {openDsm, "OPENDSM"},
-    {closeDsm, "CLOSEDSM"},
-    {getDefault, "GETDEFAULT"},
-    {getFirst, "GETFIRST"},
-    {getNext, "GETNEXT"},
-    {userSelect, "USERSELECT"},
-    {openDs, "OPENDS"},
-    {closeDs, "CLOSEDS"},
-    {status, "STATUS"},
-    {processEvent, "PROCESSEVENT"},
-    {imageInfo, "IMAGEINFO"},
-    {setupMemory, "SETUPMEMXFER"},
-    {nativeTransfer, "IMAGENATIVEXFER"},
-    {fileTransfer, "IMAGEFILEXFER"},
-    {memoryTransfer, "IMAGEMEMXFER"},
-    {palette, "PALETTE8"},
-    {endTransfer, "ENDXFER"},
-    {resetTransfers, "RESET"},
-};
+const std::set<Operation> named = {openDsm,    closeDsm,    getDefault,     getFirst,     getNext,
+                                   userSelect, openDs,      closeDs,        status,       processEvent,
+                                   imageInfo,  setupMemory, nativeTransfer, fileTransfer, memoryTransfer,
+                                   palette,    endTransfer, resetTransfers};
 
 const std::map<TW_UINT16, std::string> messageNames = {{MSG_GET, "GET"},
                                                        {MSG_GETCURRENT, "GETCURRENT"},
@@ -80,8 +65,8 @@ std::string capabilityName(TW_UINT16 id) {
 }
 
 std::string text(const Operation& operation, TW_MEMREF data) {
-    const auto plain = plainNames.find(operation);
-    if (plain != plainNames.end()) return plain->second;
+    const auto plain = named.find(operation);
+    if (plain != named.end()) return plain->name;
     const std::string message = messageName(operation.message);
     const TW_UINT16 type = data != nullptr ? operation.argumentType : 0;
     if (operation.group == DG_CONTROL && type == DAT_CAPABILITY)

@@ -10,7 +10,8 @@ struct Operation {
     TW_UINT32 group;
     TW_UINT16 argumentType;
     TW_UINT16 message;
-    TW_UINT16 capability = 0;  // of a DAT_CAPABILITY operation; 0 stands for any
+    TW_UINT16 capability = 0;    // of a DAT_CAPABILITY operation; 0 stands for any
+    const char* name = nullptr;  // in a record, where it is always the same
 
     friend bool operator<(const Operation& a, const Operation& b) {
         return std::tie(a.group, a.argumentType, a.message, a.capability) <
@@ -20,28 +21,28 @@ struct Operation {
 
 namespace operation {
 
-constexpr Operation openDsm{DG_CONTROL, DAT_PARENT, MSG_OPENDSM};
-constexpr Operation closeDsm{DG_CONTROL, DAT_PARENT, MSG_CLOSEDSM};
-constexpr Operation getDefault{DG_CONTROL, DAT_IDENTITY, MSG_GETDEFAULT};
-constexpr Operation getFirst{DG_CONTROL, DAT_IDENTITY, MSG_GETFIRST};
-constexpr Operation getNext{DG_CONTROL, DAT_IDENTITY, MSG_GETNEXT};
-constexpr Operation userSelect{DG_CONTROL, DAT_IDENTITY, MSG_USERSELECT};
-constexpr Operation openDs{DG_CONTROL, DAT_IDENTITY, MSG_OPENDS};
-constexpr Operation closeDs{DG_CONTROL, DAT_IDENTITY, MSG_CLOSEDS};
+constexpr Operation openDsm{DG_CONTROL, DAT_PARENT, MSG_OPENDSM, 0, "OPENDSM"};
+constexpr Operation closeDsm{DG_CONTROL, DAT_PARENT, MSG_CLOSEDSM, 0, "CLOSEDSM"};
+constexpr Operation getDefault{DG_CONTROL, DAT_IDENTITY, MSG_GETDEFAULT, 0, "GETDEFAULT"};
+constexpr Operation getFirst{DG_CONTROL, DAT_IDENTITY, MSG_GETFIRST, 0, "GETFIRST"};
+constexpr Operation getNext{DG_CONTROL, DAT_IDENTITY, MSG_GETNEXT, 0, "GETNEXT"};
+constexpr Operation userSelect{DG_CONTROL, DAT_IDENTITY, MSG_USERSELECT, 0, "USERSELECT"};
+constexpr Operation openDs{DG_CONTROL, DAT_IDENTITY, MSG_OPENDS, 0, "OPENDS"};
+constexpr Operation closeDs{DG_CONTROL, DAT_IDENTITY, MSG_CLOSEDS, 0, "CLOSEDS"};
 constexpr Operation enableDs{DG_CONTROL, DAT_USERINTERFACE, MSG_ENABLEDS};
 constexpr Operation disableDs{DG_CONTROL, DAT_USERINTERFACE, MSG_DISABLEDS};
-constexpr Operation status{DG_CONTROL, DAT_STATUS, MSG_GET};
-constexpr Operation processEvent{DG_CONTROL, DAT_EVENT, MSG_PROCESSEVENT};
-constexpr Operation imageInfo{DG_IMAGE, DAT_IMAGEINFO, MSG_GET};
+constexpr Operation status{DG_CONTROL, DAT_STATUS, MSG_GET, 0, "STATUS"};
+constexpr Operation processEvent{DG_CONTROL, DAT_EVENT, MSG_PROCESSEVENT, 0, "PROCESSEVENT"};
+constexpr Operation imageInfo{DG_IMAGE, DAT_IMAGEINFO, MSG_GET, 0, "IMAGEINFO"};
 constexpr Operation imageLayoutSet{DG_IMAGE, DAT_IMAGELAYOUT, MSG_SET};
-constexpr Operation palette{DG_IMAGE, DAT_PALETTE8, MSG_GET};
+constexpr Operation palette{DG_IMAGE, DAT_PALETTE8, MSG_GET, 0, "PALETTE8"};
 constexpr Operation setupFile{DG_CONTROL, DAT_SETUPFILEXFER, MSG_SET};
-constexpr Operation setupMemory{DG_CONTROL, DAT_SETUPMEMXFER, MSG_GET};
-constexpr Operation nativeTransfer{DG_IMAGE, DAT_IMAGENATIVEXFER, MSG_GET};
-constexpr Operation fileTransfer{DG_IMAGE, DAT_IMAGEFILEXFER, MSG_GET};
-constexpr Operation memoryTransfer{DG_IMAGE, DAT_IMAGEMEMXFER, MSG_GET};
-constexpr Operation endTransfer{DG_CONTROL, DAT_PENDINGXFERS, MSG_ENDXFER};
-constexpr Operation resetTransfers{DG_CONTROL, DAT_PENDINGXFERS, MSG_RESET};
+constexpr Operation setupMemory{DG_CONTROL, DAT_SETUPMEMXFER, MSG_GET, 0, "SETUPMEMXFER"};
+constexpr Operation nativeTransfer{DG_IMAGE, DAT_IMAGENATIVEXFER, MSG_GET, 0, "IMAGENATIVEXFER"};
+constexpr Operation fileTransfer{DG_IMAGE, DAT_IMAGEFILEXFER, MSG_GET, 0, "IMAGEFILEXFER"};
+constexpr Operation memoryTransfer{DG_IMAGE, DAT_IMAGEMEMXFER, MSG_GET, 0, "IMAGEMEMXFER"};
+constexpr Operation endTransfer{DG_CONTROL, DAT_PENDINGXFERS, MSG_ENDXFER, 0, "ENDXFER"};
+constexpr Operation resetTransfers{DG_CONTROL, DAT_PENDINGXFERS, MSG_RESET, 0, "RESET"};
 
 constexpr Operation capability(TW_UINT16 message, TW_UINT16 capability) {
     return {DG_CONTROL, DAT_CAPABILITY, message, capability};
