@@ -15,38 +15,35 @@ enum Extractor { one, count, item, field };
 constexpr const char* names[] = {"ExtractOneValue", "ExtractEnumerationNumItems", "ExtractEnumerationValue",
                                  "ExtractRangeValue"};
 
-// The trace of what runs while it lives.
-struct Traced {
-    Traced() { trace::setUp(); }
-    ~Traced() { trace::shutDown(); }
+// The codec, with its trace read.
+struct Codec {
+    Codec() { trace::setUp(); }
+    ~Codec() { trace::shutDown(); }
+
+    // The value as text; of a failure its code and what was warned, "fails 10 Invalid memory".
+    std::string read(Extractor extractor, const ContainerImage& image, int32_t selector = 0) {
+        viewer.forget();
+        TW_CAPABILITY capability = {ICAP_UNITS, image.conType, image.allocate()};
+        TW_UINT32 value = 0xdeadbeef;
+        const TW_UINT16 failure = extractor == one     ? ExtractOneValue(&capability, &value)
+                                  : extractor == count ? ExtractEnumerationNumItems(&capability, &value)
+                                  : extractor == item ? ExtractEnumerationValue(&capability, &value, selector)
+                                                      : ExtractRangeValue(&capability, &value, selector);
+        CHECK((GlobalFlags(capability.hContainer) & GMEM_LOCKCOUNT) == 0);
+        GlobalFree(capability.hContainer);
+        const std::string name = names[extractor], ending = " in " + name;
+        CHECK(viewer.traces() == Lines{"Coming " + name, "Leaving " + name});
+        CHECK((failure == 0 || value == 0));
+        std::string text = failure == 0 ? std::to_string(value) : "fails " + std::to_string(failure);
+        for (const std::string& warning : viewer.warnings())
+            text += " " + warning.substr(0, warning.rfind(ending));
+        CHECK(viewer.warnings().with(ending).size() == viewer.warnings().size());
+        return text;
+    }
 
     TraceSwitches switches;
     RecordingViewer viewer;
 };
-
-// The value as text; of a failure its code and what was warned, "10 Invalid memory".
-std::string read(Extractor extractor, const ContainerImage& image, int32_t selector = 0) {
-    const Traced traced;
-    TW_CAPABILITY capability = {ICAP_UNITS, image.conType, image.allocate()};
-    TW_UINT32 value = 0xdeadbeef;
-    const TW_UINT16 failure = extractor == one     ? ExtractOneValue(&capability, &value)
-                              : extractor == count ? ExtractEnumerationNumItems(&capability, &value)
-                              : extractor == item  ? ExtractEnumerationValue(&capability, &value, selector)
-                                                   : ExtractRangeValue(&capability, &value, selector);
-    CHECK((GlobalFlags(capability.hContainer) & GMEM_LOCKCOUNT) == 0);
-    GlobalFree(capability.hContainer);
-    const std::string name = names[extractor];
-    CHECK(traced.viewer.traces() == Lines{"Coming " + name, "Leaving " + name});
-    std::string text = failure == 0 ? std::to_string(value) : "fails " + std::to_string(failure);
-    if (failure != 0) CHECK(value == 0);
-    const std::string ending = " in " + name;
-    for (const std::string& warning : traced.viewer.warnings()) {
-        REQUIRE(warning.size() > ending.size());
-        CHECK(warning.substr(warning.size() - ending.size()) == ending);
-        text += " " + warning.substr(0, warning.size() - ending.size());
-    }
-    return text;
-}
 
 std::vector<uint8_t> blockOf(HGLOBAL handle) {
     const auto* const bytes = static_cast<const uint8_t*>(GlobalLock(handle));
@@ -87,6 +84,7 @@ const ContainerImage badRanges[] = {cut(fix32Range(1, 2, 1, 2), 21), cut(fix32Ra
 }  // namespace
 
 TEST_CASE("an item is read at its width and without its sign") {
+    Codec codec;
     struct Row {
         TW_UINT16 type;
         const char* read;
@@ -100,59 +98,62 @@ TEST_CASE("an item is read at its width and without its sign") {
     const TW_UINT32 bits = 0x81828384;
     for (const Row& row : rows) {
         CAPTURE(row.type);
-        CHECK(read(one, oneValue(row.type, bits)) == row.read);
-        CHECK(read(item, enumeration(row.type, {1, bits, 3}), 1) == row.read);
-        CHECK(read(field, range(row.type, {1, 2, 3, 4, bits}), rangeCurrent) == row.read);
-        if (row.read[0] == 'f') CHECK(read(count, enumeration(row.type, {5})) == row.read);
+        CHECK(codec.read(one, oneValue(row.type, bits)) == row.read);
+        CHECK(codec.read(item, enumeration(row.type, {1, bits, 3}), 1) == row.read);
+        CHECK(codec.read(field, range(row.type, {1, 2, 3, 4, bits}), rangeCurrent) == row.read);
+        if (row.read[0] == 'f') CHECK(codec.read(count, enumeration(row.type, {5})) == row.read);
     }
 }
 
 TEST_CASE("list items by index, their count at the width of an item, range fields by selector") {
+    Codec codec;
     const ContainerImage list = enumeration(TWTY_UINT16, {70, 71, 72, 73}, 3, 2);
-    CHECK(read(item, list, 1) == "71");
-    CHECK(read(item, list, enumerationCurrent) == "73");
-    CHECK(read(item, list, enumerationDefault) == "72");
-    CHECK(read(item, enumeration(TWTY_UINT8, {7, 8, 9}, 1), enumerationCurrent) == "8");
-    CHECK(read(count, list) == "4");
-    CHECK(read(count, enumeration(TWTY_UINT8, std::vector<TW_UINT32>(258, 1))) == "2");
-    CHECK(read(count, enumeration(TWTY_UINT16, std::vector<TW_UINT32>(65537, 1))) == "1");
-    CHECK(read(count, enumeration(TWTY_UINT32, std::vector<TW_UINT32>(65537, 1))) == "65537");
+    CHECK(codec.read(item, list, 1) == "71");
+    CHECK(codec.read(item, list, enumerationCurrent) == "73");
+    CHECK(codec.read(item, list, enumerationDefault) == "72");
+    CHECK(codec.read(item, enumeration(TWTY_UINT8, {7, 8, 9}, 1), enumerationCurrent) == "8");
+    CHECK(codec.read(count, list) == "4");
+    CHECK(codec.read(count, enumeration(TWTY_UINT8, std::vector<TW_UINT32>(258, 1))) == "2");
+    CHECK(codec.read(count, enumeration(TWTY_UINT16, std::vector<TW_UINT32>(65537, 1))) == "1");
+    CHECK(codec.read(count, enumeration(TWTY_UINT32, std::vector<TW_UINT32>(65537, 1))) == "65537");
     const ContainerImage fields = range(TWTY_UINT32, {10, 20, 30, 40, 50});
-    CHECK(read(field, fields, rangeMin) == "10");
-    CHECK(read(field, fields, rangeMax) == "20");
-    CHECK(read(field, fields, rangeStep) == "30");
-    CHECK(read(field, fields, rangeDefault) == "40");
+    CHECK(codec.read(field, fields, rangeMin) == "10");
+    CHECK(codec.read(field, fields, rangeMax) == "20");
+    CHECK(codec.read(field, fields, rangeStep) == "30");
+    CHECK(codec.read(field, fields, rangeDefault) == "40");
     for (int32_t selector : {+rangeCurrent, 0, 7, 0x7fffffff})
-        CHECK(read(field, fields, selector) == "50");
+        CHECK(codec.read(field, fields, selector) == "50");
 }
 
 TEST_CASE("nothing outside the source's block is ever read") {
+    Codec codec;
     const std::string bad = "fails 10 Invalid memory";
     for (const ContainerImage& image : badOneValues)
-        CHECK(read(one, image) == bad);
+        CHECK(codec.read(one, image) == bad);
     for (const ContainerImage& image : badRanges)
-        CHECK(read(field, image, rangeCurrent) == bad);
+        CHECK(codec.read(field, image, rangeCurrent) == bad);
     for (const ContainerImage& image : badLists) {
-        CHECK(read(count, image) == bad);
-        CHECK(read(item, image, 0) == bad);
+        CHECK(codec.read(count, image) == bad);
+        CHECK(codec.read(item, image, 0) == bad);
     }
     for (const ContainerImage& image : badCurrentItems)
-        CHECK(read(item, image, enumerationCurrent) == bad);
+        CHECK(codec.read(item, image, enumerationCurrent) == bad);
     const ContainerImage list = enumeration(TWTY_UINT16, {70, 71, 72}, 0, 0x40000000);
     for (int32_t index : {3, 0x7fffffff, -3, +enumerationDefault})
-        CHECK(read(item, list, index) == bad);
+        CHECK(codec.read(item, list, index) == bad);
 }
 
 TEST_CASE("a block that can't be locked") {
+    Codec codec;
     // Windows hands out a discarded block for a size of 0: it has a handle and can't be locked.
-    CHECK(read(one, rawContainer(TWON_ONEVALUE, {})) == "fails 10 Lock memory error");
+    CHECK(codec.read(one, rawContainer(TWON_ONEVALUE, {})) == "fails 10 Lock memory error");
     for (Extractor extractor : {count, item, field})
-        CHECK(read(extractor, rawContainer(TWON_RANGE, {})) == "fails 2 Lock memory error");
+        CHECK(codec.read(extractor, rawContainer(TWON_RANGE, {})) == "fails 2 Lock memory error");
 }
 
 TEST_CASE("building one values and lists") {
     using Bytes = std::vector<uint8_t>;
-    const Traced traced;
+    Codec codec;
     TW_CAPABILITY capability = {ICAP_PIXELTYPE, 0, nullptr};
     CHECK(BuildupOneValue(&capability, TWTY_INT16, 0x12345678) == 0);
     CHECK(capability.ConType == TWON_ONEVALUE);
@@ -165,12 +166,12 @@ TEST_CASE("building one values and lists") {
     // Two bytes more than header and items need.
     CHECK(blockOf(capability.hContainer) ==
           Bytes{4, 0, 3, 0, 0, 0, 2, 0, 0, 0, 1, 0, 0, 0, 2, 1, 4, 3, 6, 5, 0, 0});
-    CHECK(traced.viewer.traces() == Lines{"Coming BuildupOneValue", "Leaving BuildupOneValue",
-                                          "Coming BuildupEnumeration", "Leaving BuildupEnumeration"});
+    CHECK(codec.viewer.traces() == Lines{"Coming BuildupOneValue", "Leaving BuildupOneValue",
+                                         "Coming BuildupEnumeration", "Leaving BuildupEnumeration"});
 
     CHECK(BuildupEnumeration(&capability, TWTY_UINT32, 0x3ffffff0 / 4 * 3, 0, 0, items) == 2);
     CHECK(capability.hContainer == nullptr);
-    CHECK(traced.viewer.warnings() == Lines{"Memory alloc error in BuildupEnumeration"});
+    CHECK(codec.viewer.warnings() == Lines{"Memory alloc error in BuildupEnumeration"});
 }
 
 TEST_CASE("numbers and TW_FIX32") {
