@@ -48,29 +48,21 @@ const Getter getters[] = {
 // What a source may say; a refusal may leave a container, which isn't the module's to free.
 enum Said { value, list, anArray, aRange, noHandle, cutOff, no, denied, leftNo, leftCheck };
 
-Answer answerOf(const Getter& getter, Said said) {
+std::vector<Answer> answersOf(const Getter& getter) {
     const TW_UINT32 item = getter.samples.back().source;
     const ContainerImage one = oneValue(getter.type, item);
-    switch (said) {
-        case value:
-            return give(one);
-        case list:  // whose current item counts
-            return give(enumeration(getter.type, {0, 0, item}, 2, 1));
-        case anArray:
-            return give(array(getter.type, {item}));
-        case aRange:
-            return give(range(getter.type, {0, 9, 1, 1, item}));
-        case noHandle:
-            return give(withoutHandle(TWON_DONTCARE16));
-        case cutOff:
-            return give(rawContainer(TWON_ONEVALUE, {1, 0, 1}));
-        case leftNo:
-            return {TWRC_FAILURE, TWCC_CAPUNSUPPORTED, one, {}};
-        case leftCheck:
-            return {TWRC_CHECKSTATUS, TWCC_SUCCESS, one, {}};
-        default:
-            return failWith(said == denied ? TWCC_DENIED : TWCC_CAPUNSUPPORTED);
-    }
+    return {
+        give(one),
+        give(enumeration(getter.type, {0, 0, item}, 2, 1)),  // whose current item counts
+        give(array(getter.type, {item})),
+        give(range(getter.type, {0, 9, 1, 1, item})),
+        give(withoutHandle(TWON_DONTCARE16)),
+        give(rawContainer(TWON_ONEVALUE, {1, 0, 1})),
+        failWith(TWCC_CAPUNSUPPORTED),
+        failWith(TWCC_DENIED),
+        {TWRC_FAILURE, TWCC_CAPUNSUPPORTED, one, {}},
+        {TWRC_CHECKSTATUS, TWCC_SUCCESS, one, {}},
+    };
 }
 
 // '$' is what the host gets of the value, '?' what it gets of nothing.
@@ -107,8 +99,8 @@ TEST_CASE("a getter gives what the first message says, else the second, of conta
             if ((getter.traits & row.with) != row.with || (getter.traits & row.without) != 0) continue;
             std::string record = filled(row.record, '$', std::to_string(getter.samples.back().host));
             record = filled(record, '?', getter.afterFailure);
-            checkReading(stages.in(row.state),
-                         {row.state, answerOf(getter, row.current), answerOf(getter, row.get), record},
+            const std::vector<Answer> said = answersOf(getter);
+            checkReading(stages.in(row.state), {row.state, said[row.current], said[row.get], record},
                          getter.read, getter.method, getter.capability);
         }
     }

@@ -76,11 +76,9 @@ private:
 
 HGLOBAL ContainerImage::allocate() const {
     if (!hasHandle) return nullptr;
-    const HGLOBAL handle = GlobalAlloc(GMEM_MOVEABLE, bytes.size());
-    if (bytes.empty() || handle == nullptr) return handle;
-    std::memcpy(GlobalLock(handle), bytes.data(), bytes.size());
-    GlobalUnlock(handle);
-    return handle;
+    if (bytes.empty()) return GlobalAlloc(GMEM_MOVEABLE, 0);
+    return vscan::makeGlobal(bytes.size(),
+                             [&](uint8_t* block) { std::memcpy(block, bytes.data(), bytes.size()); });
 }
 
 TW_UINT32 fix32(double value) {
