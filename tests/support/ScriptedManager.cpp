@@ -59,12 +59,6 @@ Answer give(ContainerImage container) {
     return {TWRC_SUCCESS, TWCC_SUCCESS, std::move(container), {}};
 }
 
-Answer notification(TW_UINT16 message) {
-    return {TWRC_DSEVENT, TWCC_SUCCESS, {}, [message](TW_MEMREF data) {
-                static_cast<TW_EVENT*>(data)->TWMessage = message;
-            }};
-}
-
 Answer pending(TW_UINT16 count) {
     return fill<TW_PENDINGXFERS>([count](TW_PENDINGXFERS& transfers) { transfers.Count = count; });
 }

@@ -38,8 +38,6 @@ template <class Record>
 Answer copy(const Record& record) {
     return fill<Record>([record](Record& target) { target = record; });
 }
-// The source's notification for the message that the host's loop hands over.
-Answer notification(TW_UINT16 message);
 // So many images remain.
 Answer pending(TW_UINT16 count);
 
