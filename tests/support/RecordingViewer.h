@@ -2,11 +2,8 @@
 // the lines that the module sends.
 #pragma once
 
-#include <windows.h>
-
-#include <string>
-
 #include "Lines.h"
+#include "MessageWindow.h"
 
 class RecordingViewer {
 public:
@@ -15,8 +12,6 @@ public:
     // Missing: the window is there, its shared memory is not.
     explicit RecordingViewer(Memory memory = Memory::Shared);
     ~RecordingViewer();
-    RecordingViewer(const RecordingViewer&) = delete;
-    RecordingViewer& operator=(const RecordingViewer&) = delete;
 
     // Whole lines as they came: "Trace sm/Session.cpp 85: [SM] text".
     const Lines& rawLines() const { return raw_; }
@@ -33,10 +28,9 @@ public:
     bool isTailUntouched() const;
 
 private:
-    static LRESULT CALLBACK windowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-    void receive(WPARAM wParam, LPARAM lParam);
+    bool receive(UINT message, WPARAM wParam, LPARAM lParam);
 
-    HWND window_ = nullptr;
+    const MessageWindow window_;
     HANDLE mapping_ = nullptr;
     char* view_ = nullptr;
     Lines raw_;

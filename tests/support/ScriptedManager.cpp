@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "Journal.h"
 #include "ModuleCalls.h"
 #include "TestDsmEntry.h"
 
@@ -104,6 +105,7 @@ Lines ScriptedManager::takeCalls() {
 TW_UINT16 ScriptedManager::call(pTW_IDENTITY origin, pTW_IDENTITY destination, const Operation& operation,
                                 TW_MEMREF data) {
     calls_.push_back(operation::text(operation, data) + endsText(operation, origin, destination));
+    journal().push_back(calls_.back());
     remember(operation, origin, data);
     Answer answer;
     if (scripted(operation, answer)) return apply(answer, operation, data);

@@ -2,6 +2,8 @@
 
 #include <stdexcept>
 
+#include "Journal.h"
+
 // A module that is detached with a source open leaves the manager loaded, for ever.
 Stage::~Stage() {
     module.unload();
@@ -29,6 +31,7 @@ void Stage::bringTo(int state) {
 }
 
 void Stage::forget() {
+    journal().clear();
     manager.forgetCalls();
     viewer.forget();
     host.takeMessages();
