@@ -172,7 +172,8 @@ TEST_CASE("a strip that doesn't come, and a cancel while the source works on one
         {failedWith(TWCC_PAPERJAM), Nothing, "STATUS; result 0, no", "IMAGEMEMXFER; ENDXFER; result 1, over"},
         {endedBy(TWRC_ENDOFLIST), Nothing, "STATUS; result 0, no", "IMAGEMEMXFER; ENDXFER; result 1, over"},
         // The image isn't ended, even with its last strip.
-        {colorPage(4, 2, 12).strips[0], This, "result 0, 12", "IMAGEMEMXFER; result 0, 12"},
+        {colorPage(4, 2, 12).strips[0], This, "result 0, 12", "IMAGEMEMXFER; ENDXFER; result 1, over"},
+        {colorPage(4, 1, 12).strips[0], This, "result 0, 12", "IMAGEMEMXFER; ENDXFER; result 1, over"},
         {colorPage(4, 2, 12).strips[0], All, "RESET; result 1, over", "IMAGEMEMXFER; STATUS; result 0, no"},
     };
     for (const auto& row : rows) {

@@ -62,10 +62,14 @@ TEST_CASE("attaching writes its banner and loads the manager, detaching unloads 
     CHECK(GetModuleHandleA("twain_32.dll") == nullptr);
 }
 
-TEST_CASE("detaching with a source open leaves the manager's library loaded") {
-    for (int state : {4, 5}) {
+TEST_CASE("detaching with the manager or a source open leaves the manager's library loaded") {
+    for (int state : {3, 4, 5}) {
         Stage stage;
-        stage.bringTo(state);
+        stage.bringTo(state == 3 ? 4 : state);
+        stage.manager.answer(operation::closeDsm, failWith(TWCC_BUMMER));
+        if (state == 3) stage.module.CloseDS();
+        CHECK(stage.manager.state() == state);
+        stage.forget();
         stage.module.unload();
         CHECK(stage.windows.libraryCalls == Lines{});
         CHECK(stage.manager.calls() == Lines{});

@@ -44,24 +44,33 @@ void play(const Session& session) {
         journal().push_back("result " + std::to_string(perform(*stage, other, step.call)));
         if (stage->manager.state() != state)
             journal().push_back("state " + std::to_string(state = stage->manager.state()));
-        const HWND parent = method.find("able") != std::string::npos ? stage->manager.userInterface().hParent
-                                                                     : stage->manager.parent();
+        const void* const parent = method.find("able") != std::string::npos
+                                       ? stage->manager.userInterface().hParent
+                                       : stage->manager.parent();
         if (parent == other.window()) journal().push_back("other");
         if (parent == GetDesktopWindow()) journal().push_back("desktop");
-        const std::string name = stage->manager.application().ProductName;
-        if (name != "Test Host" && name != "VORN Scan Module" && !name.empty())
-            journal().push_back("as " + name);
-        char left[2][34] = {};
-        stage->module.GetDSProductName(left[0]);
-        stage->module.GetDSProductFamily(left[1]);
-        if (method == "CloseDS" && (left[0][0] != 0 || left[1][0] != 0))
-            journal().push_back("leaves " + std::string(left[0]) + " of " + left[1]);
+        const std::string host = stage->manager.application().ProductName;
+        if (host != "Test Host" && host != "VORN Scan Module" && !host.empty())
+            journal().push_back("as " + host);
+        char name[34] = "", family[34] = "";
+        if (method == "CloseDS" && session.state != 1) {
+            stage->module.GetDSProductName(name);
+            stage->module.GetDSProductFamily(family);
+        }
+        if (name[0] != 0 || family[0] != 0)
+            journal().push_back("leaves " + std::string(name) + " of " + family);
         checkStory(*stage, step.record, method);
     }
 }
 
 std::string failed(const std::string& method) {
     return "! DSM_Entry returns failure in TScanModule::" + method + "; ";
+}
+
+std::string refusedRange(const std::string& name, const std::string& capability) {
+    const std::string failure =
+        "! CapNegotiate returns failure in TScanModule::GetDS" + name + "Range; STATUS; ";
+    return "GET ICAP_" + capability + "; " + failure + "GETCURRENT ICAP_" + capability + "; " + failure;
 }
 
 const std::string queries =
@@ -93,7 +102,8 @@ TEST_CASE("opening and closing") {
           {"OpenDS",
            notOpened + failed("GetTWAINStatusCode") + "! OpenDSM returns failure in @; result 1",
            {{operation::openDsm, refusal}, {operation::status, refusal}}},
-          {"OpenDS", notOpened + opened, {{operation::openDsm, cancel}}},
+          {"OpenDS", notOpened + "! OpenDSM returns failure in @; result 1", {{operation::openDsm, cancel}}},
+          {"OpenDS", opened},
           {"OpenDS - Nobody", "!parent; ! DS is already open in @; result 0"},
           {"EnableDS 0 0", "ENABLEDS show 0 modal 0; result 0; state 5; desktop"}}},
         // A source that doesn't open stays chosen, until it is closed. No default does no harm.
@@ -104,8 +114,17 @@ TEST_CASE("opening and closing") {
           {"OpenDS", "OPENDSM; OPENDS; " + queries},
           {"CloseDS", closed},
           {"OpenDS", opened, {{operation::getDefault, refusal}}}}},
-        // A source that can't say its brightness for an operation error is unusable.
-        {2, {{"OpenDS", "OPENDSM; GETDEFAULT; OPENDS; ", {{operation::get(ICAP_BRIGHTNESS), failWith(5)}}}}},
+        // A source that can't say its brightness for an operation error is unusable, no other query matters.
+        {2,
+         {{"OpenDS",
+           "OPENDSM; GETDEFAULT; OPENDS; " + refusedRange("Brightness", "BRIGHTNESS") +
+               "CLOSEDS; CLOSEDSM; result 5",
+           {{operation::get(ICAP_BRIGHTNESS), failWith(5)},
+            {operation::getCurrent(ICAP_BRIGHTNESS), failWith(5)}}},
+          {"OpenDS",
+           std::string(opened).replace(opened.find("GET ICAP_C"), 19, refusedRange("Contrast", "CONTRAST")),
+           {{operation::get(ICAP_CONTRAST), failWith(5)},
+            {operation::getCurrent(ICAP_CONTRAST), failWith(5)}}}}},
         // A source that doesn't close stays open, a manager that doesn't is closed or used by the next call.
         {4,
          {{"CloseDS",

@@ -2,8 +2,8 @@
 // driver, found in the manager's list or, for one edition of the host suite, in the driver folders.
 #include <algorithm>
 
-#include "CallRecord.h"
 #include "DriverSearch.h"
+#include "Story.h"
 
 namespace {
 
@@ -30,6 +30,20 @@ void checkChoice(Stage& stage, const std::string& chosen) {
     CHECK((stage.manager.calls()[1] == "GETDEFAULT") == chosen.empty());
 }
 
+// The window is that of each opening and closing of the manager too.
+void checkSelection(Stage& stage, const std::string& record, const std::string& method, HWND window,
+                    const std::function<int()>& call) {
+    const auto parents = std::make_shared<std::vector<HWND>>();
+    for (const Operation& operation : {operation::openDsm, operation::closeDsm})
+        stage.manager.answerNext(operation, fill<HWND>([=](HWND& parent) { parents->push_back(parent); }));
+    stage.forget();
+    const std::string result = std::to_string(call());
+    journal().push_back("result " + result);
+    checkStory(stage, record, method);
+    for (const HWND parent : *parents)
+        CHECK(parent == (window != nullptr ? window : GetDesktopWindow()));
+}
+
 // The profile of GetAllDS.
 Lines section(const SavedFile& file) {
     char text[4096] = "";
@@ -40,7 +54,7 @@ Lines section(const SavedFile& file) {
 
 const std::string listPath = (std::filesystem::temp_directory_path() / "scanmodule-sources.ini").string();
 const char* const path = listPath.c_str();
-const std::string notOpened = "OPENDSM; STATUS; ! DSM_Entry returns failure in TScanModule::OpenDSM; ";
+const std::string notOpened = "OPENDSM; ! DSM_Entry returns failure in TScanModule::OpenDSM; STATUS; ";
 const std::string isOpen = "! Sequence error in TScanModule::OpenDSM; ";
 const Answer refusal = failWith(TWCC_NODS);
 
@@ -61,13 +75,16 @@ TEST_CASE("the manager's dialog, and what the next session opens") {
         identity = source("Other");
     });
     const Answer taken = cancelled;
+    Answer changed = taken;
+    changed.returnCode = TWRC_CHECKSTATUS;
     cancelled.returnCode = TWRC_CANCEL;
     const std::string asked = "OPENDSM; USERSELECT; ", failed = "! OpenDSM returns failure in @; ";
     const Row rows[] = {
         {2, operation::userSelect, taken, asked + "CLOSEDSM; result 0", "Other"},
-        {2, operation::userSelect, taken, asked + "CLOSEDSM; !parent; result 0", "Other", false},
+        {2, operation::userSelect, taken, "!parent; " + asked + "CLOSEDSM; result 0", "Other", false},
+        {2, operation::userSelect, changed, asked + "!failure; STATUS; CLOSEDSM; result 0", ""},
         {2, operation::userSelect, cancelled, asked + "CLOSEDSM; result -6", ""},
-        {2, operation::userSelect, refusal, asked + "STATUS; CLOSEDSM; !failure; result 3", ""},
+        {2, operation::userSelect, refusal, asked + "!failure; STATUS; CLOSEDSM; result 3", ""},
         // The earlier choice stays.
         {2, operation::openDsm, refusal, notOpened + failed + "result 3", "First"},
         {4, operation::userSelect, refusal, isOpen + failed + "result 11", "First"},
@@ -80,8 +97,8 @@ TEST_CASE("the manager's dialog, and what the next session opens") {
         if (row.state == 4) stage->open();
         stage->manager.answerNext(row.operation, row.answer);
         const HWND parent = row.hasParent ? stage->host.window() : nullptr;
-        checkCall(*stage, row.record, "SelectDS", [&] { return resultText(stage->module.SelectDS(parent)); });
-        if (!row.hasParent) CHECK(stage->manager.parent() == GetDesktopWindow());
+        checkSelection(*stage, row.record, "SelectDS", parent,
+                       [&] { return stage->module.SelectDS(parent); });
         checkChoice(*stage, row.chosen);
     }
 }
@@ -115,7 +132,6 @@ TEST_CASE("the list of the maker's sources") {
         list(stage.manager, row.sources);
         CHECK(stage.module.GetAllDS(path) == 0);
         CHECK(section(file) == splitRow(row.section));
-        CHECK(stage.manager.parent() == GetDesktopWindow());
     }
 }
 
@@ -128,7 +144,7 @@ TEST_CASE("a list that can't be had, or only with gaps") {
         Operation operation;
         std::string record, section;
     } rows[] = {
-        {2, operation::getFirst, asked + "STATUS; CLOSEDSM; !failure; result 3", plain + "; count=0"},
+        {2, operation::getFirst, asked + "!failure; STATUS; CLOSEDSM; result 3", plain + "; count=0"},
         // A failure in the middle is skipped.
         {2, operation::getNext, asked + "GETNEXT; GETNEXT; GETNEXT; CLOSEDSM; result 0",
          plain + "Plain Source; name2=Second; count=2"},
@@ -141,7 +157,7 @@ TEST_CASE("a list that can't be had, or only with gaps") {
         file.remove();
         stage->manager.answerNext(row.operation, refusal);
         stage->manager.answerNext(operation::getNext, copy(source("Second")));
-        checkCall(*stage, row.record, "GetAllDS", [&] { return resultText(stage->module.GetAllDS(path)); });
+        checkSelection(*stage, row.record, "GetAllDS", nullptr, [&] { return stage->module.GetAllDS(path); });
         CHECK(section(file) == splitRow(row.section));
         CHECK(file.exists() == !row.section.empty());
     }
@@ -157,13 +173,19 @@ TEST_CASE("the default driver from the manager's list, which leaves the system's
         bool hasParent = true;
     };
     const std::string asked = "OPENDSM; GETDEFAULT; ",
-                      failed = "STATUS; GETFIRST; GETNEXT; CLOSEDSM; !failure; ";
+                      failed = "!failure; STATUS; GETFIRST; GETNEXT; CLOSEDSM; ";
     const std::string found = "GETFIRST; GETNEXT; CLOSEDSM; result 0";
     const Row rows[] = {
         {2, "J", "PLAIN source", asked + "CLOSEDSM; result 0", "Plain Source"},
         {2, "", "Second", asked + found, "Second"},
         {2, "j", "Second", asked + found, "Second"},
-        {2, "E", "Nobody", asked + "GETFIRST; GETNEXT; GETNEXT; CLOSEDSM; !parent; result 12", "", {}, false},
+        {2,
+         "E",
+         "Nobody",
+         "!parent; " + asked + "GETFIRST; GETNEXT; GETNEXT; CLOSEDSM; result 12",
+         "",
+         {},
+         false},
         {2, "E", "Second", asked + failed + "result 0", "Second", operation::getDefault},
         {4, "E", "Second", isOpen + "! OpenDSM returns failure in @; result 11", "Plain Source"},
         {1, "E", "Second", "!manager", "untouched"},
@@ -175,10 +197,9 @@ TEST_CASE("the default driver from the manager's list, which leaves the system's
         stage->manager.answerNext(row.refused, refusal);
         list(stage->manager, {source("First"), source("Second")});
         const HWND parent = row.hasParent ? stage->host.window() : nullptr;
-        const auto call = [&] { return resultText(stage->module.SetDefaultDriver(parent, row.wanted)); };
-        checkCall(*stage, row.record, "SetDefaultDriver", call);
+        checkSelection(*stage, row.record, "SetDefaultDriver", parent,
+                       [&] { return stage->module.SetDefaultDriver(parent, row.wanted); });
         CHECK(DefaultSourceEntry::current() == "before");
-        if (!row.hasParent) CHECK(stage->manager.parent() == GetDesktopWindow());
         checkChoice(*stage, row.chosen);
     }
 }

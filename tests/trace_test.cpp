@@ -24,7 +24,7 @@ TEST_CASE("a line names level, path, number and text: its method's place, also w
     stage.module.SetADFEnable(TRUE);
     stage.module.SetAutoFeedEnable(TRUE);
     stage.module.SetPixelType(SM_PIXEL_BW);
-    const std::regex form("(Trace|Warning) sm/[A-Za-z]+\\.(cpp|h) [0-9]+: \\[SM\\] .*|    ");
+    const std::regex form("(Trace|Warning) sm/[A-Za-z/]+\\.(cpp|h) [0-9]+: \\[SM\\] .*|    ");
     for (const std::string& line : stage.viewer.rawLines())
         CHECK_MESSAGE(std::regex_match(line, form), line);
     std::set<std::string> places;
