@@ -2,6 +2,7 @@
 // host in its order, the records, cancelling, every failure.
 #include <algorithm>
 #include <cstring>
+#include <map>
 #include <tuple>
 
 #include "BatchStage.h"
@@ -46,17 +47,17 @@ TEST_CASE("each mechanism, each way an image can end") {
         {failedWith(TWCC_OPERATIONERROR), 5, failed},
     };
     for (const Mechanism& by : mechanisms) {
-        for (const Row& row : rows) {
-            for (const bool showUI : {false, true}) {
+        for (const bool showUI : {false, true}) {
+            BatchStage stage({}, by, showUI);
+            // Neither has an effect here.
+            CHECK(stage.module.CancelAllXfer() == 1);
+            CHECK(stage.module.EnableDS(!showUI, FALSE) == 0);
+            for (const Row& row : rows) {
                 Page page = grayPage();
                 page.strips[1] = row.last;
-                BatchStage stage({page, grayPage()}, by, showUI);
-                CHECK(stage.module.CancelAllXfer() == 1);  // has no effect outside of a batch
-                stage.forget();
-                stage.run();
-                std::string words = row.words, end = showUI ? "" : "CloseDSReq";
+                stage.run({page, grayPage()});
+                std::string words = row.words, rest = imageDone(by) + (showUI ? "" : "CloseDSReq");
                 if (isMemory(by) && row.result == -4) words[2] = 'i';
-                std::string rest = imageDone(by) + end;
                 // Ends the batch, and asks for the source to be closed twice.
                 if (isMemory(by) && row.result == 5) rest = "RESET; CloseDSReq; CloseDSReq";
                 checkStory(stage, choice + image(by, by.call + words, row.result) + rest, by.method);
@@ -119,16 +120,16 @@ TEST_CASE("cancelling from each handler") {
         {"XferData", "-t----", "2dd", true}, {"XferData", "-a", "2r", true},
     };
     for (const Mechanism& by : mechanisms) {
-        const std::pair<char, std::string> outcomes[] = {
+        const std::map<char, std::string> outcomes = {
             {'d', imageDone(by)},
             {'c', image(by, "! AP cancel image xfer in @; ", -5)},
             {'1', image(by, "IMAGEMEMXFER; XferData; ", -5)},
             {'2', image(by, by.call + by.done, -5)},
             {'r', "RESET; "},
         };
+        BatchStage stage({}, by, false);
         for (const Row& row : rows) {
             if (row.withStrips && !isMemory(by)) continue;
-            BatchStage stage({grayPage(), grayPage(), grayPage()}, by, false);
             size_t count = 0;
             stage.host.onMessage = [&](const std::string& line) {
                 if (line.rfind(row.message, 0) != 0) return;
@@ -136,11 +137,10 @@ TEST_CASE("cancelling from each handler") {
                 if (asked == 'a' || asked == 'b') CHECK(stage.module.CancelAllXfer() == 1);
                 if (asked == 't' || asked == 'b') stage.module.CancelThisXfer();
             };
-            stage.run();
+            stage.run({grayPage(), grayPage(), grayPage()});
             std::string story = choice;
             for (const char letter : row.outcome)
-                for (const auto& [key, text] : outcomes)
-                    if (key == letter) story += text;
+                story += outcomes.at(letter);
             checkStory(stage, story + "CloseDSReq", by.method);
         }
     }
@@ -289,38 +289,33 @@ TEST_CASE("an image too large for memory comes by file where the source can") {
         {24, 100, -1, 0x38ed4},  // the low half of a negative product
         {24, 40000, 40000, 505032704 + headroom},
     };
+    BatchStage stage;
+    stage.windows.largestAllocation = 100000000;
     for (const auto& [bits, width, length, room] : sizes) {
-        BatchStage stage({{imageInfo(TWPT_RGB, bits, width, length), {endedBy(TWRC_CANCEL)}}});
-        stage.windows.largestAllocation = 100000000;
-        stage.run();
+        stage.run({{imageInfo(TWPT_RGB, bits, width, length), {endedBy(TWRC_CANCEL)}}});
         CHECK(stage.windows.allocations.front() == room);
     }
-    struct Row {
-        const char* name;
-        ContainerImage offer;
-        bool isFile;
+    const std::pair<ContainerImage, bool> rows[] = {
+        {enumeration(TWTY_UINT16, {1, 0, 2}), true},
+        {enumeration(TWTY_UINT16, {0, 2, 1}), true},
+        {enumeration(TWTY_UINT16, {0, 2}), false},
+        {oneValue(TWTY_UINT16, TWSX_NATIVE), false},
+        {array(TWTY_UINT16, {1}), false},
+        // Any type: of one value the low 16 bits count, a list goes by steps of 16 bits.
+        {oneValue(TWTY_STR32, TWSX_FILE), true},
+        {oneValue(TWTY_UINT32, 0x50001), true},
+        {enumeration(TWTY_STR32, {0x10000, 5}), true},
     };
-    const Row rows[] = {
-        {"at the start of a list", enumeration(TWTY_UINT16, {1, 0, 2}), true},
-        {"at its end", enumeration(TWTY_UINT16, {0, 2, 1}), true},
-        {"not in a list", enumeration(TWTY_UINT16, {0, 2}), false},
-        {"as one value of any type", oneValue(TWTY_STR32, TWSX_FILE), true},
-        {"as another value", oneValue(TWTY_UINT16, TWSX_NATIVE), false},
-        {"only the low 16 bits count", oneValue(TWTY_UINT32, 0x50001), true},
-        {"a list of any type, in 16-bit steps", enumeration(TWTY_STR32, {0x10000, 5}), true},
-        {"in an array", array(TWTY_UINT16, {1}), false},
-    };
-    for (const Row& row : rows) {
-        CAPTURE(row.name);
-        BatchStage stage({grayPage()}, native);
-        stage.manager.answer(operation::get(ICAP_XFERMECH), give(row.offer));
-        stage.windows.largestAllocation = headroom;
-        stage.run();
+    stage.windows.largestAllocation = headroom;
+    const std::string asked = choice.substr(0, choice.rfind("IMAGEINFO"));
+    for (const auto& [offer, isFile] : rows) {
+        stage.manager.answer(operation::get(ICAP_XFERMECH), give(offer));
+        stage.windows.messageBoxes.clear();
+        stage.run({grayPage()});
         const Lines notes = stage.viewer.traces().with("Use File Xfer");
-        CHECK(notes == Lines{row.isFile ? "Can Use File Xfer." : "Cannot Use File Xfer."});
-        CHECK(stage.windows.messageBoxes.empty() == row.isFile);
-        const std::string asked = choice.substr(0, choice.rfind("IMAGEINFO"));
-        checkStory(stage, asked + (row.isFile ? imageDone(file) : ""), file.method);
+        CHECK(notes == Lines{isFile ? "Can Use File Xfer." : "Cannot Use File Xfer."});
+        CHECK(stage.windows.messageBoxes.empty() == isFile);
+        checkStory(stage, asked + (isFile ? imageDone(file) : ""), file.method);
     }
 }
 
@@ -342,32 +337,25 @@ TEST_CASE("an image too large for memory and without a file is only told to the 
 }
 
 TEST_CASE("the condition code of a source that doesn't say its mechanisms, in words") {
-    struct Row {
-        TW_UINT16 code;
-        std::string text;
-        size_t blanks = 0;
-    };
-    const Row rows[] = {
+    const std::pair<TW_UINT16, std::string> rows[] = {
         {0, "TWCC_SUCCESS: It worked!"},
         {1, "TWCC_BUMMER: Failure due to unknown causes"},
         {2, "TWCC_LOWMEMORY: Not enough memory to perform operation"},
         {3, "TWCC_NODS: No Data Source"},
-        {4, "TWCC_MAXCONNECTIONS: DS is connected to max possible apps", 6},
-        {5, "TWCC_OPERATIONERROR: DS or DSM reported error, app shouldn't", 3},
-        {6, "TWCC_BADCAP: Unknown capability", 24},
-        {9, "TWCC_BADPROTOCOL: Unrecognized MSG DG DAT combination", 7},
-        {10, "TWCC_BADVALUE: Data parameter out of range", 15},
-        {11, "TWCC_SEQERROR: DG DAT MSG out of expected sequence", 7},
-        {12, "TWCC_BADDEST: Unknown destination App/Src in DSM_Entry", 2},
+        {4, "TWCC_MAXCONNECTIONS: DS is connected to max possible apps      "},
+        {5, "TWCC_OPERATIONERROR: DS or DSM reported error, app shouldn't   "},
+        {6, "TWCC_BADCAP: Unknown capability                        "},
+        {9, "TWCC_BADPROTOCOL: Unrecognized MSG DG DAT combination       "},
+        {10, "TWCC_BADVALUE: Data parameter out of range               "},
+        {11, "TWCC_SEQERROR: DG DAT MSG out of expected sequence       "},
+        {12, "TWCC_BADDEST: Unknown destination App/Src in DSM_Entry  "},
         {7, "Unknown Value: Unknown Message"},
     };
     BatchStage stage;
-    for (const Row& row : rows) {
-        stage.manager.answer(operation::get(ICAP_XFERMECH), failWith(row.code));
-        stage.viewer.forget();
-        stage.run();
-        CHECK(outline(stage).find("CanUseFileXfer(GetStatus('" + row.text + std::string(row.blanks, ' ') +
-                                  "\n')) ") != std::string::npos);
+    for (const auto& [code, text] : rows) {
+        stage.manager.answer(operation::get(ICAP_XFERMECH), failWith(code));
+        stage.run({});
+        CHECK(outline(stage).find("CanUseFileXfer(GetStatus('" + text + "\n')) ") != std::string::npos);
     }
 }
 

@@ -41,6 +41,7 @@ int OneShotStage::finish() {
     if (messages.size() != 3 || messages[0] != "ScanToFileGetName" || messages[1].rfind(end, 0) != 0 ||
         messages[2] != "ScanToFileDSClosed")
         throw std::runtime_error("unexpected messages of a one-shot scan");
+    if (!windows.memoryComplaints().empty()) throw std::runtime_error(windows.memoryComplaints().front());
     return std::stoi(messages[1].substr(end.size()));
 }
 

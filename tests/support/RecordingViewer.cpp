@@ -19,11 +19,6 @@ std::string withoutPlace(const std::string& line) {
     return line.substr(0, line.find(' ')) + ": " + line.substr(at + marker.size());
 }
 
-// The text when the line begins with this level.
-void addText(Lines& texts, const std::string& line, const std::string& level) {
-    if (line.rfind(level, 0) == 0) texts.push_back(line.substr(level.size()));
-}
-
 }  // namespace
 
 RecordingViewer::RecordingViewer(Memory memory)
@@ -51,10 +46,7 @@ bool RecordingViewer::receive(UINT message, WPARAM wParam, LPARAM lParam) {
     const bool isConsistent =
         wParam == 0 && modulesText != nullptr && modulesText != view_ && line == modulesText;
     raw_.push_back(isConsistent ? line : "inconsistent message for: " + line);
-    Lines warning;
-    addText(warning, withoutPlace(line), "Warning: ");
-    for (const std::string& text : warning)
-        journal().push_back("! " + text);
+    if (line.rfind("Warning ", 0) == 0) journal().push_back("! " + withoutPlace(line).substr(9));
     return true;
 }
 
@@ -65,19 +57,10 @@ Lines RecordingViewer::lines() const {
     return lines;
 }
 
-Lines RecordingViewer::warnings() const {
-    Lines texts;
-    for (const std::string& line : lines()) {
-        addText(texts, line, "Warning: ");
-        if (line.rfind("Fatal", 0) == 0) texts.push_back(line);
-    }
-    return texts;
-}
-
-Lines RecordingViewer::traces() const {
+Lines RecordingViewer::textsOf(const std::string& level) const {
     Lines texts;
     for (const std::string& line : lines())
-        addText(texts, line, "Trace: ");
+        if (line.rfind(level, 0) == 0) texts.push_back(line.substr(level.size()));
     return texts;
 }
 

@@ -17,10 +17,9 @@ public:
     const Lines& rawLines() const { return raw_; }
     // Without path and number: "Trace: text", "Warning: text"; separators stay as they are.
     Lines lines() const;
-    // The texts of the warnings (and of fatal lines, with their level in front).
-    Lines warnings() const;
-    // The texts of the Trace lines.
-    Lines traces() const;
+    // The texts of one level.
+    Lines warnings() const { return textsOf("Warning: "); }
+    Lines traces() const { return textsOf("Trace: "); }
     void forget() { raw_.clear(); }
 
     static constexpr size_t bufferSize = 1024;
@@ -28,6 +27,7 @@ public:
     bool isTailUntouched() const;
 
 private:
+    Lines textsOf(const std::string& level) const;
     bool receive(UINT message, WPARAM wParam, LPARAM lParam);
 
     const MessageWindow window_;

@@ -21,24 +21,26 @@ inline void checkStory(Stage& stage, const std::string& row, const std::string& 
     stage.forget();
 }
 
-// The Trace lines as nested calls: "OpenDS(OpenDSM() 'a note' CloseDSM())", without the tests for a manager
-// and without what a note adds about its method.
-inline std::string outline(const Stage& stage) {
+// The Trace lines as nested calls: "OpenDS(OpenDSM() 'a note' CloseDSM())", a note without what it adds about
+// its method. The whole of it has the warnings too, the tests for a manager, and the separators as "|".
+inline std::string outline(const Stage& stage, bool whole = false) {
     std::string text;
     Lines open;
-    for (std::string line : stage.viewer.traces()) {
-        if (line.find("TScanModule::IsTWAIN") != std::string::npos) continue;
-        const std::string space = text.empty() || text.back() == '(' ? "" : " ";
-        const std::string name = line.substr(line.find(' ') + 1);
-        if (line.rfind("Coming ", 0) == 0) {
-            open.push_back(name);
-            text += space + name + "(";
+    for (const std::string& full : stage.viewer.lines()) {
+        const bool isTrace = full.rfind("Trace: ", 0) == 0;
+        if (!whole && (!isTrace || full.find("TScanModule::IsTWAIN") != std::string::npos)) continue;
+        const std::string line = isTrace ? full.substr(7) : full, name = line.substr(line.find(' ') + 1);
+        if (full == "    ") {
+            text += "|";
         } else if (!open.empty() && line == "Leaving " + open.back()) {
             open.pop_back();
             text += ")";
         } else {
+            if (!text.empty() && text.back() != '(') text += " ";
+            const bool begins = line.rfind("Coming ", 0) == 0;
             const size_t in = open.empty() ? std::string::npos : line.find(" in " + open.back());
-            text += space + "'" + line.substr(0, in) + "'";
+            text += begins ? name + "(" : "'" + line.substr(0, in) + "'";
+            if (begins) open.push_back(name);
         }
     }
     for (size_t at; (at = text.find("TScanModule::")) != std::string::npos;)
