@@ -3,6 +3,7 @@
 
 #include <memory>
 #include <regex>
+#include <tuple>
 
 #include "Story.h"
 #include "Trace.h"
@@ -82,33 +83,28 @@ TEST_CASE("each call from the host is set apart, nested ones are not") {
 }
 
 TEST_CASE("the switch file is made with both switches on, and left alone once it has a trace switch") {
-    struct Row {
-        const char* before;  // null: no file
-        const char* after;   // trace switch and warning switch
-        int writes;
-    };
-    const Row rows[] = {
+    const std::tuple<const char*, std::string, size_t> rows[] = {
+        // What is there, both switches afterwards, and the writes.
         {nullptr, "11", 2},
         {"[Other]\r\nTrace=0\r\n", "11", 2},
         {"[Debug]\r\nWarning=0\r\n", "11", 2},
         {"[Debug]\r\nTrace=0\r\nWarning=0\r\n", "00", 0},
         {"[Debug]\r\nTrace=1\r\n", "1-", 0},
     };
-    for (const Row& row : rows) {
-        CAPTURE(row.after);
+    for (const auto& [before, after, writes] : rows) {
         TraceSwitches switches;
         switches.file().remove();
-        if (row.before != nullptr) switches.file().write(row.before);
+        if (before != nullptr) switches.file().write(before);
         ModuleCalls windows;
         const Module module;
-        CHECK(windows.profileCalls.with("write").size() == static_cast<size_t>(row.writes));
-        std::string after;
+        CHECK(windows.profileCalls.with("write").size() == writes);
+        std::string found;
         for (const char* key : {"Trace", "Warning"}) {
             char value[32] = "";
             GetPrivateProfileStringA("Debug", key, "-", value, sizeof value, switches.file().path().c_str());
-            after += value;
+            found += value;
         }
-        CHECK(after == row.after);
+        CHECK(found == after);
     }
 }
 

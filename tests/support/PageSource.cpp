@@ -63,28 +63,16 @@ TW_UINT16 PageSource::call(TW_UINT32 group, TW_UINT16 argumentType, TW_UINT16 me
     if (group == DG_IMAGE && argumentType == DAT_IMAGEMEMXFER)
         return giveStrip(*static_cast<TW_IMAGEMEMXFER*>(data));
     if (group == DG_IMAGE) return giveWhole(static_cast<HGLOBAL*>(data));
-    switch (argumentType) {
-        case DAT_IDENTITY:
-        case DAT_USERINTERFACE:
-            return TWRC_SUCCESS;
-        case DAT_EVENT:
-            return TWRC_NOTDSEVENT;
-        case DAT_CAPABILITY:
-            return giveCapability(message, *static_cast<TW_CAPABILITY*>(data));
-        case DAT_SETUPFILEXFER:
-            fileName_ = static_cast<const TW_SETUPFILEXFER*>(data)->FileName;
-            return TWRC_SUCCESS;
-        case DAT_SETUPMEMXFER:
-            *static_cast<TW_SETUPMEMXFER*>(data) = sizes_;
-            return TWRC_SUCCESS;
-        case DAT_PENDINGXFERS:
-            return endPages(message, *static_cast<TW_PENDINGXFERS*>(data));
-        case DAT_STATUS:
-            static_cast<TW_STATUS*>(data)->ConditionCode = conditionCode_;
-            return TWRC_SUCCESS;
-        default:
-            return fail(TWCC_BADPROTOCOL);
-    }
+    if (argumentType == DAT_EVENT) return TWRC_NOTDSEVENT;
+    if (argumentType == DAT_CAPABILITY) return giveCapability(message, *static_cast<TW_CAPABILITY*>(data));
+    if (argumentType == DAT_PENDINGXFERS) return endPages(message, *static_cast<TW_PENDINGXFERS*>(data));
+    if (argumentType == DAT_SETUPFILEXFER) fileName_ = static_cast<const TW_SETUPFILEXFER*>(data)->FileName;
+    if (argumentType == DAT_SETUPMEMXFER) *static_cast<TW_SETUPMEMXFER*>(data) = sizes_;
+    if (argumentType == DAT_STATUS) static_cast<TW_STATUS*>(data)->ConditionCode = conditionCode_;
+    const TW_UINT16 others[] = {DAT_SETUPFILEXFER, DAT_SETUPMEMXFER, DAT_STATUS, DAT_IDENTITY,
+                                DAT_USERINTERFACE};
+    return std::count(std::begin(others), std::end(others), argumentType) != 0 ? TW_UINT16{TWRC_SUCCESS}
+                                                                               : fail(TWCC_BADPROTOCOL);
 }
 
 TW_UINT16 PageSource::giveImageInfo(TW_IMAGEINFO& info) {
@@ -118,9 +106,7 @@ TW_UINT16 PageSource::giveWhole(HGLOBAL* dib) {
         *dib = GlobalAlloc(GPTR, std::max<size_t>(page.whole.size(), 40));
         std::copy(page.whole.begin(), page.whole.end(), static_cast<uint8_t*>(*dib));
     } else if (!page.whole.empty()) {
-        std::ofstream(fileName_, std::ios::binary)
-            .write(reinterpret_cast<const char*>(page.whole.data()),
-                   static_cast<std::streamsize>(page.whole.size()));
+        std::ofstream(fileName_, std::ios::binary) << std::string(page.whole.begin(), page.whole.end());
     }
     return TWRC_XFERDONE;
 }
