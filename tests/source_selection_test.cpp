@@ -105,6 +105,8 @@ TEST_CASE("the list of the maker's sources") {
     const TW_IDENTITY a = source("A"), b = source("B"), wrapper = source("A WIA-B"), o = source("O", "Other");
     const TW_IDENTITY small = source("S", "Kavro"), lower = source("wia");
     const TW_IDENTITY endless = source(std::string(34, 'x'));
+    Answer refusedB = copy(b);
+    refusedB.returnCode = TWRC_FAILURE;
     const std::string cut(33, 'x');
     const struct {
         Answer preset;
@@ -117,6 +119,7 @@ TEST_CASE("the list of the maker's sources") {
         {copy(wrapper), {wrapper, a, wrapper}, "name0=A; name1=A; count=1"},
         {copy(o), {o, wrapper}, "name0=; count=0"},
         {copy(a), {o}, "name0=A; count=0"},
+        {refusedB, {a}, "name0=A; name1=A; count=1"},
         // Makers and names are compared letter for letter.
         {refusal, {small, lower}, "name0=wia; name1=wia; count=1"},
         {copy(endless), {endless}, "name0=" + cut + "; name1=" + cut + "; count=1"},

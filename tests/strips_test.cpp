@@ -77,6 +77,14 @@ TEST_CASE("the module's buffer: preferred size, else the minimum, else the maxim
         if (!failed) CHECK(stage.source.requests().back().Length == row.tried.back());
         CHECK(stage.windows.memoryComplaints() == Lines{});
     }
+    // Each image has one of its own.
+    BatchStage stage({grayPage(), grayPage()});
+    stage.host.onMessage = [&](const std::string& line) {
+        if (line == "XferEnd 0") stage.source.setBufferSizes(64, 4096, 2048);
+    };
+    stage.run();
+    CHECK(stage.source.requests().front().Length == 1024);
+    CHECK(stage.source.requests().back().Length == 2048);
 }
 
 TEST_CASE("where each strip goes is the host's choice") {
@@ -165,6 +173,7 @@ TEST_CASE("rows that disagree with the bytes are counted anew") {
         {{4, 4, 1, 0, 0, 12}, "4x3 at 0,0: 12 bytes, rows of 4 as in a DIB"},
         {{4, 4, 3, 0, 0, 11}, "4x2 at 0,0: 11 bytes, rows of 4 as in a DIB"},
         {{6, 3, 2, 1, 5, 12}, "3x2 at 1,5: 12 bytes, rows of 6"},
+        {{3, 4, 3, 0, 0, 12}, "4x4 at 0,0: 12 bytes, rows of 3"},
         {{0, 4, 5, 0, 0, 12}, "4x0 at 0,0: 12 bytes, rows of 0"},
         {{4, 4, 0, 0, 0, 0}, "4x0 at 0,0: 0 bytes, rows of 4 as in a DIB"},
     };

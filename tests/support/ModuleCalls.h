@@ -14,14 +14,6 @@
 #include "GuardedBuffer.h"
 #include "Lines.h"
 
-struct MessageBoxCall {
-    HWND owner;
-    std::string text;
-    bool hasCaption;
-    std::string caption;
-    UINT style;
-};
-
 // What a disk says of its free space.
 struct DiskSpace {
     DWORD sectorsPerCluster;
@@ -49,10 +41,7 @@ public:
     Lines memoryComplaints() const;
     size_t ownedBlocks() const { return owned_.size(); }
 
-    std::vector<MessageBoxCall> messageBoxes;
     int messageBoxAnswer = IDOK;
-    // They are really shown, and somebody has to answer them.
-    bool showMessageBoxes = false;
 
     // Locks give memory that ends at a page nobody may touch: a read past a block's end is a crash.
     bool guardBlocks = false;
