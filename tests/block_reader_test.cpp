@@ -1,12 +1,8 @@
 // Block reading: a host pulls the strips of the image that is ready, at its own pace.
-#include <doctest.h>
-
 #include <algorithm>
-#include <numeric>
 
-#include "GuardedBuffer.h"
 #include "PageSource.h"
-#include "Stage.h"
+#include "Story.h"
 
 namespace {
 
@@ -24,13 +20,18 @@ struct PullStage : Stage {
     explicit PullStage(std::vector<Page> pages = {}, const std::string& manufacturer = other) {
         source.put(std::move(pages));
         lstrcpynA(manager.defaultSource().Manufacturer, manufacturer.c_str(), sizeof(TW_STR32));
+        enable();
     }
 
-    // Asks for so many bytes, into a buffer with room for more.
-    int pull(unsigned size) {
+    // Asks for so many bytes, into a buffer with room for more; result and count end the journal.
+    void pull(unsigned size) {
         buffer.assign(size + 1000, untouched);
         count = unwritten;
-        return module.ReadBlock(buffer.data(), size, &count);
+        const std::string result = std::to_string(module.ReadBlock(buffer.data(), size, &count));
+        const std::string counted = count == over        ? "over"
+                                    : count == unwritten ? "no"
+                                                         : std::to_string(count);
+        journal.push_back("result " + result + ", " + counted + " bytes");
     }
 
     // What the buffer holds, without what wasn't touched at its end.
@@ -46,6 +47,10 @@ Page colorPage(TW_INT32 width, TW_INT32 length, TW_UINT32 bytesPerRow) {
     return {imageInfo(TWPT_RGB, 24, width, length),
             cutRows(pattern(bytesPerRow * length), bytesPerRow, width, 1)};
 }
+// 4 pixels and a byte of padding.
+Page grayRow() {
+    return {imageInfo(TWPT_GRAY, 8, 4, 1), cutRows(pattern(5), 5, 4, 1)};
+}
 
 // Those bytes of a pattern, a pair for each piece: from here to before there.
 Bytes pieces(const std::vector<std::pair<int, int>>& ranges) {
@@ -56,39 +61,38 @@ Bytes pieces(const std::vector<std::pair<int, int>>& ranges) {
     return result;
 }
 
+const std::string begin = "SETUPMEMXFER; IMAGEINFO; IMAGEMEMXFER; ";
+
 }  // namespace
 
 TEST_CASE("how much the source is asked for") {
     struct Row {
         std::string maker;
         TW_SETUPMEMXFER sizes;
-        SIZE_T largest;  // allocations of this size fail
-        std::vector<unsigned> callers;
-        std::vector<TW_UINT32> asked;
+        std::vector<unsigned> callers, asked;
+        SIZE_T largest = ~SIZE_T{0};  // allocations of this size fail
     };
-    const SIZE_T any = ~SIZE_T{0};
     const Row rows[] = {
-        {other, {100, 9000, 1000}, any, {2000, 1000}, {1000, 1000}},
+        {other, {100, 9000, 1000}, {2000, 1000}, {1000, 1000}},
         // Lowered for a smaller buffer, also below the minimum, and staying so for the image.
-        {other, {100, 9000, 1000}, any, {300, 2000, 50}, {300, 300, 50}},
+        {other, {100, 9000, 1000}, {300, 2000, 50}, {300, 300, 50}},
         // The brand: what the host's buffer takes.
-        {"KAVRO", {100, 9000, 1000}, any, {2000, 50, 300}, {2000, 50, 300}},
-        {"Kavro", {100, 9000, 1000}, any, {2000}, {1000}},
-        {"KAVRO Ltd", {100, 9000, 1000}, any, {2000}, {1000}},
+        {"KAVRO", {100, 9000, 1000}, {2000, 50, 300}, {2000, 50, 300}},
+        {"Kavro", {100, 9000, 1000}, {2000}, {1000}},
+        {"KAVRO Ltd", {100, 9000, 1000}, {2000}, {1000}},
         // When memory is short, or none is asked for.
-        {"KAVRO", {100000, 9000000, 100001}, 150000, {200000}, {100000}},
-        {"KAVRO", {200001, 150000, 0}, 200000, {300000}, {150000}},
-        {"KAVRO", {100, 9000, 1000}, any, {0}, {100}},
+        {"KAVRO", {100000, 9000000, 100001}, {200000}, {100000}, 150000},
+        {"KAVRO", {200001, 150000, 0}, {300000}, {150000}, 200000},
+        {"KAVRO", {100, 9000, 1000}, {0}, {100}},
     };
     for (const Row& row : rows) {
         CAPTURE(row.asked);
         PullStage stage({colorPage(2, 9, 6)}, row.maker);
         stage.source.setBufferSizes(row.sizes.MinBufSize, row.sizes.MaxBufSize, row.sizes.Preferred);
-        stage.enable();
         stage.windows.largestAllocation = row.largest;
         for (const unsigned size : row.callers)
             stage.pull(size);
-        std::vector<TW_UINT32> asked;
+        std::vector<unsigned> asked;
         for (const TW_MEMORY& request : stage.source.requests())
             asked.push_back(request.Length);
         CHECK(asked == row.asked);
@@ -127,102 +131,103 @@ TEST_CASE("what one strip gives") {
         CAPTURE(&row - rows);
         const Strip strip{row.strip, pattern(row.strip.bytesWritten)};
         PullStage stage({{imageInfo(row.pixelType, row.bits, row.width, 100), {strip}}});
-        stage.enable();
-        CHECK(stage.pull(row.size) == 0);
-        CHECK(stage.count == row.count);
+        stage.pull(row.size);
+        checkStory(stage, begin + "result 0, " + std::to_string(row.count) + " bytes");
         CHECK(stage.pulled().size() <= std::max<size_t>(row.count, row.delivered.size()));
         CHECK(Bytes(stage.buffer.begin(), stage.buffer.begin() + row.delivered.size()) == row.delivered);
     }
 }
 
 TEST_CASE("the last strip comes without its length, and the next page begins anew") {
-    PullStage stage({colorPage(4, 2, 12), {imageInfo(TWPT_GRAY, 8, 4, 1), cutRows(pattern(5), 5, 4, 1)}});
-    stage.enable();
-    CHECK(stage.pull(24) == 0);
-    CHECK(stage.count == 12);
-    stage.manager.forgetCalls();
-    stage.viewer.forget();
-    CHECK(stage.pull(24) == 1);
-    CHECK(stage.count == over);
-    CHECK(stage.pulled() == pieces({{12, 24}}));
-    CHECK(stage.manager.takeCalls() == Lines{"IMAGEMEMXFER", "ENDXFER"});
+    PullStage stage({colorPage(4, 2, 12), grayRow()});
+    stage.pull(24);
+    checkStory(stage, begin + "result 0, 12 bytes");
+    stage.pull(24);
     // The lines name the pushed form.
-    CHECK(stage.viewer.traces().with("DoMemXfer") ==
-          Lines{"Coming TScanModule::DoMemXfer", "Memory buffer size = 24 in TScanModule::DoMemXfer",
-                "Leaving TScanModule::DoMemXfer"});
-
-    // Gray now: a byte per pixel.
-    CHECK(stage.pull(24) == 1);
-    CHECK(stage.pulled() == pattern(4));
-    CHECK(stage.manager.takeCalls() == Lines{"SETUPMEMXFER", "IMAGEINFO", "IMAGEMEMXFER", "ENDXFER"});
-    CHECK(stage.host.messages() == Lines{});
-
-    // As for a page that can't be described.
-    stage.source.put({colorPage(4, 1, 12)});
-    stage.manager.answer(operation::imageInfo, failWith(TWCC_BADVALUE));
-    CHECK(stage.pull(24) == 1);
-    CHECK(stage.pulled() == pattern(4));
-    CHECK(stage.manager.takeCalls() == Lines{"SETUPMEMXFER", "IMAGEINFO", "IMAGEMEMXFER", "ENDXFER"});
+    CHECK(outline(stage) == "DoMemXfer('Memory buffer size = 24' EndThisXfer())");
+    checkStory(stage, "IMAGEMEMXFER; ENDXFER; result 1, over bytes");
+    CHECK(stage.pulled() == pieces({{12, 24}}));
+    // Gray now, a byte per pixel; as for a page that can't be described.
+    for (const bool described : {true, false}) {
+        if (!described) stage.source.put({colorPage(4, 1, 12)});
+        if (!described) stage.manager.answer(operation::imageInfo, failWith(TWCC_BADVALUE));
+        stage.pull(24);
+        CHECK(stage.pulled() == pattern(4));
+        checkStory(stage, begin + "ENDXFER; result 1, over bytes");
+    }
 }
 
-TEST_CASE("a strip that doesn't come") {
-    struct Row {
+TEST_CASE("a strip that doesn't come, and a cancel while the source works on one") {
+    enum { Nothing, This, All };
+    const struct {
         Strip strip;
-        int result;
-        unsigned count;
-        Lines calls;
-    };
-    const Row rows[] = {
-        {endedBy(TWRC_CANCEL), 1, over, {"IMAGEMEMXFER", "ENDXFER", "RESET"}},
+        int cancelled;
+        std::string story, next;  // the call for it and the one after it
+    } rows[] = {
+        {endedBy(TWRC_CANCEL), Nothing, "ENDXFER; RESET; result 1, over", begin + "STATUS; result 0, no"},
         // Reset twice.
-        {failedWith(TWCC_OPERATIONERROR), 1, over, {"IMAGEMEMXFER", "STATUS", "RESET", "RESET"}},
-        {failedWith(TWCC_PAPERJAM), 0, unwritten, {"IMAGEMEMXFER", "STATUS"}},
-        {endedBy(TWRC_ENDOFLIST), 0, unwritten, {"IMAGEMEMXFER", "STATUS"}},
+        {failedWith(TWCC_OPERATIONERROR), Nothing, "STATUS; RESET; RESET; result 1, over",
+         "IMAGEMEMXFER; STATUS; result 0, no"},
+        // What wasn't written may be tried again.
+        {failedWith(TWCC_PAPERJAM), Nothing, "STATUS; result 0, no", "IMAGEMEMXFER; ENDXFER; result 1, over"},
+        {endedBy(TWRC_ENDOFLIST), Nothing, "STATUS; result 0, no", "IMAGEMEMXFER; ENDXFER; result 1, over"},
+        // The image isn't ended, even with its last strip.
+        {colorPage(4, 2, 12).strips[0], This, "result 0, 12", "IMAGEMEMXFER; ENDXFER; result 1, over"},
+        {colorPage(4, 1, 12).strips[0], This, "result 0, 12", "IMAGEMEMXFER; ENDXFER; result 1, over"},
+        {colorPage(4, 2, 12).strips[0], All, "RESET; result 1, over", "IMAGEMEMXFER; STATUS; result 0, no"},
     };
-    for (const Row& row : rows) {
-        CAPTURE(&row - rows);
+    for (const auto& row : rows) {
+        PullStage stage({colorPage(4, 2, 12)});
         Page page = colorPage(4, 2, 12);
         page.strips.insert(page.strips.begin() + 1, row.strip);
-        PullStage stage({page});
-        stage.enable();
+        stage.source.put({page});
         stage.pull(12);
-        stage.manager.forgetCalls();
-        CHECK(stage.pull(12) == row.result);
-        CHECK(stage.count == row.count);
-        CHECK(stage.pulled() == Bytes{});
-        CHECK(stage.manager.takeCalls() == row.calls);
-        CHECK(stage.windows.memoryComplaints() == Lines{});
-
-        // What wasn't written may be tried again.
+        stage.module.CancelAllXfer();  // before the call: doesn't count
+        stage.forget();
+        stage.source.whileTransferring = [&] {
+            if (row.cancelled == All) stage.module.CancelAllXfer();
+            if (row.cancelled == This) stage.module.CancelThisXfer();
+        };
         stage.pull(12);
-        CHECK((stage.manager.calls().front() == "SETUPMEMXFER") == (row.strip.returnCode == TWRC_CANCEL));
-        if (row.count == unwritten) CHECK(stage.pulled() == pieces({{12, 24}}));
+        CHECK(stage.pulled() == (row.cancelled == Nothing ? Bytes{} : pattern(12)));
+        checkStory(stage, "IMAGEMEMXFER; " + row.story + " bytes");
+        stage.source.whileTransferring = nullptr;
+        stage.pull(12);
+        checkStory(stage, row.next + " bytes");
+        if (row.next.find("ENDXFER") != std::string::npos) CHECK(stage.pulled() == pieces({{12, 24}}));
     }
 }
 
 TEST_CASE("without memory, or without a source, nothing is asked and the count stays") {
     for (const bool open : {false, true}) {
-        CAPTURE(open);
         PullStage stage({colorPage(4, 2, 12)});
-        if (open) stage.enable();
-        stage.source.setBufferSizes(64, 4096, 1024);
+        if (!open) stage.module.DisableDS();
+        if (!open) stage.module.CloseDS();
         stage.windows.largestAllocation = 12;
-        CHECK(stage.pull(12) == 0);
-        CHECK(stage.count == unwritten);
-        CHECK(stage.manager.calls().with("IMAGEMEMXFER") == Lines{});
+        stage.forget();
+        stage.pull(12);
         CHECK(stage.viewer.warnings().last(1) == Lines{"Low Memory in TScanModule::DoMemXfer"});
+        CHECK(stage.manager.calls().with("IMAGEMEMXFER") == Lines{});
         stage.windows.largestAllocation = ~SIZE_T{0};
-        CHECK(stage.pull(12) == 0);
-        CHECK(stage.count == (open ? 12 : unwritten));
+        for (const unsigned count : {unwritten, open ? 12 : unwritten}) {
+            CHECK(stage.count == count);
+            stage.pull(12);
+        }
     }
 }
 
 TEST_CASE("an image that was pulled in part is forgotten with its batch and with the source") {
     for (const bool withBatch : {false, true}) {
         CAPTURE(withBatch);
-        PullStage stage({colorPage(4, 2, 12)});
-        stage.host.onXferStart = [&](TXferImageInfo&) { stage.module.CancelAllXfer(); };
-        stage.enable();
+        PullStage stage({colorPage(4, 3, 12)});
+        stage.host.onXferStart = [&](TXferImageInfo& image) {
+            // A pull takes back what the host said of its own buffer.
+            *image.Target.Buffer = {4, &stage};
+            stage.pull(12);
+            CHECK(image.Target.Buffer->BufferSize == 0);
+            CHECK(image.Target.Buffer->BufferPointer == nullptr);
+            stage.module.CancelAllXfer();
+        };
         stage.pull(12);
         if (withBatch) {
             stage.deliver(MSG_XFERREADY);
@@ -231,51 +236,9 @@ TEST_CASE("an image that was pulled in part is forgotten with its batch and with
             stage.module.CloseDS();
             stage.enable();
         }
-        stage.source.put({{imageInfo(TWPT_GRAY, 8, 4, 1), cutRows(pattern(5), 5, 4, 1)}});
-        CHECK(stage.pull(24) == 1);
+        stage.source.put({grayRow()});
+        stage.pull(24);
+        CHECK(stage.count == over);
         CHECK(stage.pulled() == pattern(4));
-    }
-}
-
-TEST_CASE("cancelling while the source works on a strip") {
-    enum { Nothing, This, All };
-    for (const int cancelled : {Nothing, This, All}) {
-        for (const int length : {1, 2}) {
-            if (cancelled == Nothing && length == 1) continue;
-            CAPTURE(cancelled);
-            CAPTURE(length);
-            PullStage stage({colorPage(4, length, 12)});
-            stage.enable();
-            stage.module.CancelAllXfer();  // before the call: doesn't count
-            stage.source.whileTransferring = [&] {
-                if (cancelled == All) stage.module.CancelAllXfer();
-                if (cancelled == This) stage.module.CancelThisXfer();
-            };
-            const bool all = cancelled == All;
-            CHECK(stage.pull(12) == all);
-            CHECK(stage.count == (all ? over : 12));
-            CHECK(stage.pulled() == pattern(12));
-            CHECK(stage.manager.calls() ==
-                  Lines{"SETUPMEMXFER", "IMAGEINFO", "IMAGEMEMXFER"} + (all ? Lines{"RESET"} : Lines{}));
-        }
-    }
-}
-
-TEST_CASE("strips that lie touch nothing outside the host's buffer and its slack of one row") {
-    for (const StripFacts& said : lies) {
-        for (const auto& [type, bits] : {std::pair<TW_INT16, TW_INT16>{2, 24}, {1, 8}, {0, 1}}) {
-            for (const std::string& maker : {std::string("KAVRO"), other}) {
-                CAPTURE(&said - lies.data());
-                PullStage stage({{imageInfo(type, bits, 10, 100), {{said, pattern(3000)}}}}, maker);
-                stage.enable();
-                stage.windows.guardBlocks = true;
-                // 300 bytes and a row of 10 pixels, then nothing.
-                GuardedBuffer buffer(300 + (type == TWPT_RGB ? 30 : 10));
-                unsigned count = unwritten;
-                CHECK(stage.module.ReadBlock(buffer.data(), 300, &count) == 0);
-                CHECK(count <= buffer.size());
-                CHECK(std::accumulate(buffer.data() - 64, buffer.data(), 0) == 0);
-            }
-        }
     }
 }

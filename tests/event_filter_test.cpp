@@ -1,21 +1,7 @@
 // What smIsDSEvent makes of the host's messages and of the source's notifications.
-#include <doctest.h>
-
-#include "Stage.h"
-
-namespace {
-
-Lines bracket(const std::string& notification) {
-    const std::string capturing = " TScanModule::IsDSEvent capturing MSG_" + notification;
-    return {"Coming" + capturing, "Leaving" + capturing};
-}
-
-// A transfer was begun: the source was asked for its mechanism.
-bool transferBegan(const Stage& stage) {
-    return !stage.manager.calls().with("GETCURRENT ICAP_XFERMECH").empty();
-}
-
-}  // namespace
+#include "BatchStage.h"
+#include "OneShotStage.h"
+#include "Story.h"
 
 TEST_CASE("below state 5 every message is the host's, at no cost") {
     for (int state : {2, 4}) {
@@ -28,27 +14,32 @@ TEST_CASE("below state 5 every message is the host's, at no cost") {
 }
 
 TEST_CASE("the source sees the message, its return code alone decides, its notification always counts") {
-    Stage stage;
-    stage.enable();
-    const TW_UINT16 notifications[] = {MSG_NULL, MSG_CLOSEDSREQ, 0x0103};
-    for (TW_UINT16 notification : notifications) {
+    BatchStage stage;
+    const std::tuple<TW_UINT16, std::string, std::string> rows[] = {
+        {MSG_NULL, "", ""},
+        {MSG_CLOSEDSREQ, "CloseDSReq", "IsDSEvent capturing MSG_CLOSEDSREQ()"},
+        {0x0103, "", ""},
+        {MSG_XFERREADY,
+         "GETCURRENT ICAP_XFERMECH; GET ICAP_XFERMECH; IMAGEINFO; IMAGEINFO; "
+         "! Error in get DAT_IMAGEINFO in TScanModule::DoFileXfer; ENDXFER",
+         "IsDSEvent capturing MSG_XFERREADY(ProcessScanImage("},
+    };
+    for (const auto& [notification, story, lines] : rows) {
         for (TW_UINT16 code : {TWRC_DSEVENT, TWRC_NOTDSEVENT, TWRC_SUCCESS, TWRC_FAILURE, TWRC_CANCEL}) {
             TW_UINT16 initialMessage = 1;
             stage.manager.answer(operation::processEvent,
-                                 Answer{code, TWCC_BUMMER, {}, [&](TW_MEMREF data) {
-                                            initialMessage = static_cast<TW_EVENT*>(data)->TWMessage;
-                                            static_cast<TW_EVENT*>(data)->TWMessage = notification;
-                                        }});
+                                 {code, TWCC_BUMMER, {}, [&, said = notification](TW_MEMREF data) {
+                                      initialMessage =
+                                          std::exchange(static_cast<TW_EVENT*>(data)->TWMessage, said);
+                                  }});
             MSG message = {};
             message.message = WM_TIMER;
             CHECK((stage.module.IsDSEvent(&message) != FALSE) == (code == TWRC_DSEVENT));
-            CHECK(stage.manager.calls() == Lines{"PROCESSEVENT"});
             CHECK(stage.manager.eventMessage() == &message);
             CHECK(initialMessage == MSG_NULL);
-            const bool asksToClose = notification == MSG_CLOSEDSREQ;
-            CHECK(stage.viewer.traces() == (asksToClose ? bracket("CLOSEDSREQ") : Lines{}));
-            CHECK(stage.host.takeMessages() == (asksToClose ? Lines{"CloseDSReq"} : Lines{}));
-            stage.forget();
+            CHECK(outline(stage).substr(0, lines.size()) == lines);
+            CHECK(outline(stage).empty() == lines.empty());
+            checkStory(stage, "PROCESSEVENT; " + story);
         }
     }
     CHECK(stage.manager.state() == 5);
@@ -57,13 +48,27 @@ TEST_CASE("the source sees the message, its return code alone decides, its notif
 TEST_CASE("a host may close the source from its close request handler") {
     Stage stage;
     stage.enable();
-    stage.host.onCloseRequest = [&] {
+    stage.host.onMessage = [&](const std::string&) {
         CHECK(stage.module.DisableDS() == 0);
         CHECK(stage.module.CloseDS() == 0);
     };
     CHECK(stage.deliver(MSG_CLOSEDSREQ));
-    CHECK(stage.manager.state() == 2);
     CHECK_FALSE(stage.deliver(MSG_CLOSEDSREQ));
+    checkStory(stage, "PROCESSEVENT; CloseDSReq; DISABLEDS show 0 modal 1; CLOSEDS; CLOSEDSM");
+}
+
+TEST_CASE("a one-shot scan's source is closed by the module, which says so whatever comes of it") {
+    OneShotStage stage;
+    for (const bool closes : {false, true}) {
+        stage.start();
+        if (!closes) stage.manager.answerNext(operation::closeDs, failWith(TWCC_BUMMER));
+        CHECK(stage.deliver(MSG_CLOSEDSREQ));
+        checkStory(stage, std::string("PROCESSEVENT; DISABLEDS show 0 modal 1; CLOSEDS; ") +
+                              (closes ? "CLOSEDSM; "
+                                      : "! DSM_Entry returns failure in TScanModule::CloseDS; STATUS; ") +
+                              "ScanToFileDSClosed");
+        if (!closes) stage.module.CloseDS();
+    }
 }
 
 TEST_CASE(
@@ -84,13 +89,13 @@ TEST_CASE(
     for (const Row& row : rows) {
         CAPTURE(row.settings);
         const HostDataFolder folder(row.settings, row.ending);
-        Stage stage;
-        stage.enable();
-        stage.manager.answer(operation::imageInfo, failWith(TWCC_SEQERROR));
+        BatchStage stage({grayPage()});
         CHECK(stage.deliver(MSG_XFERREADY));
-        // Without an image the transfer driver ends with a message box.
-        CHECK(transferBegan(stage) != row.suppressed);
-        CHECK(stage.windows.messageBoxes.empty() == row.suppressed);
-        CHECK(Lines{stage.viewer.traces().front(), stage.viewer.traces().back()} == bracket("XFERREADY"));
+        CHECK(stage.host.messages().empty() == row.suppressed);
+        CHECK((outline(stage) == "IsDSEvent capturing MSG_XFERREADY()") == row.suppressed);
     }
+    // One-shot scans aren't asked.
+    const HostDataFolder folder(rows[0].settings);
+    OneShotStage stage({grayPage()});
+    CHECK(stage.scan() == 0);
 }

@@ -1,19 +1,17 @@
 // The one-shot scan: one call sets the source up; when the image is ready it goes into a file, and the
 // session ends. Each route times each way in which it can end.
-#include <doctest.h>
-
 #include <algorithm>
 #include <fstream>
-#include <optional>
 
 #include "OneShotStage.h"
+#include "Story.h"
 
 namespace {
 
-const Lines closed = {"ENDXFER", "RESET", "DISABLEDS show 0 modal 1", "CLOSEDS", "CLOSEDSM"};
+const std::string closed = "ENDXFER; RESET; DISABLEDS show 0 modal 1; CLOSEDS; CLOSEDSM; ScanToFileDSClosed";
 
 Page grayPage(TW_INT32 width = 4, TW_INT32 length = 4, TW_INT16 bits = 8) {
-    return {imageInfo(TWPT_GRAY, bits, width, length), cutRows(pattern(16), 4, 4, 2)};
+    return {imageInfo(TWPT_GRAY, bits, width, length), cutRows(pattern(16), 4, 4, 2), Bytes(40)};
 }
 
 // The values that were set, in their order.
@@ -31,7 +29,7 @@ bool staysInFileMode(OneShotStage& stage) {
     stage.module.EnableDS(FALSE, FALSE);
     stage.forget();
     stage.deliver(MSG_XFERREADY);
-    return stage.host.messages() == ended(0);
+    return stage.host.messages().back() == "ScanToFileDSClosed";
 }
 
 }  // namespace
@@ -90,25 +88,29 @@ TEST_CASE("a setting that the source refuses makes it show its window") {
 
 TEST_CASE("a scan that doesn't begin") {
     OneShotStage stage({grayPage()});
-    const auto begin = [&](size_t calls) {
+    const auto begin = [&](const std::string& end) {
         CHECK(stage.module.PrestoScan(stage.host.window(), "Host", &stage.settings) == 0);
-        return stage.manager.calls().last(calls) + stage.viewer.warnings().with("::PrestoScan");
+        const Lines expected = storyOf(end);
+        CHECK(journal.last(expected.size()) == expected);
     };
     SUBCASE("the source doesn't open") {
         stage.manager.answer(operation::openDs, failWith(TWCC_MAXCONNECTIONS));
-        CHECK(begin(5) == Lines{"OPENDSM", "GETDEFAULT", "OPENDS", "STATUS", "CLOSEDSM",
-                                "OpenDS returns failure in TScanModule::PrestoScan"});
+        begin(
+            "OPENDS; ! DSM_Entry returns failure in TScanModule::OpenDS; STATUS; CLOSEDSM; "
+            "! OpenDS returns failure in TScanModule::PrestoScan");
     }
     SUBCASE("the source takes no mechanism: it stays open") {
         stage.refuseMechanisms(3);
-        CHECK(begin(2) == refused("SET ICAP_XFERMECH one BOOL 0"));
+        begin("");
         CHECK(valuesSet(stage.manager.calls().last(18)) == " 2 2 2 1 1 1 0 0 0");
         CHECK_FALSE(staysInFileMode(stage));
     }
     SUBCASE("the source isn't enabled: it is closed, and files it is from now on") {
         stage.manager.answerNext(operation::enableDs, failWith(TWCC_OPERATIONERROR));
-        CHECK(begin(4) == Lines{"ENABLEDS show 0 modal 0", "STATUS", "CLOSEDS", "CLOSEDSM",
-                                "EnableDS returns failure in TScanModule::PrestoScan"});
+        begin(
+            "ENABLEDS show 0 modal 0; ! DSM_Entry returns failure in TScanModule::EnableDS; STATUS; "
+            "! EnableDS returns failure in TScanModule::PrestoScan; "
+            "! DS is already disabled in TScanModule::DisableDS; CLOSEDS; CLOSEDSM");
         CHECK(staysInFileMode(stage));
     }
 }
@@ -118,56 +120,57 @@ namespace {
 // A route's own operations and words.
 struct Route {
     unsigned short mechanism;
-    Operation transfer;
-    Lines calls;
-    enum { Method, NoInfo, NoSize };
-    Lines words, notes;
+    std::string method, calls;
+    std::string noInfo, noSize;
+    std::string lines;  // of a scan that works, to its end
 };
 
+const std::string noInfo = "! MSG_GET DAT_IMAGEINFO error in @; ",
+                  noSize = "! Cannot support unknown length or height in @; ";
+const std::string disk = " to get file name' CheckDiskSpace(ImageDataSize(ImageBytesPerRow())) ",
+                  strip = "AppendBufferToFile(BufferToFile(ImageBytesPerRow() PaletteSize())) ";
 const Route routes[] = {
-    {SM_MECH_MEMORY,
-     operation::memoryTransfer,
-     {"SETUPMEMXFER", "GETCURRENT ICAP_UNITS", "IMAGEMEMXFER", "IMAGEMEMXFER"},
-     {"PrestoScanDoMemXfer", "Error in MSG_GET DAT_IMAGEINFO", "Cannot support unknown length or height"},
-     {"Send WM_SCANTOFILEGETNAME to get file name", "Do while-loop to get image data",
-      "Send WM_SCANTOFILEXFEREND", "Send WM_SCANTOFILEDSCLOSED"}},
-    {SM_MECH_FILE,
-     operation::fileTransfer,
-     {"SET SETUPFILEXFER C:\\one-shot.bmp format 2", "IMAGEFILEXFER"},
-     {"PrestoScanDoFileXfer", "MSG_GET DAT_IMAGEINFO error", "Cannot support unknown length or height"},
-     {"Send SM_SCANTOFILEGETNAME to get file name", "MSG_SET DAT_SETUPFILEXFER", "MSG_GET DAT_IMAGEFILEXFER",
-      "Send WM_SCANTOFILEXFEREND to AP", "Send WM_SCANTOFILEDSCLOSED to AP"}},
-    {SM_MECH_NATIVE,
-     operation::nativeTransfer,
-     {"IMAGENATIVEXFER"},
-     {"PrestoScanDoNativeXfer", "MSG_GET DAT_IMAGEINFO error", "MSG_GET DAT_IMAGEINFO error"},
-     {"Send SM_SCANTOFILEGETNAME to get file name", "MSG_GET DAT_IMAGENATIVEXFER",
-      "Send WM_SCANTOFILEXFEREND to AP", "Send WM_SCANTOFILEDSCLOSED"}},
+    {SM_MECH_MEMORY, "PrestoScanDoMemXfer",
+     "SETUPMEMXFER; GETCURRENT ICAP_UNITS; IMAGEMEMXFER; IMAGEMEMXFER; ",
+     "! Error in MSG_GET DAT_IMAGEINFO in @; ", noSize,
+     "'Send WM_SCANTOFILEGETNAME" + disk +
+         "GetMemXferSize('Mem Xfer Size min = 64 max = 4096preferred = 1024') WriteDIBHeader(PaletteSize() "
+         "ImageDataSize(ImageBytesPerRow()) PaletteSize() GetUnit(CapNegotiate() ExtractOneValue())) 'Do "
+         "while-loop to get image data' " +
+         strip + strip + "'Send WM_SCANTOFILEXFEREND' EndThisXfer() 'Send WM_SCANTOFILEDSCLOSED'"},
+    {SM_MECH_FILE, "PrestoScanDoFileXfer", "SET SETUPFILEXFER C:\\one-shot.bmp format 2; IMAGEFILEXFER; ",
+     noInfo, noSize,
+     "'Send SM_SCANTOFILEGETNAME" + disk +
+         "'MSG_SET DAT_SETUPFILEXFER' 'MSG_GET DAT_IMAGEFILEXFER' 'Send WM_SCANTOFILEXFEREND to AP' "
+         "EndThisXfer() 'Send WM_SCANTOFILEDSCLOSED to AP'"},
+    {SM_MECH_NATIVE, "PrestoScanDoNativeXfer", "IMAGENATIVEXFER; ", noInfo, noInfo,
+     "'Send SM_SCANTOFILEGETNAME" + disk +
+         "'MSG_GET DAT_IMAGENATIVEXFER' WriteDIBHandleToFile() 'Send WM_SCANTOFILEXFEREND to AP' "
+         "EndThisXfer() 'Send WM_SCANTOFILEDSCLOSED'"},
 };
-
-// Puts in place what a file or native transfer yields; memory transfer has its strips.
-void provide(OneShotStage& stage) {
-    const auto write = [&](TW_MEMREF) { std::ofstream(stage.path) << "the source's"; };
-    stage.manager.answer(operation::fileTransfer, {TWRC_XFERDONE, TWCC_SUCCESS, {}, write});
-    stage.handOver(Bytes(40));
-}
 
 struct Ending {
     std::vector<Page> pages;
-    std::optional<Answer> transfer;
     int result;
-    std::string warning;
-    int routesWarning = 0;
+    std::string words;
 };
 
+Page endingWith(const Strip& last) {
+    Page page = grayPage();
+    page.strips.back() = last;
+    return page;
+}
+
+const std::string invalidType = "box Tipo de p\xEDxel no v\xE1lido | Error | 8192";
+const std::string byRoute = "the route's";
 const Ending endings[] = {
-    {{grayPage()}, {}, 0, ""},
-    {{grayPage()}, returnCode(TWRC_CANCEL), -4, "Image xfer canceled"},
-    {{grayPage()}, failWith(TWCC_PAPERJAM), 20, "Image xfer error"},
-    {{grayPage(-1, 4)}, {}, 1, "", Route::NoSize},
-    {{grayPage(4, -1)}, {}, 1, "", Route::NoSize},
-    {{}, {}, 1, "", Route::NoInfo},
-    {{grayPage(4, 4, 16)}, {}, 1, "Invalid pixel type"},
+    {{grayPage()}, 0, ""},
+    {{endingWith(endedBy(TWRC_CANCEL))}, -4, "! Image xfer canceled in @; "},
+    {{endingWith(failedWith(TWCC_PAPERJAM))}, 20, "! Image xfer error in @; STATUS; "},
+    {{grayPage(-1, 4)}, 1, byRoute},
+    {{grayPage(4, -1)}, 1, byRoute},
+    {{}, 1, byRoute},
+    {{grayPage(4, 4, 16)}, 1, "! Invalid pixel type in @; " + invalidType + "; "},
 };
 
 }  // namespace
@@ -175,38 +178,27 @@ const Ending endings[] = {
 TEST_CASE("each route, each way it can end") {
     for (const Route& route : routes) {
         for (const Ending& ending : endings) {
-            CAPTURE(route.words[Route::Method]);
             CAPTURE(&ending - endings);
             OneShotStage stage(ending.pages);
             stage.path = "C:\\one-shot.bmp";
             std::ofstream(stage.path) << std::string(5000, 'x');  // a longer old file
-            provide(stage);
-            if (ending.transfer) stage.manager.answer(route.transfer, *ending.transfer);
             CHECK(stage.scan(route.mechanism) == ending.result);
-            CHECK(stage.hasFile() == (ending.result == 0));
+            CHECK(fileExists(stage.path) == (ending.result == 0));
             CHECK(stage.fileBytes().size() < 5000);
 
-            Lines calls = {"PROCESSEVENT", "IMAGEINFO"};
-            if (ending.result != 1) calls += route.calls;
-            if (ending.transfer && route.mechanism == SM_MECH_MEMORY) calls.pop_back();
-            if (ending.result == 20) calls.push_back("STATUS");
-            CHECK(stage.manager.calls() == calls + closed);
-
-            const std::string method = "TScanModule::" + route.words[Route::Method], in = " in " + method;
-            Lines warnings, notes;
-            if (ending.routesWarning) warnings.push_back(route.words[ending.routesWarning] + in);
+            std::string words = ending.words;
+            if (words == byRoute) words = ending.pages.empty() ? route.noInfo : route.noSize;
             // Memory transfer notes a refusal at level Trace.
-            const bool isNote = ending.result == 20 && route.mechanism == SM_MECH_MEMORY;
-            if (!ending.warning.empty()) (isNote ? notes : warnings).push_back(ending.warning + in);
-            CHECK(stage.viewer.warnings() == warnings);
-            CHECK(stage.viewer.traces().with("Image xfer error") == notes);
-            CHECK(stage.windows.memoryComplaints() == Lines{});
-            if (ending.result != 0) continue;
-            notes = {"Coming " + method};
-            for (const std::string& note : route.notes)
-                notes.push_back(note + in);
-            notes.push_back("Leaving " + method);
-            CHECK(stage.viewer.traces().with(method) == notes);
+            if (route.mechanism == SM_MECH_MEMORY && ending.result == 20) words = "STATUS; ";
+            if (ending.result == 0)
+                CHECK(outline(stage) == "IsDSEvent capturing MSG_XFERREADY(ProcessPrestoScanImage(" +
+                                            route.method + "(" + route.lines +
+                                            " EndAllXfer() DisableDS() CloseDS(CloseDSM()))))");
+            checkStory(stage,
+                       "PROCESSEVENT; ScanToFileGetName; IMAGEINFO; " +
+                           (ending.result == 1 ? "" : route.calls) + words + "ScanToFileXferEnd " +
+                           std::to_string(ending.result) + "; " + closed,
+                       route.method);
         }
     }
 }
@@ -217,16 +209,24 @@ TEST_CASE("a source that doesn't take the file's name, and one whose strips stay
     std::ofstream(stage.path) << "old";
     stage.manager.answerNext(operation::imageInfo, fill<TW_IMAGEINFO>([&](TW_IMAGEINFO& info) {
                                  info = grayPage().info;
-                                 CHECK_FALSE(stage.hasFile());
+                                 CHECK_FALSE(fileExists(stage.path));
                              }));
     stage.manager.answer(operation::setupFile, failWith(TWCC_BADVALUE));
     CHECK(stage.scan(SM_MECH_FILE) == TWCC_BADVALUE);
     CHECK(stage.viewer.warnings() ==
           Lines{"MSG_SET DAT_SETUPFILEXFER error in TScanModule::PrestoScanDoFileXfer"});
-    CHECK_FALSE(stage.hasFile());
-    stage.source.put({{grayPage().info, std::vector<Strip>(100000)}});
-    CHECK(stage.scan(SM_MECH_MEMORY) == 1);
-    CHECK_FALSE(stage.hasFile());
+    CHECK_FALSE(fileExists(stage.path));
+    // Some empty strips are a pause, too many an end.
+    Page page = grayPage();
+    page.strips.insert(page.strips.begin(), 10, {});
+    stage.source.put({page});
+    CHECK(stage.scan() == 0);
+    page.strips.assign(100000, {});
+    stage.source.put({page});
+    stage.start();
+    stage.windows.switchesOff = true;
+    CHECK(stage.finish() == 1);
+    CHECK_FALSE(fileExists(stage.path));
 }
 
 TEST_CASE("names of files") {
@@ -236,46 +236,30 @@ TEST_CASE("names of files") {
             CAPTURE(name);
             CAPTURE(mechanism);
             OneShotStage stage({grayPage()}, name);
-            provide(stage);
-            std::string told;
-            stage.manager.answer(operation::setupFile, fill<TW_SETUPFILEXFER>([&](TW_SETUPFILEXFER& setup) {
-                                     told = setup.FileName;
-                                 }));
-            CHECK(stage.scan(mechanism) == 0);
-            CHECK(stage.hasFile());
             // A format text where the source writes, nowhere else.
-            if (mechanism == SM_MECH_FILE)
-                CHECK(told.substr(told.rfind('\\') + 1) == (name == percent ? "100%.bmp" : name));
+            const bool changes = mechanism == SM_MECH_FILE && name == percent;
+            CHECK(stage.scan(mechanism) == 0);
+            if (changes) stage.path.erase(stage.path.rfind('%'), 1);
+            CHECK(fileExists(stage.path));
         }
     }
-}
-
-TEST_CASE("the host hears of the image before its end, and of the session after the source is closed") {
-    OneShotStage stage({grayPage()});
-    const auto record = [&](TW_MEMREF) { stage.host.record(stage.manager.calls().back()); };
-    stage.start();
-    stage.manager.answer(operation::endTransfer, {TWRC_SUCCESS, TWCC_SUCCESS, {}, record});
-    stage.manager.answer(operation::closeDsm, {TWRC_SUCCESS, TWCC_SUCCESS, {}, record});
-    stage.deliver(MSG_XFERREADY);
-    CHECK(stage.host.messages() ==
-          Lines{"ScanToFileGetName", "ScanToFileXferEnd 0", "ENDXFER", "CLOSEDSM", "ScanToFileDSClosed"});
 }
 
 TEST_CASE("only some kinds of image can be stored; for others there is a box") {
     using Kind = std::pair<TW_INT16, TW_INT16>;
     const Kind storable[] = {
         {TWPT_BW, 1}, {TWPT_GRAY, 8}, {TWPT_PALETTE, 4}, {TWPT_PALETTE, 8}, {TWPT_RGB, 24}};
+    OneShotStage stage;
     for (TW_INT16 type = -1; type <= 9; ++type) {
         for (const TW_INT16 bits : {0, 1, 2, 4, 8, 16, 24, 48}) {
             CAPTURE(type);
             CAPTURE(bits);
             const bool stored = std::count(std::begin(storable), std::end(storable), Kind(type, bits)) != 0;
-            OneShotStage stage({{imageInfo(type, bits, 4, 1), cutRows(pattern(12), 12, 4, 1)}});
-            CHECK(stage.scan() == !stored);
-            REQUIRE(stage.windows.messageBoxes.size() == !stored);
-            if (stored) continue;
-            CHECK(stage.windows.messageBoxes.front().text == "Tipo de p\xEDxel no v\xE1lido");
-            CHECK(stage.windows.messageBoxes.front().style == 0x2000);
+            stage.source.put({{imageInfo(type, bits, 4, 1), cutRows(pattern(12), 12, 4, 1)}});
+            stage.start();
+            stage.windows.switchesOff = true;
+            CHECK(stage.finish() == !stored);
+            CHECK(journal.with("box") == !stored * Lines{invalidType});
         }
     }
 }
@@ -303,29 +287,21 @@ TEST_CASE("whether there are more pages is asked") {
         stage.windows.messageBoxAnswer = IDYES;  // the session ends all the same
         CHECK(stage.scan() == 0);
         CHECK(stage.manager.calls().with("GETCURRENT CAP_FEEDERLOADED").size() == row.asksPaper);
-        CHECK(stage.manager.calls().last(4) == closed.last(4));
-        REQUIRE(stage.windows.messageBoxes.size() == row.asksUser);
-        if (!row.asksUser) continue;
-        const MessageBoxCall& box = stage.windows.messageBoxes.front();
-        CHECK(box.text.substr(1) == "Explorar m\xE1s p\xE1ginas?");
-        CHECK(box.caption == "Test Host");
-        CHECK(box.style == 0x2004);
-        CHECK(box.owner == GetFocus());
+        CHECK(journal.last(5) == storyOf(closed).last(5));
+        const std::string box =
+            "box \xBF"
+            "Explorar m\xE1s p\xE1ginas? | Test Host | 8196";
+        CHECK(journal.with("box") == row.asksUser * Lines{box});
     }
 }
 
-TEST_CASE("once files, always files: whatever an ordinary session chooses, and the module closes it") {
+TEST_CASE("once files, always files, whatever an ordinary session chooses") {
     OneShotStage stage({grayPage()});
     stage.scan();
-    provide(stage);
     stage.source.put({grayPage()});
     stage.open();
     CHECK(stage.module.SetXferMech(SM_MECH_NATIVE) == 0);
     stage.module.EnableDS(FALSE, FALSE);
     CHECK(stage.finish() == 0);
     CHECK(stage.manager.calls().with("IMAGENATIVEXFER").size() == 1);
-    stage.enable();
-    CHECK(stage.deliver(MSG_CLOSEDSREQ));
-    CHECK(stage.manager.calls() == Lines{"PROCESSEVENT", "DISABLEDS show 0 modal 1", "CLOSEDS", "CLOSEDSM"});
-    CHECK(stage.host.messages() == Lines{"ScanToFileDSClosed"});
 }

@@ -1,9 +1,11 @@
 // Which source later sessions use: the manager's dialog, the list of the maker's sources, and the default
 // driver, found in the manager's list or, for one edition of the host suite, in the driver folders.
 #include <algorithm>
+#include <memory>
+#include <set>
 
-#include "CallRecord.h"
 #include "DriverSearch.h"
+#include "Story.h"
 
 namespace {
 
@@ -19,15 +21,28 @@ void list(ScriptedManager& manager, const std::vector<TW_IDENTITY>& sources) {
         manager.answerNext(i == 0 ? operation::getFirst : operation::getNext, copy(sources[i]));
 }
 
-// How the next session opens its source tells whether one was chosen.
-void checkChoice(Stage& stage, const std::string& chosen) {
-    char name[34] = "untouched";
+// The window, the desktop when a row begins with "!parent", is that of opening and closing the manager too.
+// How the next session opens its source tells whether one was chosen; null: as before.
+void checkSelection(Stage& stage, const std::string& record, const std::string& method, const char* chosen,
+                    const std::function<int(HWND)>& call) {
+    const HWND window = record.rfind("!parent", 0) == 0 ? nullptr : stage.host.window();
+    const auto parents = std::make_shared<std::set<HWND>>();
+    for (const Operation& operation : {operation::openDsm, operation::closeDsm})
+        stage.manager.answerNext(operation, fill<HWND>([=](HWND& parent) { parents->insert(parent); }));
+    stage.forget();
+    journal.push_back("result " + std::to_string(call(window)));
+    const bool wasOpened = !stage.manager.calls().with("CLOSEDSM").empty();
+    checkStory(stage, record, method);
+    const bool isDesktops = window == nullptr || method == "GetAllDS";
+    if (wasOpened) CHECK(*parents == std::set<HWND>{isDesktops ? GetDesktopWindow() : window});
+    if (chosen == nullptr) return;
+    char name[34] = "";
     stage.module.GetDSProductName(name);
-    CHECK(name == chosen);
-    if (stage.manager.state() != 2 || chosen == "untouched") return;
-    stage.manager.forgetCalls();
+    CHECK(name == std::string(chosen));
+    if (stage.manager.state() != 2) return;
+    stage.forget();
     stage.module.OpenDS(stage.host.window(), nullptr);
-    CHECK((stage.manager.calls()[1] == "GETDEFAULT") == chosen.empty());
+    CHECK((stage.manager.calls()[1] == "GETDEFAULT") == (chosen[0] == 0));
 }
 
 // The profile of GetAllDS.
@@ -53,7 +68,6 @@ TEST_CASE("the manager's dialog, and what the next session opens") {
         Answer answer;
         std::string record;
         const char* chosen;
-        bool hasParent = true;
     };
     // The dialog starts without a choice, and leaves one even when it is cancelled.
     Answer cancelled = fill<TW_IDENTITY>([](TW_IDENTITY& identity) {
@@ -61,17 +75,20 @@ TEST_CASE("the manager's dialog, and what the next session opens") {
         identity = source("Other");
     });
     const Answer taken = cancelled;
+    Answer changed = taken;
+    changed.returnCode = TWRC_CHECKSTATUS;
     cancelled.returnCode = TWRC_CANCEL;
     const std::string asked = "OPENDSM; USERSELECT; ", failed = "! OpenDSM returns failure in @; ";
     const Row rows[] = {
         {2, operation::userSelect, taken, asked + "CLOSEDSM; result 0", "Other"},
-        {2, operation::userSelect, taken, "!parent; " + asked + "CLOSEDSM; result 0", "Other", false},
+        {2, operation::userSelect, taken, "!parent; " + asked + "CLOSEDSM; result 0", "Other"},
+        {2, operation::userSelect, changed, asked + "!failure; CLOSEDSM; result 0", ""},
         {2, operation::userSelect, cancelled, asked + "CLOSEDSM; result -6", ""},
         {2, operation::userSelect, refusal, asked + "!failure; CLOSEDSM; result 3", ""},
         // The earlier choice stays.
         {2, operation::openDsm, refusal, notOpened + failed + "result 3", "First"},
         {4, operation::userSelect, refusal, isOpen + failed + "result 11", "First"},
-        {1, operation::userSelect, refusal, "!manager", "untouched"},
+        {1, operation::userSelect, refusal, "!manager", nullptr},
     };
     for (const Row& row : rows) {
         StageIn stage(row.state == 1 ? 1 : 2);
@@ -79,10 +96,8 @@ TEST_CASE("the manager's dialog, and what the next session opens") {
         stage->module.SelectDS(stage->host.window());
         if (row.state == 4) stage->open();
         stage->manager.answerNext(row.operation, row.answer);
-        const HWND parent = row.hasParent ? stage->host.window() : nullptr;
-        checkCall(*stage, row.record, "SelectDS", [&] { return resultText(stage->module.SelectDS(parent)); });
-        if (!row.hasParent) CHECK(stage->manager.parent() == GetDesktopWindow());
-        checkChoice(*stage, row.chosen);
+        checkSelection(*stage, row.record, "SelectDS", row.chosen,
+                       [&](HWND parent) { return stage->module.SelectDS(parent); });
     }
 }
 
@@ -90,6 +105,8 @@ TEST_CASE("the list of the maker's sources") {
     const TW_IDENTITY a = source("A"), b = source("B"), wrapper = source("A WIA-B"), o = source("O", "Other");
     const TW_IDENTITY small = source("S", "Kavro"), lower = source("wia");
     const TW_IDENTITY endless = source(std::string(34, 'x'));
+    Answer refusedB = copy(b);
+    refusedB.returnCode = TWRC_FAILURE;
     const std::string cut(33, 'x');
     const struct {
         Answer preset;
@@ -102,6 +119,7 @@ TEST_CASE("the list of the maker's sources") {
         {copy(wrapper), {wrapper, a, wrapper}, "name0=A; name1=A; count=1"},
         {copy(o), {o, wrapper}, "name0=; count=0"},
         {copy(a), {o}, "name0=A; count=0"},
+        {refusedB, {a}, "name0=A; name1=A; count=1"},
         // Makers and names are compared letter for letter.
         {refusal, {small, lower}, "name0=wia; name1=wia; count=1"},
         {copy(endless), {endless}, "name0=" + cut + "; name1=" + cut + "; count=1"},
@@ -115,7 +133,6 @@ TEST_CASE("the list of the maker's sources") {
         list(stage.manager, row.sources);
         CHECK(stage.module.GetAllDS(path) == 0);
         CHECK(section(file) == splitRow(row.section));
-        CHECK(stage.manager.parent() == GetDesktopWindow());
     }
 }
 
@@ -141,7 +158,8 @@ TEST_CASE("a list that can't be had, or only with gaps") {
         file.remove();
         stage->manager.answerNext(row.operation, refusal);
         stage->manager.answerNext(operation::getNext, copy(source("Second")));
-        checkCall(*stage, row.record, "GetAllDS", [&] { return resultText(stage->module.GetAllDS(path)); });
+        checkSelection(*stage, row.record, "GetAllDS", nullptr,
+                       [&](HWND) { return stage->module.GetAllDS(path); });
         CHECK(section(file) == splitRow(row.section));
         CHECK(file.exists() == !row.section.empty());
     }
@@ -154,7 +172,6 @@ TEST_CASE("the default driver from the manager's list, which leaves the system's
         std::string record;
         const char* chosen;
         Operation refused = {};
-        bool hasParent = true;
     };
     const std::string asked = "OPENDSM; GETDEFAULT; ", failed = "!failure; GETFIRST; GETNEXT; CLOSEDSM; ";
     const std::string found = "GETFIRST; GETNEXT; CLOSEDSM; result 0";
@@ -162,16 +179,10 @@ TEST_CASE("the default driver from the manager's list, which leaves the system's
         {2, "J", "PLAIN source", asked + "CLOSEDSM; result 0", "Plain Source"},
         {2, "", "Second", asked + found, "Second"},
         {2, "j", "Second", asked + found, "Second"},
-        {2,
-         "E",
-         "Nobody",
-         "!parent; " + asked + "GETFIRST; GETNEXT; GETNEXT; CLOSEDSM; result 12",
-         "",
-         {},
-         false},
+        {2, "E", "Nobody", "!parent; " + asked + "GETFIRST; GETNEXT; GETNEXT; CLOSEDSM; result 12", ""},
         {2, "E", "Second", asked + failed + "result 0", "Second", operation::getDefault},
         {4, "E", "Second", isOpen + "! OpenDSM returns failure in @; result 11", "Plain Source"},
-        {1, "E", "Second", "!manager", "untouched"},
+        {1, "E", "Second", "!manager", nullptr},
     };
     for (const Row& row : rows) {
         const HostSuiteSettings settings(row.regional);
@@ -179,12 +190,9 @@ TEST_CASE("the default driver from the manager's list, which leaves the system's
         StageIn stage(row.state);
         stage->manager.answerNext(row.refused, refusal);
         list(stage->manager, {source("First"), source("Second")});
-        const HWND parent = row.hasParent ? stage->host.window() : nullptr;
-        const auto call = [&] { return resultText(stage->module.SetDefaultDriver(parent, row.wanted)); };
-        checkCall(*stage, row.record, "SetDefaultDriver", call);
+        checkSelection(*stage, row.record, "SetDefaultDriver", row.chosen,
+                       [&](HWND parent) { return stage->module.SetDefaultDriver(parent, row.wanted); });
         CHECK(DefaultSourceEntry::current() == "before");
-        if (!row.hasParent) CHECK(stage->manager.parent() == GetDesktopWindow());
-        checkChoice(*stage, row.chosen);
     }
 }
 
@@ -226,36 +234,29 @@ TEST_CASE("the Japanese edition searches the driver folders") {
             stage.manager.answerNext(operation::getDefault, answer);
             if (expected.size() <= row.visited) expected.push_back(DriverFolders::path(driver));
         }
-        stage.forget();
-        const int result = stage.module.SetDefaultDriver(stage.host.window(), row.wanted.c_str());
-        CHECK(result == (row.isFound ? 0 : 12));
-        CHECK(visited == expected);
-        CHECK(DefaultSourceEntry::current() == (row.isFound ? visited.back() : row.before));
-        const Lines warning = {"DSM_Entry returns failure in TScanModule::SetDefaultDS"};
-        CHECK(stage.viewer.warnings() == (row.failing == "none" ? Lines{} : warning));
-        checkChoice(stage, row.isFound ? std::filesystem::path(visited.back()).filename().string() : "");
+        // The entries that the manager was asked for, then how it ended.
+        const std::string failure = "! DSM_Entry returns failure in TScanModule::SetDefaultDS; STATUS; ";
+        std::string record = "OPENDSM; GETDEFAULT; ";
+        for (size_t i = 1; i < expected.size(); ++i)
+            record += "GETDEFAULT; " + (expected[i].find(row.failing) != std::string::npos ? failure : "");
+        const std::string chosen = std::filesystem::path(expected.back()).filename().string();
+        checkSelection(stage, record + "CLOSEDSM; result " + (row.isFound ? "0" : "12"), "SetDefaultDriver",
+                       row.isFound ? chosen.c_str() : "", [&](HWND parent) {
+                           return stage.module.SetDefaultDriver(parent, row.wanted.c_str());
+                       });
+        CHECK(Lines(visited.begin(), visited.begin() + expected.size()) == expected);
+        CHECK(DefaultSourceEntry::current() == (row.isFound ? expected.back() : row.before));
     }
 }
 
 TEST_CASE("a manager that never ends its list doesn't hang the host") {
     const HostSuiteSettings settings("E");
     const SavedFile file(path);
+    Stage stage;
     for (const TW_UINT16 code : {TWRC_SUCCESS, TWRC_FAILURE}) {
-        for (const bool isSearch : {false, true}) {
-            Stage stage;
-            int answers = 0;
-            Answer answer = returnCode(code);
-            answer.act = [&](TW_MEMREF data) {
-                *static_cast<TW_IDENTITY*>(data) = source("Other", "Other");
-                // Ends after all, so that the test fails instead of hanging.
-                if (++answers == 10000) stage.manager.answer(operation::getNext, returnCode(TWRC_ENDOFLIST));
-            };
-            stage.manager.answer(operation::getNext, answer);
-            const int result = isSearch ? stage.module.SetDefaultDriver(stage.host.window(), "Nobody")
-                                        : stage.module.GetAllDS(path);
-            CHECK(result == (isSearch ? 12 : 0));
-            CHECK(answers < 10000);
-            CHECK(stage.manager.state() == 2);
-        }
+        stage.manager.answer(operation::getNext, returnCode(code));
+        CHECK(stage.module.SetDefaultDriver(stage.host.window(), "Nobody") == 12);
+        CHECK(stage.module.GetAllDS(path) == 0);
+        CHECK(stage.manager.state() == 2);
     }
 }

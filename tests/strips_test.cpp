@@ -1,53 +1,50 @@
 // The strips of a memory transfer: the buffers they go into, how they are described and corrected, their byte
-// order, and what a source that lies may do.
-#include <doctest.h>
-
+// order, and what a source that lies may do, however its strips are used.
 #include <algorithm>
 #include <numeric>
 
-#include "GuardedBuffer.h"
-#include "MemoryStage.h"
+#include "BatchStage.h"
+#include "OneShotStage.h"
+#include "Story.h"
 
 TEST_CASE("the sizes that a source asks for, and those that make no sense") {
     struct Row {
-        TW_SETUPMEMXFER said;
-        std::vector<unsigned> sizes;
-        Lines warnings;
+        Answer answer;
+        std::string values, record;  // what the host is told, and the adjustments
     };
-    const std::string end = " in TScanModule::GetMemXferSize";
-    const std::string noMin = "min == 0, Adjust it" + end, noMax = "max == 0, Adjust it" + end,
-                      badPreferred = "illegal preferred size, Adjust it" + end;
+    const auto said = [](TW_UINT32 min, TW_UINT32 max, TW_UINT32 preferred) {
+        return copy(TW_SETUPMEMXFER{min, max, preferred});
+    };
+    const std::string noMin = "! min == 0, Adjust it in @; ", noMax = "! max == 0, Adjust it in @; ",
+                      badPreferred = "! illegal preferred size, Adjust it in @; ";
     const Row rows[] = {
-        {{10, 30, 10}, {10, 30, 10}, {}},
-        {{10, 30, 30}, {10, 30, 30}, {}},
-        {{10, 30, 9}, {10, 30, 10}, {badPreferred}},
-        {{10, 30, 31}, {10, 30, 10}, {badPreferred}},
-        {{0, 100000, 70000}, {65536, 100000, 70000}, {noMin}},
-        {{10, 0, 20}, {10, 65536, 20}, {noMax}},
-        {{0, 0, 0}, {65536, 65536, 65536}, {noMin, noMax, badPreferred}},
-        {{1, 0xFFFFFFFF, 0x80000000}, {1, 0xFFFFFFFF, 0x80000000}, {}},
+        {said(10, 30, 10), "10 30 10", ""},
+        {said(10, 30, 30), "10 30 30", ""},
+        {said(10, 30, 9), "10 30 10", badPreferred},
+        {said(10, 30, 31), "10 30 10", badPreferred},
+        {said(0, 100000, 70000), "65536 100000 70000", noMin},
+        {said(10, 0, 20), "10 65536 20", noMax},
+        {said(0, 0, 0), "65536 65536 65536", noMin + noMax + badPreferred},
+        {said(1, 0xFFFFFFFF, 0x80000000), "1 4294967295 2147483648", ""},
+        {failWith(TWCC_OPERATIONERROR), "65536 65536 65536", "!failure; "},
     };
     Stage stage;
-    std::vector<unsigned> sizes = {1, 2, 3};
-    const auto ask = [&] { return stage.module.GetMemXferSize(&sizes[0], &sizes[1], &sizes[2]); };
-    CHECK(ask() == 11);
-    CHECK(sizes == std::vector<unsigned>{1, 2, 3});
-    CHECK(stage.viewer.warnings() == Lines{"Sequence error" + end});
+    const auto ask = [&] {
+        unsigned sizes[] = {1, 2, 3};
+        const int result = stage.module.GetMemXferSize(&sizes[0], &sizes[1], &sizes[2]);
+        journal.push_back("result " + std::to_string(result) + " " + std::to_string(sizes[0]) + " " +
+                          std::to_string(sizes[1]) + " " + std::to_string(sizes[2]));
+    };
+    ask();
+    checkStory(stage, "! Sequence error in @; result 11 1 2 3", "GetMemXferSize");
     stage.open();
     for (const Row& row : rows) {
-        CAPTURE(row.sizes);
-        stage.manager.answer(operation::setupMemory, copy(row.said));
-        stage.forget();
-        CHECK(ask() == 0);
-        CHECK(sizes == row.sizes);
-        CHECK(stage.viewer.warnings() == row.warnings);
+        stage.manager.answer(operation::setupMemory, row.answer);
+        ask();
+        const std::string result = std::to_string(row.answer.conditionCode);
+        checkStory(stage, "SETUPMEMXFER; " + row.record + "result " + result + " " + row.values,
+                   "GetMemXferSize");
     }
-    stage.manager.answer(operation::setupMemory, failWith(TWCC_OPERATIONERROR));
-    stage.forget();
-    CHECK(ask() == TWCC_OPERATIONERROR);
-    CHECK(stage.manager.calls() == refused("SETUPMEMXFER"));
-    CHECK(sizes == std::vector<unsigned>{0x10000, 0x10000, 0x10000});
-    CHECK(stage.viewer.warnings() == Lines{"DSM_Entry returns failure" + end});
 }
 
 TEST_CASE("the module's buffer: preferred size, else the minimum, else the maximum") {
@@ -55,32 +52,39 @@ TEST_CASE("the module's buffer: preferred size, else the minimum, else the maxim
         TW_UINT32 min, max, preferred;
         SIZE_T largest;  // allocations of this size fail
         std::vector<SIZE_T> tried;
-        const char* story;
     };
     const TW_UINT32 huge = 0x7FFF0000;
     const Row rows[] = {
-        {600000, 800000, 700000, 800001, {700000}, "SDDE0 "},
-        {600000, 800000, 700000, 700000, {700000, 600000}, "SDDE0 "},
-        {huge, 500000, huge, 600000, {huge, huge, 500000}, "SDDE0 "},
-        {600000, 800000, 700000, 600000, {700000, 600000, 800000}, "SE2 "},
+        {600000, 800000, 700000, 800001, {700000}},
+        {600000, 800000, 700000, 700000, {700000, 600000}},
+        {huge, 500000, huge, 600000, {huge, huge, 500000}},
+        {600000, 800000, 700000, 600000, {700000, 600000, 800000}},
     };
     for (const Row& row : rows) {
         CAPTURE(row.tried);
-        MemoryStage stage({grayPage()});
+        BatchStage stage({grayPage()});
         stage.source.setBufferSizes(row.min, row.max, row.preferred);
-        stage.enable(true);
         stage.windows.largestAllocation = row.largest;
-        stage.deliver(MSG_XFERREADY);
+        stage.run();
         std::vector<SIZE_T> tried;
         for (const SIZE_T size : stage.windows.allocations)
             if (size >= 500000) tried.push_back(size);
         CHECK(tried == row.tried);
-        CHECK(stage.story() == row.story);
         const bool failed = stage.source.requests().empty();
-        CHECK(stage.viewer.warnings().with("Low Memory in TScanModule::DoMemXfer").size() == failed);
+        CHECK(failed == (row.tried.back() >= row.largest));
+        CHECK(stage.host.messages().back() == (failed ? "XferEnd 2" : "XferEnd 0"));
+        CHECK(stage.viewer.warnings().with("Low") == failed * Lines{"Low Memory in TScanModule::DoMemXfer"});
         if (!failed) CHECK(stage.source.requests().back().Length == row.tried.back());
         CHECK(stage.windows.memoryComplaints() == Lines{});
     }
+    // Each image has one of its own.
+    BatchStage stage({grayPage(), grayPage()});
+    stage.host.onMessage = [&](const std::string& line) {
+        if (line == "XferEnd 0") stage.source.setBufferSizes(64, 4096, 2048);
+    };
+    stage.run();
+    CHECK(stage.source.requests().front().Length == 1024);
+    CHECK(stage.source.requests().back().Length == 2048);
 }
 
 TEST_CASE("where each strip goes is the host's choice") {
@@ -102,7 +106,7 @@ TEST_CASE("where each strip goes is the host's choice") {
     };
     for (const Row& row : rows) {
         CAPTURE(&row - rows);
-        MemoryStage stage({grayPage()});
+        BatchStage stage({grayPage()});
         stage.host.onXferStart = [&](TXferImageInfo& image) {
             if (row.ownAtStart) *image.Target.Buffer = {100, first.data()};
         };
@@ -118,54 +122,48 @@ TEST_CASE("where each strip goes is the host's choice") {
             if (stage.received.empty()) *strip.Buffer = row.exchanged;
             stage.received.push_back(0);
         };
-        CHECK(stage.run() == "SDDE0 ");
+        stage.run();
         CHECK(strips == row.strips);
         CHECK(stage.viewer.traces().with("Memory buffer size").size() == row.allocated);
         CHECK(stage.windows.memoryComplaints() == Lines{});
     }
 }
 
-TEST_CASE("every layout arrives byte for byte, in the order of a DIB") {
+TEST_CASE("every layout arrives whole, is put into the order of a DIB where it has one, and described") {
     struct Row {
         TW_INT16 pixelType, bits;
         TW_UINT32 bytesPerRow;
-        std::string order;  // the source bytes of each pixel as the host finds them; empty: as they are
-        std::string kind;   // planar, compressed; as in a DIB or unaligned
+        std::string kind;  // planar, compressed; as in a DIB or unaligned; Bytes or Colours exchanged
     };
     const Row rows[] = {
-        {TWPT_BW, 1, 1, "", "u"},       {TWPT_BW, 1, 4, "", "d"},          {TWPT_PALETTE, 4, 4, "", "d"},
-        {TWPT_GRAY, 8, 5, "", "u"},     {TWPT_GRAY, 8, 8, "", "d"},        {TWPT_GRAY, 16, 10, "10", "u"},
-        {TWPT_GRAY, 16, 12, "10", "d"}, {TWPT_RGB, 24, 15, "210", "u"},    {TWPT_RGB, 24, 16, "210", "d"},
-        {TWPT_RGB, 24, 20, "210", "u"}, {TWPT_RGB, 48, 32, "543210", "d"}, {TWPT_GRAY, 16, 12, "", "pd"},
-        {TWPT_RGB, 24, 8, "", "pu"},    {TWPT_RGB, 24, 16, "", "c"},       {TWPT_GRAY, 16, 12, "", "c"},
-        {TWPT_CMYK, 32, 20, "", ""},    {TWPT_YUV, 24, 15, "", ""},
+        {TWPT_BW, 1, 1, "u"},      {TWPT_BW, 1, 4, "d"},     {TWPT_PALETTE, 4, 4, "d"},
+        {TWPT_GRAY, 8, 5, "u"},    {TWPT_GRAY, 8, 8, "d"},   {TWPT_GRAY, 16, 10, "uB"},
+        {TWPT_GRAY, 16, 12, "dB"}, {TWPT_RGB, 24, 15, "uC"}, {TWPT_RGB, 24, 16, "dC"},
+        {TWPT_RGB, 24, 20, "uC"},  {TWPT_RGB, 48, 32, "dC"}, {TWPT_GRAY, 16, 12, "pd"},
+        {TWPT_RGB, 24, 8, "pu"},   {TWPT_RGB, 24, 16, "c"},  {TWPT_GRAY, 16, 12, "c"},
+        {TWPT_CMYK, 32, 20, ""},   {TWPT_YUV, 24, 15, ""},
     };
+    BatchStage stage;
     for (const Row& row : rows) {
         CAPTURE(&row - rows);
         const auto is = [&](char kind) { return row.kind.find(kind) != std::string::npos; };
-        Page page{imageInfo(row.pixelType, row.bits, 5, 5), {}};
+        const Bytes all = pattern(row.bytesPerRow * 5);
+        Page page{imageInfo(row.pixelType, row.bits, 5, 5), cutRows(all, row.bytesPerRow, 5, 3)};
         page.info.Planar = is('p');
         if (is('c')) page.info.Compression = TWCP_PACKBITS;
-        Bytes expected = pattern(row.bytesPerRow * 5);
-        page.strips = cutRows(expected, row.bytesPerRow, 5, 3);
-        const size_t pixel = row.order.size();
-        for (size_t at = 0; at < expected.size(); ++at) {
-            const size_t byte = at % row.bytesPerRow;
-            if (byte < 5 * pixel)
-                expected[at] = pattern(expected.size())[at - byte % pixel + (row.order[byte % pixel] - '0')];
-        }
-        MemoryStage stage({page});
-        CHECK(stage.run() == "SDDE0 ");
-        CHECK(stage.received == expected);
-        const std::string bytes = std::to_string(row.bytesPerRow), dib = is('d') ? " as in a DIB" : "";
-        CHECK(stage.strips ==
-              Lines{"5x3 at 0,0: " + std::to_string(3 * row.bytesPerRow) + " bytes, rows of " + bytes + dib,
-                    "5x2 at 0,3: " + std::to_string(2 * row.bytesPerRow) + " bytes, rows of " + bytes + dib});
-        const std::string swap = pixel == 2 ? "Swap hi-byte & lo-byte data" : "Swap R,G data";
-        CHECK(stage.viewer.traces().with("Swap") ==
-              (pixel == 0 ? 0 : 2) * Lines{swap + " in TScanModuke::DoMemXfer"});
-        CHECK(stage.viewer.warnings().with("not 4-byte align in TScanModule::DoMemXfer").size() ==
-              (is('u') ? 2 : 0));
+        stage.run({page});
+        // What the exchanges do has its own test.
+        const bool swaps = is('B') || is('C');
+        CHECK((stage.received == all) == !swaps);
+        const std::string what = is('B') ? "Swap hi-byte & lo-byte data" : "Swap R,G data";
+        CHECK(stage.viewer.traces().with("Swap") == 2 * swaps * Lines{what + " in TScanModuke::DoMemXfer"});
+        const std::string length = std::to_string(row.bytesPerRow), dib = is('d') ? " as in a DIB" : "";
+        CHECK(
+            stage.strips ==
+            Lines{"5x3 at 0,0: " + std::to_string(3 * row.bytesPerRow) + " bytes, rows of " + length + dib,
+                  "5x2 at 0,3: " + std::to_string(2 * row.bytesPerRow) + " bytes, rows of " + length + dib});
+        CHECK(stage.viewer.warnings() ==
+              (is('u') ? 2 : 0) * Lines{"not 4-byte align in TScanModule::DoMemXfer"});
     }
 }
 
@@ -174,25 +172,63 @@ TEST_CASE("rows that disagree with the bytes are counted anew") {
         {{4, 4, 5, 0, 0, 12}, "4x3 at 0,0: 12 bytes, rows of 4 as in a DIB"},
         {{4, 4, 1, 0, 0, 12}, "4x3 at 0,0: 12 bytes, rows of 4 as in a DIB"},
         {{4, 4, 3, 0, 0, 11}, "4x2 at 0,0: 11 bytes, rows of 4 as in a DIB"},
-        {{6, 4, 2, 0, 0, 12}, "4x2 at 0,0: 12 bytes, rows of 6"},
+        {{6, 3, 2, 1, 5, 12}, "3x2 at 1,5: 12 bytes, rows of 6"},
+        {{3, 4, 3, 0, 0, 12}, "4x4 at 0,0: 12 bytes, rows of 3"},
         {{0, 4, 5, 0, 0, 12}, "4x0 at 0,0: 12 bytes, rows of 0"},
         {{4, 4, 0, 0, 0, 0}, "4x0 at 0,0: 0 bytes, rows of 4 as in a DIB"},
     };
+    BatchStage stage;
     for (const auto& [said, seen] : rows) {
-        MemoryStage stage({{imageInfo(TWPT_GRAY, 8, 4, 3), {{said, pattern(12), TWRC_XFERDONE}}}});
-        stage.run();
+        stage.run({{imageInfo(TWPT_GRAY, 8, 4, 3), {{said, pattern(12), TWRC_XFERDONE}}}});
         CHECK(stage.strips == Lines{seen});
         CHECK(stage.viewer.warnings().with("not 4-byte align").size() == (said.bytesWritten != 0));
     }
 }
 
-TEST_CASE("strips that lie touch nothing outside the buffer") {
+namespace {
+
+constexpr TW_UINT32 most = 0xFFFFFFFF;
+// What a source may lie about an image of 10 pixels a row and a buffer of 300 bytes.
+const StripFacts lies[] = {
+    {0, 10, 10, 0, 0, 300},                // rows of no bytes
+    {30, 10, 1000, 0, 0, 300},             // rows beyond the buffer
+    {30, 10, 10, 0, 0, 60000},             // bytes beyond it
+    {32, 10, 100000, 0, 0, 60000},         // both
+    {200, 10, 2, 0, 0, 400},               // the last row only in part
+    {30, 100000, 10, 0, 0, 300},           // columns wider than the row
+    {100000, 33333, 10, 0, 0, 300},        // columns and rows wider than the page
+    {100000, 10, 1, 0, 0, 100000},         // a row beyond the buffer
+    {300, 100, 1, 0, 0, 300},              // columns that fill a row wider than the page
+    {30, 0, 10, 0, 0, 300},                // no columns
+    {30, 10, 10, 0, 5, 300},               // rows below the image
+    {30, 10, 10, 0, most, 300},            // far below it
+    {30, 10, 10, most, 0, 300},            // far to the right
+    {0x10000, 0x10000, 0x10000, 0, 0, 0},  // products that wrap: to nothing,
+    {2, 0x55555556, 2, 0, 0, 300},         // and to a row's bytes
+    {most, most, most, most, most, most},  // everything
+};
+
+Page liar(const StripFacts& said, TW_INT16 type, TW_INT16 bits, bool planar = false) {
+    Page page{imageInfo(type, bits, 10, 10), {{said, pattern(3000), TWRC_XFERDONE}}};
+    page.info.Planar = planar;
+    return page;
+}
+using Kind = std::pair<TW_INT16, TW_INT16>;
+
+// Nothing was written before a buffer at the end of a page.
+bool isClean(const GuardedBuffer& buffer) {
+    const uint8_t* const end = buffer.data() + buffer.size();
+    return std::accumulate(end - 4096, end - buffer.size(), 0) == 0;
+}
+
+}  // namespace
+
+TEST_CASE("strips that lie, pushed: nothing is touched outside the host's buffer") {
+    BatchStage stage;
     for (const StripFacts& said : lies) {
-        for (const auto& [type, bits] : {std::pair<TW_INT16, TW_INT16>{2, 24}, {2, 48}, {1, 16}}) {
-            CAPTURE(&said - lies.data());
-            CAPTURE(bits);
-            MemoryStage stage({{imageInfo(type, bits, 10, 10), {{said, pattern(300), TWRC_XFERDONE}}}});
-            GuardedBuffer buffer(300);  // the rest of the page lies before it
+        CAPTURE(&said - lies);
+        for (const auto& [type, bits] : {Kind{2, 24}, {2, 48}, {1, 16}}) {
+            const GuardedBuffer buffer(300);
             stage.host.onXferStart = [&](TXferImageInfo& image) {
                 *image.Target.Buffer = {300, buffer.data()};
             };
@@ -200,8 +236,45 @@ TEST_CASE("strips that lie touch nothing outside the buffer") {
                 CHECK(seen.BytesWritten == std::min<TW_UINT32>(said.bytesWritten, 300));
                 CHECK(uint64_t{seen.Rows} * seen.BytesPerRow <= 300);
             };
-            CHECK(stage.run() == "SDE0 ");
-            CHECK(std::accumulate(buffer.data() + 300 - 4096, buffer.data(), 0) == 0);
+            stage.run({liar(said, type, bits)});
+            CHECK(stage.host.messages() == Lines{"XferStart", "XferData", "XferEnd 0"});
+            CHECK(isClean(buffer));
+        }
+    }
+}
+
+TEST_CASE("strips that lie, pulled: nor outside the buffer and its slack of one row") {
+    for (const std::string maker : {"KAVRO", "Another Maker"}) {
+        Stage stage;
+        PageSource source(stage.manager);
+        lstrcpynA(stage.manager.defaultSource().Manufacturer, maker.c_str(), sizeof(TW_STR32));
+        stage.enable();
+        stage.windows.guardBlocks = true;
+        for (const StripFacts& said : lies) {
+            CAPTURE(&said - lies);
+            for (const auto& [type, bits] : {Kind{2, 24}, {1, 8}, {0, 1}}) {
+                source.put({liar(said, type, bits)});
+                const GuardedBuffer buffer(300 + (type == TWPT_RGB ? 30 : 10));
+                unsigned count = 0;
+                CHECK(stage.module.ReadBlock(buffer.data(), 300, &count) == 1);
+                CHECK(isClean(buffer));
+            }
+        }
+    }
+}
+
+TEST_CASE("strips that lie, stored: nothing of the module's memory gets into the file") {
+    OneShotStage stage;
+    stage.source.setBufferSizes(64, 300, 300);
+    for (const StripFacts& said : lies) {
+        for (const bool planar : {false, true}) {
+            CAPTURE(&said - lies);
+            stage.source.put({liar(said, TWPT_RGB, 24, planar)});
+            stage.windows.guardBlocks = false;
+            stage.start();
+            stage.windows.guardBlocks = true;
+            stage.finish();
+            CHECK(stage.fileBytes().size() <= 54 + 320 + 300);
         }
     }
 }

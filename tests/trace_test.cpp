@@ -3,8 +3,9 @@
 
 #include <memory>
 #include <regex>
+#include <tuple>
 
-#include "Stage.h"
+#include "Story.h"
 #include "base/Trace.h"
 
 namespace {
@@ -58,16 +59,14 @@ TEST_CASE("the switches work at once") {
 TEST_CASE("each call from the host is set apart, nested ones are not") {
     Stage stage;
     stage.forget();
-    stage.module.IsTWAINAvailable();
+    stage.module.SetADFEnable(TRUE);
     stage.module.CloseDS();
-    const Lines lines = stage.viewer.lines();
-    CHECK(lines.with("    ").size() == 6);
-    for (const char* method : {"IsTWAINAvailable", "CloseDS"}) {
-        const auto at =
-            std::find(lines.begin(), lines.end(), "Trace: Coming TScanModule::" + std::string(method));
-        REQUIRE(at - lines.begin() >= 3);
-        CHECK(Lines(at - 3, at) == 3 * Lines{"    "});
-    }
+    const std::string available =
+        "IsTWAINAvailable(IsTWAINLoaded('IsTWAINLoaded returns TRUE') "
+        "IsTWAINLoaded('IsTWAINLoaded returns TRUE') 'IsTWAINAvailable returns TRUE')";
+    CHECK(outline(stage, true) == "||| SetADFEnable(" + available +
+                                      " 'Warning: Sequence error')||| CloseDS(" + available +
+                                      " 'Warning: Sequence error')");
 
     // A Leaving whose Coming was switched off brings the nesting below zero: the next call counts as nested,
     // and what it calls as the outermost.
@@ -79,41 +78,33 @@ TEST_CASE("each call from the host is set apart, nested ones are not") {
     TW_CAPABILITY capability = {ICAP_UNITS, TWON_DONTCARE16, nullptr};
     stage.module.CapNegotiate(MSG_GET, &capability);
     stage.module.IsTWAINAvailable();
-    const Lines below = stage.viewer.lines();
-    REQUIRE(below.size() > 6);
-    CHECK(Lines(below.begin(), below.begin() + 6) ==
-          Lines{"Trace: Leaving TScanModule::CapNegotiate", "Trace: Coming TScanModule::IsTWAINAvailable",
-                "    ", "    ", "    ", "Trace: Coming TScanModule::IsTWAINLoaded"});
+    const std::string below = "'Leaving CapNegotiate' IsTWAINAvailable(||| IsTWAINLoaded(";
+    CHECK(outline(stage, true).substr(0, below.size()) == below);
 }
 
 TEST_CASE("the switch file is made with both switches on, and left alone once it has a trace switch") {
-    struct Row {
-        const char* before;  // null: no file
-        const char* after;   // trace switch and warning switch
-        int writes;
-    };
-    const Row rows[] = {
+    const std::tuple<const char*, std::string, size_t> rows[] = {
+        // What is there, both switches afterwards, and the writes.
         {nullptr, "11", 2},
         {"[Other]\r\nTrace=0\r\n", "11", 2},
         {"[Debug]\r\nWarning=0\r\n", "11", 2},
         {"[Debug]\r\nTrace=0\r\nWarning=0\r\n", "00", 0},
         {"[Debug]\r\nTrace=1\r\n", "1-", 0},
     };
-    for (const Row& row : rows) {
-        CAPTURE(row.after);
+    for (const auto& [before, after, writes] : rows) {
         TraceSwitches switches;
         switches.file().remove();
-        if (row.before != nullptr) switches.file().write(row.before);
+        if (before != nullptr) switches.file().write(before);
         ModuleCalls windows;
         const Module module;
-        CHECK(windows.profileCalls.with("write").size() == static_cast<size_t>(row.writes));
-        std::string after;
+        CHECK(windows.profileCalls.with("write").size() == writes);
+        std::string found;
         for (const char* key : {"Trace", "Warning"}) {
             char value[32] = "";
             GetPrivateProfileStringA("Debug", key, "-", value, sizeof value, switches.file().path().c_str());
-            after += value;
+            found += value;
         }
-        CHECK(after == row.after);
+        CHECK(found == after);
     }
 }
 
@@ -138,7 +129,7 @@ TEST_CASE("without a viewer and its memory at the start no trace point looks at 
 
 // The lines of the module are all short: the writer itself is tried with a long one.
 TEST_CASE("a line is cut to the memory it has, a warning never moves the nesting") {
-    const TraceSwitches switches;
+    TraceSwitches switches;
     RecordingViewer viewer;
     trace::setUp();
     const std::string start = "Warning p 7: [SM] ";
@@ -156,5 +147,14 @@ TEST_CASE("a line is cut to the memory it has, a warning never moves the nesting
     trace::write(TraceLevel::Trace, TracePoint{"p", 4}, "Leaving");
     CHECK(viewer.rawLines() == Lines{"Warning p 1: [SM] Coming", "Fatal p 2: [SM] Leaving", "    ", "    ",
                                      "    ", "Trace p 3: [SM] Coming", "Trace p 4: [SM] Leaving"});
+    // The switches of the levels, among which fatal lines go with the warnings.
+    for (const bool warns : {false, true}) {
+        switches.file().write(warns ? "[Debug]\r\nTrace=0\r\nWarning=1\r\n"
+                                    : "[Debug]\r\nTrace=1\r\nWarning=0\r\n");
+        viewer.forget();
+        for (const TraceLevel level : {TraceLevel::Trace, TraceLevel::Warning, TraceLevel::Fatal})
+            trace::write(level, TracePoint{"p", 5}, "text");
+        CHECK(viewer.lines() == (warns ? Lines{"Warning: text", "Fatal: text"} : Lines{"Trace: text"}));
+    }
     trace::shutDown();
 }

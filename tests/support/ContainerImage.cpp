@@ -1,7 +1,7 @@
 #include "ContainerImage.h"
 
-#include <CapabilityContainers.h>
-#include <GlobalMemory.h>
+#include "capabilities/CapabilityContainers.h"
+#include "capabilities/GlobalMemory.h"
 
 #include <cstring>
 

@@ -39,6 +39,6 @@ public:
     }
 };
 
-// What happened around the module, in order: calls to the manager as they are, messages to the host behind
-// "> ", warnings behind "! ".
+// What happens around the module while a test runs, in one list and in its order: the operations that the
+// manager gets, the messages that the host gets ("XferEnd 0"), message boxes, the warnings ("! text").
 inline Lines journal;

@@ -62,9 +62,8 @@ struct ModuleCallsHooks {
     }
 
     static int WINAPI messageBox(HWND owner, LPCSTR message, LPCSTR caption, UINT style) {
-        current->messageBoxes.push_back(
-            {owner, text(message), caption != nullptr, caption != nullptr ? caption : "", style});
-        if (current->showMessageBoxes) return MessageBoxA(owner, message, caption, style);
+        journal.push_back("box " + text(message) + " | " + text(caption) + " | " + std::to_string(style) +
+                          (owner == GetFocus() ? "" : " | not of the focus"));
         return current->messageBoxAnswer;
     }
 

@@ -14,14 +14,6 @@
 #include "GuardedBuffer.h"
 #include "Lines.h"
 
-struct MessageBoxCall {
-    HWND owner;
-    std::string text;
-    bool hasCaption;
-    std::string caption;
-    UINT style;
-};
-
 // What a disk says of its free space.
 struct DiskSpace {
     DWORD sectorsPerCluster;
@@ -55,10 +47,7 @@ public:
     // What was left so far is nobody's fault any more.
     void forgetMemory();
 
-    std::vector<MessageBoxCall> messageBoxes;
     int messageBoxAnswer = IDOK;
-    // They are really shown, and somebody has to answer them.
-    bool showMessageBoxes = false;
 
     // Locks give memory that ends at a page nobody may touch: a read past a block's end is a crash.
     bool guardBlocks = false;

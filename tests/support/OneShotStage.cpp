@@ -10,7 +10,6 @@ OneShotStage::OneShotStage(std::vector<Page> pages, const std::string& fileName)
     static int number = 0;
     path = folder + (fileName.empty() ? "one-shot" + std::to_string(++number) + ".bmp" : fileName);
     host.onGetFileName = [this](char* name) { std::strcpy(name, path.c_str()); };
-    manager.answer(operation::getCurrent(ICAP_UNITS), give(oneValue(TWTY_UINT16, TWUN_INCHES)));
     settings.FrameUnit = SM_UNIT_INCHES;
     settings.PixelType = SM_PIXEL_GRAY;
     settings.Resolution = 300;
@@ -18,26 +17,11 @@ OneShotStage::OneShotStage(std::vector<Page> pages, const std::string& fileName)
     settings.Highlight = settings.HighlightMax = settings.ShadowMax = 255;
 }
 
-OneShotStage::~OneShotStage() {
-    DeleteFileA(path.c_str());
-}
-
 void OneShotStage::refuseMechanisms(int count) {
     constexpr int attempts = 3;  // one for each item type
     manager.answerNext(operation::set(ICAP_XFERMECH), succeed());
     for (int i = 0; i < count * attempts; ++i)
         manager.answerNext(operation::set(ICAP_XFERMECH), failWith(TWCC_BADVALUE));
-}
-
-void OneShotStage::handOver(const Bytes& dib) {
-    const auto give = [=](TW_MEMREF data) {
-        const HGLOBAL block = GlobalAlloc(GHND, dib.size());
-        std::memcpy(GlobalLock(block), dib.data(), dib.size());
-        GlobalUnlock(block);
-        ModuleCalls::adopt(block);
-        *static_cast<HGLOBAL*>(data) = block;
-    };
-    manager.answer(operation::nativeTransfer, {TWRC_XFERDONE, TWCC_SUCCESS, {}, give});
 }
 
 void OneShotStage::start(unsigned short mechanism) {
@@ -54,10 +38,11 @@ int OneShotStage::finish() {
     deliver(MSG_XFERREADY);
     const Lines messages = host.messages();
     const std::string end = "ScanToFileXferEnd ";
-    if (messages.size() < 2 || messages[1].rfind(end, 0) != 0) throw std::runtime_error("no end of the scan");
-    const int result = std::stoi(messages[1].substr(end.size()));
-    if (messages != ended(result)) throw std::runtime_error("unexpected messages of a one-shot scan");
-    return result;
+    if (messages.size() != 3 || messages[0] != "ScanToFileGetName" || messages[1].rfind(end, 0) != 0 ||
+        messages[2] != "ScanToFileDSClosed")
+        throw std::runtime_error("unexpected messages of a one-shot scan");
+    if (!windows.memoryComplaints().empty()) throw std::runtime_error(windows.memoryComplaints().front());
+    return std::stoi(messages[1].substr(end.size()));
 }
 
 int OneShotStage::scan(unsigned short mechanism) {
@@ -68,8 +53,4 @@ int OneShotStage::scan(unsigned short mechanism) {
 Bytes OneShotStage::fileBytes() const {
     const std::string content = readFile(path);
     return {content.begin(), content.end()};
-}
-
-Lines ended(int result) {
-    return {"ScanToFileGetName", "ScanToFileXferEnd " + std::to_string(result), "ScanToFileDSClosed"};
 }

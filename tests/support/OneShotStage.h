@@ -1,5 +1,4 @@
-// A stage for one-shot scans: a source with pages, which works in inches, and a host that names a file of the
-// test's own.
+// A stage for one-shot scans: a source with pages, and a host that names a file of the test's own.
 #pragma once
 
 #include "PageSource.h"
@@ -10,26 +9,21 @@ public:
     // The file's name is one that no other stage has, unless a test wants a certain one.
     explicit OneShotStage(std::vector<Page> pages = {}, const std::string& fileName = "");
     // Removes the file, unless the module left it open.
-    ~OneShotStage();
+    ~OneShotStage() { DeleteFileA(path.c_str()); }
 
     // Opening the source sets memory transfer; after that so many of memory, file and native transfer are
     // refused.
     void refuseMechanisms(int count);
-    // What a native transfer hands over.
-    void handOver(const Bytes& dib);
     // Opens the source by a one-shot scan, for this mechanism; forgets what was recorded on the way.
     void start(unsigned short mechanism = SM_MECH_MEMORY);
-    // The image is ready: gives the result that the host is told, and checks the messages around it.
+    // The image is ready: gives the result that the host is told; throws when the messages around it aren't
+    // those of a scan, or the module lost memory.
     int finish();
     int scan(unsigned short mechanism = SM_MECH_MEMORY);
 
-    bool hasFile() const { return fileExists(path); }
     Bytes fileBytes() const;
 
     PageSource source;
     PrestoScanSettings settings = {};  // those of a plain gray scan without windows
     std::string path;
 };
-
-// The messages of a one-shot scan that ends so.
-Lines ended(int result);

@@ -1,6 +1,6 @@
 #include "Operation.h"
 
-#include <CapabilityNames.h>
+#include "settings/CapabilityText.h"
 
 #include <cstdio>
 #include <map>

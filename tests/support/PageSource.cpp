@@ -2,26 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
-
-constexpr TW_UINT32 most = 0xFFFFFFFF;
-const std::vector<StripFacts> lies = {
-    {0, 10, 10, 0, 0, 300},                // rows of no bytes
-    {30, 10, 1000, 0, 0, 300},             // rows beyond the buffer
-    {30, 10, 10, 0, 0, 60000},             // bytes beyond it
-    {32, 10, 100000, 0, 0, 60000},         // both
-    {200, 10, 2, 0, 0, 400},               // the last row only in part
-    {30, 100000, 10, 0, 0, 300},           // columns wider than the row
-    {100000, 33333, 10, 0, 0, 300},        // columns and rows wider than the page
-    {100000, 10, 1, 0, 0, 100000},         // a row beyond the buffer
-    {300, 100, 1, 0, 0, 300},              // columns that fill a row wider than the page
-    {30, 0, 10, 0, 0, 300},                // no columns
-    {30, 10, 10, 0, 5, 300},               // rows below the image
-    {30, 10, 10, 0, most, 300},            // far below it
-    {30, 10, 10, most, 0, 300},            // far to the right
-    {0x10000, 0x10000, 0x10000, 0, 0, 0},  // products that wrap: to nothing,
-    {2, 0x55555556, 2, 0, 0, 300},         // and to a row's bytes
-    {most, most, most, most, most, most},  // everything
-};
+#include <fstream>
 
 Strip endedBy(TW_UINT16 returnCode) {
     Strip strip;
@@ -81,31 +62,22 @@ TW_UINT16 PageSource::call(TW_UINT32 group, TW_UINT16 argumentType, TW_UINT16 me
         return giveImageInfo(*static_cast<TW_IMAGEINFO*>(data));
     if (group == DG_IMAGE && argumentType == DAT_IMAGEMEMXFER)
         return giveStrip(*static_cast<TW_IMAGEMEMXFER*>(data));
-    switch (argumentType) {
-        case DAT_IDENTITY:
-        case DAT_USERINTERFACE:
-            return TWRC_SUCCESS;
-        case DAT_EVENT:
-            return TWRC_NOTDSEVENT;
-        case DAT_CAPABILITY:
-            return message == MSG_SET ? TW_UINT16{TWRC_SUCCESS} : fail(TWCC_BADCAP);
-        case DAT_SETUPFILEXFER:
-            return TWRC_SUCCESS;
-        case DAT_SETUPMEMXFER:
-            *static_cast<TW_SETUPMEMXFER*>(data) = sizes_;
-            return TWRC_SUCCESS;
-        case DAT_PENDINGXFERS:
-            return endPages(message, *static_cast<TW_PENDINGXFERS*>(data));
-        case DAT_STATUS:
-            static_cast<TW_STATUS*>(data)->ConditionCode = conditionCode_;
-            return TWRC_SUCCESS;
-        default:
-            return fail(TWCC_BADPROTOCOL);
-    }
+    if (group == DG_IMAGE) return giveWhole(static_cast<HGLOBAL*>(data));
+    if (argumentType == DAT_EVENT) return TWRC_NOTDSEVENT;
+    if (argumentType == DAT_CAPABILITY) return giveCapability(message, *static_cast<TW_CAPABILITY*>(data));
+    if (argumentType == DAT_PENDINGXFERS) return endPages(message, *static_cast<TW_PENDINGXFERS*>(data));
+    if (argumentType == DAT_SETUPFILEXFER) fileName_ = static_cast<const TW_SETUPFILEXFER*>(data)->FileName;
+    if (argumentType == DAT_SETUPMEMXFER) *static_cast<TW_SETUPMEMXFER*>(data) = sizes_;
+    if (argumentType == DAT_STATUS) static_cast<TW_STATUS*>(data)->ConditionCode = conditionCode_;
+    const TW_UINT16 others[] = {DAT_SETUPFILEXFER, DAT_SETUPMEMXFER, DAT_STATUS, DAT_IDENTITY,
+                                DAT_USERINTERFACE};
+    return std::count(std::begin(others), std::end(others), argumentType) != 0 ? TW_UINT16{TWRC_SUCCESS}
+                                                                               : fail(TWCC_BADPROTOCOL);
 }
 
 TW_UINT16 PageSource::giveImageInfo(TW_IMAGEINFO& info) {
     if (pages_.empty()) return fail(TWCC_SEQERROR);
+    if (pages_.front().refusal != 0) return fail(pages_.front().refusal);
     info = pages_.front().info;
     return TWRC_SUCCESS;
 }
@@ -121,6 +93,36 @@ TW_UINT16 PageSource::giveStrip(TW_IMAGEMEMXFER& transfer) {
     const size_t size = std::min<size_t>(strip.bytes.size(), transfer.Memory.Length);
     if (size != 0) std::memcpy(transfer.Memory.TheMem, strip.bytes.data(), size);
     return strip.returnCode;
+}
+
+// To a handle, or without one into a file.
+TW_UINT16 PageSource::giveWhole(HGLOBAL* dib) {
+    if (pages_.empty()) return fail(TWCC_SEQERROR);
+    const Page& page = pages_.front();
+    const Strip& last = page.strips.back();
+    if (last.returnCode == TWRC_FAILURE) return fail(last.conditionCode);
+    if (last.returnCode != TWRC_XFERDONE) return last.returnCode;
+    if (dib != nullptr) {
+        *dib = GlobalAlloc(GPTR, std::max<size_t>(page.whole.size(), 40));
+        std::copy(page.whole.begin(), page.whole.end(), static_cast<uint8_t*>(*dib));
+    } else if (!page.whole.empty()) {
+        std::ofstream(fileName_, std::ios::binary) << std::string(page.whole.begin(), page.whole.end());
+    }
+    return TWRC_XFERDONE;
+}
+
+TW_UINT16 PageSource::giveCapability(TW_UINT16 message, TW_CAPABILITY& capability) {
+    if (message == MSG_SET) return TWRC_SUCCESS;
+    ContainerImage image = oneValue(TWTY_UINT16, TWUN_INCHES);
+    if (capability.Cap == ICAP_XFERMECH) {
+        image.bytes = oneValue(TWTY_UINT16, mechanism).bytes;
+        if (message == MSG_GET) image = enumeration(TWTY_UINT16, {TWSX_NATIVE, TWSX_FILE, TWSX_MEMORY});
+    } else if (capability.Cap != ICAP_UNITS) {
+        return fail(TWCC_BADCAP);
+    }
+    capability.ConType = image.conType;
+    capability.hContainer = image.allocate();
+    return TWRC_SUCCESS;
 }
 
 TW_UINT16 PageSource::endPages(TW_UINT16 message, TW_PENDINGXFERS& pending) {

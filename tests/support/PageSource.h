@@ -1,5 +1,6 @@
-// A source that knows no capability but has pages: what it says of each, and the strips it hands over. Unlike
-// a real source it says whatever the test wants it to say. A manager's script goes before it.
+// A source that knows no capability but its unit, inches, and its mechanisms, and has pages: what it says of
+// each, and how it hands them over. Unlike a real source it says whatever the test wants it to say. A
+// manager's script goes before it.
 #pragma once
 
 #include <deque>
@@ -29,7 +30,9 @@ struct Strip {
 
 struct Page {
     TW_IMAGEINFO info;
-    std::vector<Strip> strips;
+    std::vector<Strip> strips;  // the last one's code is also that of a native or file transfer
+    Bytes whole = {};           // what such a transfer brings: 40 zeros in memory and no file when empty
+    TW_UINT16 refusal = 0;      // of its description
 };
 
 // A request that brings no strip but this.
@@ -42,9 +45,6 @@ TW_IMAGEINFO imageInfo(TW_INT16 pixelType, TW_INT16 bits, TW_INT32 width, TW_INT
 // Whole rows cut into strips, the last one shorter when it has to be; TWRC_XFERDONE comes with the last.
 std::vector<Strip> cutRows(const Bytes& rows, TW_UINT32 bytesPerRow, TW_UINT32 columns,
                            TW_UINT32 rowsPerStrip);
-
-// What a source may lie about an image of 10 pixels a row and a buffer of 300 bytes.
-extern const std::vector<StripFacts> lies;
 
 // So many bytes, none of them 0 and no neighbours alike.
 Bytes pattern(size_t size);
@@ -62,6 +62,7 @@ public:
     void setBufferSizes(TW_UINT32 min, TW_UINT32 max, TW_UINT32 preferred) { sizes_ = {min, max, preferred}; }
     // Says "unknown" instead of how many pages are left.
     void hideCount() { countIsKnown_ = false; }
+    TW_UINT16 mechanism = TWSX_MEMORY;
     // Runs inside each request for a strip, as a message loop of the source's own would.
     std::function<void()> whileTransferring;
 
@@ -72,6 +73,8 @@ private:
     TW_UINT16 call(TW_UINT32 group, TW_UINT16 argumentType, TW_UINT16 message, TW_MEMREF data);
     TW_UINT16 giveImageInfo(TW_IMAGEINFO& info);
     TW_UINT16 giveStrip(TW_IMAGEMEMXFER& transfer);
+    TW_UINT16 giveWhole(HGLOBAL* dib);
+    TW_UINT16 giveCapability(TW_UINT16 message, TW_CAPABILITY& capability);
     TW_UINT16 endPages(TW_UINT16 message, TW_PENDINGXFERS& pending);
     TW_UINT16 fail(TW_UINT16 conditionCode);
 
@@ -81,4 +84,5 @@ private:
     TW_SETUPMEMXFER sizes_ = {64, 4096, 1024};
     TW_UINT16 conditionCode_ = TWCC_SUCCESS;
     std::vector<TW_MEMORY> requests_;
+    std::string fileName_;
 };

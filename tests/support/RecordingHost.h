@@ -3,41 +3,39 @@
 
 #include <scanmodule/scanmodule.h>
 
-#include <functional>
 #include <map>
+#include <utility>
 #include <vector>
 
 #include "Lines.h"
+#include "MessageWindow.h"
 
 class RecordingHost {
 public:
-    RecordingHost();
-    ~RecordingHost();
-    RecordingHost(const RecordingHost&) = delete;
-    RecordingHost& operator=(const RecordingHost&) = delete;
+    // The name is for the journal, which is told when the window is enabled or disabled.
+    explicit RecordingHost(std::string name = "host");
 
     HWND window() const { return window_; }
 
     // "XferStart", "XferEnd -5", "CloseDSReq". Parameters that should be 0 and aren't are named.
     Lines messages() const { return messages_; }
-    Lines takeMessages();
-    void record(const std::string& line) { messages_.push_back(line); }
+    Lines takeMessages() { return std::exchange(messages_, {}); }
 
     // The record that came with each XferStart and each XferEnd, copied as it was.
     const std::vector<TXferImageInfo>& images() const { return images_; }
 
     std::function<void(TXferImageInfo&)> onXferStart;
     std::function<void(const TXferStripInfo&)> onXferData;
-    std::function<void(int result, const TXferImageInfo&)> onXferEnd;
-    std::function<void()> onCloseRequest;
     std::function<void(char*)> onGetFileName;
+    // Any message, as it is recorded; after the handlers above.
+    std::function<void(const std::string&)> onMessage;
 
 private:
-    static LRESULT CALLBACK windowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-    void handle(const std::string& name, WPARAM wParam, LPARAM lParam);
+    bool handle(UINT message, WPARAM wParam, LPARAM lParam);
 
-    HWND window_ = nullptr;
+    const std::string name_;
     std::map<UINT, std::string> names_;
     Lines messages_;
     std::vector<TXferImageInfo> images_;
+    const MessageWindow window_;
 };

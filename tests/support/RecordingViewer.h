@@ -2,11 +2,8 @@
 // the lines that the module sends.
 #pragma once
 
-#include <windows.h>
-
-#include <string>
-
 #include "Lines.h"
+#include "MessageWindow.h"
 
 class RecordingViewer {
 public:
@@ -15,17 +12,14 @@ public:
     // Missing: the window is there, its shared memory is not.
     explicit RecordingViewer(Memory memory = Memory::Shared);
     ~RecordingViewer();
-    RecordingViewer(const RecordingViewer&) = delete;
-    RecordingViewer& operator=(const RecordingViewer&) = delete;
 
     // Whole lines as they came: "Trace sm/Session.cpp 85: [SM] text".
     const Lines& rawLines() const { return raw_; }
     // Without path and number: "Trace: text", "Warning: text"; separators stay as they are.
     Lines lines() const;
-    // The texts of the warnings (and of fatal lines, with their level in front).
-    Lines warnings() const;
-    // The texts of the Trace lines.
-    Lines traces() const;
+    // The texts of one level.
+    Lines warnings() const { return textsOf("Warning: "); }
+    Lines traces() const { return textsOf("Trace: "); }
     void forget() { raw_.clear(); }
 
     static constexpr size_t bufferSize = 1024;
@@ -33,10 +27,10 @@ public:
     bool isTailUntouched() const;
 
 private:
-    static LRESULT CALLBACK windowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-    void receive(WPARAM wParam, LPARAM lParam);
+    Lines textsOf(const std::string& level) const;
+    bool receive(UINT message, WPARAM wParam, LPARAM lParam);
 
-    HWND window_ = nullptr;
+    const MessageWindow window_;
     HANDLE mapping_ = nullptr;
     char* view_ = nullptr;
     Lines raw_;
