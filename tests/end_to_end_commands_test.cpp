@@ -37,7 +37,6 @@ TEST_CASE("what is printed and how it ends, with nothing else in the folder") {
         {"--default nonsense", "", none},
         {"--default \"KAVRO Virtual Scanner\"", "", "KAVRO Virtual Scanner is the default source.\nexit 0"},
         {"--nonsense", "", "! smscan: Unknown option \"--nonsense\"." + help},
-        {"--shadow 256", "", "! smscan: --shadow takes a whole number from 0 to 255, not \"256\"." + help},
         {"--resolution 5000", "",
          "! smscan: The source offers X resolution from 50 to 1200 dpi, not 5000." + caps},
         {"--area 0,0,20,2", "",
@@ -85,8 +84,7 @@ TEST_CASE("lines among others: what the source offers, help, settings that the s
         {"--version", "", {"smscan "}},
         {scanGray,
          "Pags=3;Paper=huge",
-         {grayLine, "\n! virtual scanner: environment VSCAN_Pags: there is no setting \"Pags\"\n"}},
-    };
+         {grayLine, "\n! virtual scanner: environment VSCAN_Pags: there is no setting \"Pags\"\n"}}};
     for (const auto& row : rows) {
         const std::string printed = folder.smscan(row.options, row.settings);
         CHECK(printed.substr(0, row.parts[0].size()) == row.parts[0]);

@@ -75,8 +75,7 @@ TEST_CASE("a one-shot scan that ends badly says so and leaves no file") {
          "doesn't know. Scan without --presto.\nexit 1"},
         {"RefusedMechanisms=Native,File,Memory",
          "The source \"KAVRO Virtual Scanner\" can be opened, but refuses the one-shot scan. Scan without "
-         "--presto to learn more.\nexit 1"},
-    };
+         "--presto to learn more.\nexit 1"}};
     for (const auto& row : rows) {
         CAPTURE(row[0]);
         const std::string printed = folder.smscan(scanGray + "--presto", row[0]);

@@ -89,8 +89,7 @@ TEST_CASE("what can't be meant is refused, with the range or the choices named")
         {{"--json"}, "--json goes with --caps."},
         {{"--area", "0,0,1,1", "--paper", "a4"}, "--area and --paper exclude each other"},
         {{"--area", "0,0,2,3ft"}, "--area takes LEFT,TOP,RIGHT,BOTTOM, each with in, cm, mm or pt behind it"},
-        {{"--area", "0,0,0,1"}, "--area 0,0,0,1 is empty or begins outside the page"},
-    };
+        {{"--area", "0,0,0,1"}, "--area 0,0,0,1 is empty or begins outside the page"}};
     for (const auto& row : rows) {
         std::string text;
         try {
@@ -140,8 +139,7 @@ TEST_CASE("rows are stored bottom-up and padded, in any order, their pixels plac
         {2, 8, Layout::Gray16, 1, {{deep, 4, 4, 2, 1, 0, 0}}, "a1a20000"},
         {1, 24, Layout::Color48, 1, {{deep, 6, 6, 1, 1, 0, 0}}, "a1a2a300"},
         {1, 24, Layout::Planar24, 1, {red, green, red}, "07080700"},
-        {1, 24, Layout::Planar24, 1, {red, green}, "00080700"},  // the third plane is missing
-    };
+        {1, 24, Layout::Planar24, 1, {red, green}, "00080700"}};  // the third plane is missing
     for (const auto& row : rows)
         CHECK(bytesOf({row.width, row.bits, 0, 0, {}}, row.layout, row.height, row.strips).substr(32) ==
               row.pixels);
@@ -155,22 +153,19 @@ TEST_CASE("capabilities are read within their block, whatever the source says") 
     const std::string none;
     const struct {
         uint16_t kind;
-        std::string block;
-        std::string text;
-    } rows[] = {
-        {5, {"\4\0\7\1\0\0", 6}, "263 of 0..0"},
-        {5, {"\1\0\xFD\xFF\0\0", 6}, "-3 of 0..0"},
-        {5, {"\7\0\xFE\xFF\0\x80", 6}, "-1.5 of 0..0"},
-        {5, {"\4\0\7\1", 4}, none},
-        {5, {"\xFF\0\7\1\0\0", 6}, none},
-        {4, {"\4\0\3\0\0\0\2\0\0\0\0\0\0\0\5\0\6\0\7\0", 20}, "7 of 0..0 5 6 7"},
-        {4, {"\4\0\3\0\0\0\3\0\0\0\0\0\0\0\5\0\6\0\7\0", 20}, none},  // no fourth item
-        {4, {"\4\0\3\0\0\xFF\2\0\0\0\0\0\0\0\5\0\6\0\7\0", 20}, none},
-        {6, {"\1\0\x9C\xFF\0\0\x64\0\0\0\1\0\0\0\0\0\0\0\x32\0\0\0", 22}, "50 of -100..100"},
-        {6, {"\1\0\x9C\xFF\0\0\x64\0\0\0\1\0\0\0\0\0\0\0\x32\0", 20}, none},
-        {3, {"\4\0\1\0\0\0\7\0", 8}, none},  // an array
-        {5, none, none},
-    };
+        std::string block, text;
+    } rows[] = {{5, {"\4\0\7\1\0\0", 6}, "263 of 0..0"},
+                {5, {"\1\0\xFD\xFF\0\0", 6}, "-3 of 0..0"},
+                {5, {"\7\0\xFE\xFF\0\x80", 6}, "-1.5 of 0..0"},
+                {5, {"\4\0\7\1", 4}, none},
+                {5, {"\xFF\0\7\1\0\0", 6}, none},
+                {4, {"\4\0\3\0\0\0\2\0\0\0\0\0\0\0\5\0\6\0\7\0", 20}, "7 of 0..0 5 6 7"},
+                {4, {"\4\0\3\0\0\0\3\0\0\0\0\0\0\0\5\0\6\0\7\0", 20}, none},  // no fourth item
+                {4, {"\4\0\3\0\0\xFF\2\0\0\0\0\0\0\0\5\0\6\0\7\0", 20}, none},
+                {6, {"\1\0\x9C\xFF\0\0\x64\0\0\0\1\0\0\0\0\0\0\0\x32\0\0\0", 22}, "50 of -100..100"},
+                {6, {"\1\0\x9C\xFF\0\0\x64\0\0\0\1\0\0\0\0\0\0\0\x32\0", 20}, none},
+                {3, {"\4\0\1\0\0\0\7\0", 8}, none},  // an array
+                {5, none, none}};
     for (const auto& row : rows) {
         answerKind = row.kind;
         answerBlock = row.block;

@@ -16,8 +16,7 @@ std::string frameText(VirtualHost& host) {
 TEST_CASE("each capability answers in the container that goes with it, or in an odd one") {
     const struct {
         const char* settings;
-        TW_UINT16 capability;
-        TW_UINT16 message;
+        TW_UINT16 capability, message;
         std::string answer;  // or how it begins
     } rows[] = {
         {"", ICAP_BITDEPTH, MSG_GET, "enum UINT16 [24 48] current 0 default 0"},
@@ -43,8 +42,7 @@ TEST_CASE("each capability answers in the container that goes with it, or in an 
          "enum UINT16 [0 1 2 3 ... beyond the block current 2"},
         {"OddContainers=itemtype", ICAP_PIXELTYPE, MSG_GET, "enum type 255 ["},
         {"OddContainers=truncated", ICAP_PIXELTYPE, MSG_GET, "bad container"},
-        {"OddContainers=nohandle", ICAP_PIXELTYPE, MSG_GET, "no container"},
-    };
+        {"OddContainers=nohandle", ICAP_PIXELTYPE, MSG_GET, "no container"}};
     for (const auto& row : rows)
         CHECK(VirtualHost(row.settings).ask(row.capability, row.message).substr(0, row.answer.size()) ==
               row.answer);
@@ -67,29 +65,26 @@ TEST_CASE("setting takes the right item type and value only, and resetting goes 
     const struct {
         TW_UINT16 capability;
         ContainerImage container;
-        const char* result;
-        const char* after;
-    } rows[] = {
-        {type, oneValue(TWTY_UINT16, 1), "success", "one UINT16 1"},
-        {type, oneValue(TWTY_UINT16, 7), "failure 10", "one UINT16 1"},
-        {type, oneValue(TWTY_INT16, 0), "failure 10", "one UINT16 1"},
-        {type, enumeration(TWTY_UINT16, {0, 2}, 1), "success", "one UINT16 2"},
-        {type, oneValue(TWTY_UINT16, 1), "failure 10", "one UINT16 2"},  // no longer offered
-        {type, enumeration(TWTY_UINT16, {0, 2}, 2), "failure 10", "one UINT16 2"},
-        {type, withoutHandle(TWON_ONEVALUE), "failure 10", "one UINT16 2"},
-        {type, rawContainer(TWON_ONEVALUE, {4, 0, 1}), "failure 10", "one UINT16 2"},
-        {type, tooMany, "failure 10", "one UINT16 2"},
-        {CAP_FEEDERENABLED, oneValue(TWTY_BOOL, 2), "success", "one BOOL 1"},
-        {CAP_FEEDERLOADED, oneValue(TWTY_BOOL, 0), "failure 6", "one BOOL 1"},
-        {CAP_XFERCOUNT, oneValue(TWTY_INT16, 0xFFFE), "failure 10", "one INT16 -1"},
-        {ICAP_LIGHTPATH, oneValue(TWTY_UINT16, 1), "failure 6", "one UINT16 0"},
-        {ICAP_BRIGHTNESS, oneValue(TWTY_FIX32, fix32(10.4)), "check", "one FIX32 10"},
-        {ICAP_BRIGHTNESS, oneValue(TWTY_FIX32, fix32(1001)), "failure 10", "one FIX32 10"},
-        {ICAP_XRESOLUTION, oneValue(TWTY_FIX32, fix32(49)), "failure 10", "one FIX32 150"},
-        {ICAP_UNITS, oneValue(TWTY_UINT16, TWUN_PICAS), "success", "one UINT16 2"},
-        {ICAP_YRESOLUTION, oneValue(TWTY_FIX32, fix32(50)), "success", "one FIX32 50"},
-        {ICAP_UNITS, oneValue(TWTY_UINT16, TWUN_INCHES), "success", "one UINT16 0"},
-    };
+        const char *result, *after;
+    } rows[] = {{type, oneValue(TWTY_UINT16, 1), "success", "one UINT16 1"},
+                {type, oneValue(TWTY_UINT16, 7), "failure 10", "one UINT16 1"},
+                {type, oneValue(TWTY_INT16, 0), "failure 10", "one UINT16 1"},
+                {type, enumeration(TWTY_UINT16, {0, 2}, 1), "success", "one UINT16 2"},
+                {type, oneValue(TWTY_UINT16, 1), "failure 10", "one UINT16 2"},  // no longer offered
+                {type, enumeration(TWTY_UINT16, {0, 2}, 2), "failure 10", "one UINT16 2"},
+                {type, withoutHandle(TWON_ONEVALUE), "failure 10", "one UINT16 2"},
+                {type, rawContainer(TWON_ONEVALUE, {4, 0, 1}), "failure 10", "one UINT16 2"},
+                {type, tooMany, "failure 10", "one UINT16 2"},
+                {CAP_FEEDERENABLED, oneValue(TWTY_BOOL, 2), "success", "one BOOL 1"},
+                {CAP_FEEDERLOADED, oneValue(TWTY_BOOL, 0), "failure 6", "one BOOL 1"},
+                {CAP_XFERCOUNT, oneValue(TWTY_INT16, 0xFFFE), "failure 10", "one INT16 -1"},
+                {ICAP_LIGHTPATH, oneValue(TWTY_UINT16, 1), "failure 6", "one UINT16 0"},
+                {ICAP_BRIGHTNESS, oneValue(TWTY_FIX32, fix32(10.4)), "check", "one FIX32 10"},
+                {ICAP_BRIGHTNESS, oneValue(TWTY_FIX32, fix32(1001)), "failure 10", "one FIX32 10"},
+                {ICAP_XRESOLUTION, oneValue(TWTY_FIX32, fix32(49)), "failure 10", "one FIX32 150"},
+                {ICAP_UNITS, oneValue(TWTY_UINT16, TWUN_PICAS), "success", "one UINT16 2"},
+                {ICAP_YRESOLUTION, oneValue(TWTY_FIX32, fix32(50)), "success", "one FIX32 50"},
+                {ICAP_UNITS, oneValue(TWTY_UINT16, TWUN_INCHES), "success", "one UINT16 0"}};
     for (const auto& row : rows) {
         CAPTURE(&row - rows);
         CHECK(host.set(row.capability, row.container) == row.result);
@@ -110,8 +105,7 @@ TEST_CASE("the bit depth follows the pixel type, the frame the paper, and the pa
     CHECK(frameText(host) == "8 x 14");
     const struct {
         TW_FRAME frame;
-        const char* result;
-        const char* paper;
+        const char *result, *paper;
         const char* after;
     } rows[] = {{{{1, 0}, {2, 0}, {3, 0}, {4, 0}}, "success", "one UINT16 0", "3 x 4"},
                 {{{0, 0}, {0, 0}, {8, 0x8000}, {11, 0}}, "success", "one UINT16 3", "8 x 11"},
@@ -132,7 +126,7 @@ TEST_CASE("the bit depth follows the pixel type, the frame the paper, and the pa
     CHECK(frameText(host) == "21 x 29");
 }
 
-TEST_CASE("palette, response curves, default matrix, exposure") {
+TEST_CASE("palette, response curves, default matrix, exposure, descreening up to its limit") {
     VirtualHost host("PixelType=Palette BitDepth=4");
     TW_PALETTE8 palette;
     CHECK(host.image(DAT_PALETTE8, MSG_GET, &palette) == "success");
@@ -149,4 +143,9 @@ TEST_CASE("palette, response curves, default matrix, exposure") {
     for (int i = 0; i < 9; ++i)
         CHECK(matrix[i].Whole == (i % 4 == 0 ? 1 : 0));
     CHECK(host.image(DAT_CUSTOMBASE + 1, MSG_SET, matrix) == "success");
+    for (const int resolution : {300, 301}) {
+        VirtualHost fine("Resolution=" + std::to_string(resolution));
+        CHECK(fine.set(KV_DESCREENING, oneValue(TWTY_BOOL, 1)) == "success");
+        CHECK(fine.scanner.request().descreen == (resolution == 300));
+    }
 }

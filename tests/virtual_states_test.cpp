@@ -10,8 +10,7 @@ using Notes = std::vector<TW_UINT16>;
 
 struct Operation {
     TW_UINT32 group;
-    TW_UINT16 argumentType;
-    TW_UINT16 message;
+    TW_UINT16 argumentType, message;
     std::string states;  // in which it is no sequence error; empty: it is none that the scanner knows
 };
 
@@ -91,31 +90,28 @@ TEST_CASE("opening fails as asked, and answers are slow as asked") {
 TEST_CASE("the feeder gives its pages, faults come where they were asked for, and what is left is told") {
     const auto flag = [](TW_UINT32 value) { return oneValue(TWTY_BOOL, value); };
     const struct {
-        const char* settings;
-        const char* batch;
+        const char *settings, *batch;
         TW_UINT16 capability = 0;  // to set first
         ContainerImage container = {};
-    } rows[] = {
-        {"Pages=3", "success, 1 done 2, 2 done 1, 3 done 0; 01"},
-        {"Pages=3 Feeder=off", "success, 1 done 0; 11"},
-        {"Pages=1 Refill=0", "success, 1 done 0; 00"},
-        {"Pages=3", "success, 1 done 1, 2 done 0; 11", CAP_XFERCOUNT, oneValue(TWTY_INT16, 2)},
-        {"Pages=3", "success, 1 done 0; 11", CAP_XFERCOUNT, oneValue(TWTY_INT16, 1)},
-        {"Pages=3", "success, 1 done 0; 11", CAP_AUTOFEED, flag(0)},
-        {"Pages=2", "success, 2 done 0; 01", CAP_CLEARPAGE, flag(1)},
-        {"Pages=2", "success, 1 done 1, 2 done 0; 01", CAP_CLEARPAGE, flag(0)},
-        {"Pages=2 UnknownPendingCount=1", "success, 1 done 65535, 2 done 0; 01"},
-        {"Pages=1 PendingCountError=1", "success, 1 done 1, 2 failure 5 0; 01"},
-        {"Pages=2 PendingCountError=-1", "success, 1 done 0; 11"},
-        {"Pages=2 JamAtPage=1", "success, 1 failure 20 1, 2 done 0; 01"},
-        {"Pages=2 CancelAtPage=1", "success, 1 cancel 0; 11"},
-        {"FailAtPage=1 FailConditionCode=0", "success, 1 failure 0 0; 01"},
-        {"JamAtPage=1 StripRows=20 FaultAfterStrip=1", "success, 1 success failure 20 0; 01"},
-        {"StripRows=20 FaultAfterStrip=2", "success, 1 success success done 0; 01"},
-        {"Pages=0", "failure 5; 00"},
-        {"Pages=0 EmptyFeeder=cancel", "success, 1 cancel 0; 00"},
-        {"Pages=0 EmptyFeeder=close", "success; 00"},
-    };
+    } rows[] = {{"Pages=3", "success, 1 done 2, 2 done 1, 3 done 0; 01"},
+                {"Pages=3 Feeder=off", "success, 1 done 0; 11"},
+                {"Pages=1 Refill=0", "success, 1 done 0; 00"},
+                {"Pages=3", "success, 1 done 1, 2 done 0; 11", CAP_XFERCOUNT, oneValue(TWTY_INT16, 2)},
+                {"Pages=3", "success, 1 done 0; 11", CAP_XFERCOUNT, oneValue(TWTY_INT16, 1)},
+                {"Pages=3", "success, 1 done 0; 11", CAP_AUTOFEED, flag(0)},
+                {"Pages=2", "success, 2 done 0; 01", CAP_CLEARPAGE, flag(1)},
+                {"Pages=2", "success, 1 done 1, 2 done 0; 01", CAP_CLEARPAGE, flag(0)},
+                {"Pages=2 UnknownPendingCount=1", "success, 1 done 65535, 2 done 0; 01"},
+                {"Pages=1 PendingCountError=1", "success, 1 done 1, 2 failure 5 0; 01"},
+                {"Pages=2 PendingCountError=-1", "success, 1 done 0; 11"},
+                {"Pages=2 JamAtPage=1", "success, 1 failure 20 1, 2 done 0; 01"},
+                {"Pages=2 CancelAtPage=1", "success, 1 cancel 0; 11"},
+                {"FailAtPage=1 FailConditionCode=0", "success, 1 failure 0 0; 01"},
+                {"JamAtPage=1 StripRows=20 FaultAfterStrip=1", "success, 1 success failure 20 0; 01"},
+                {"StripRows=20 FaultAfterStrip=2", "success, 1 success success done 0; 01"},
+                {"Pages=0", "failure 5; 00"},
+                {"Pages=0 EmptyFeeder=cancel", "success, 1 cancel 0; 00"},
+                {"Pages=0 EmptyFeeder=close", "success; 00"}};
     for (const auto& row : rows) {
         CAPTURE(row.settings);
         VirtualHost host(std::string("Paper=1x1 Resolution=50 PixelType=Gray ") + row.settings);
