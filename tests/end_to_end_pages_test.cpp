@@ -100,6 +100,6 @@ TEST_CASE("a part of the page, other paper, other tones, the user's own page") {
     part.area = {2, 3, 2.615, 3.385};  // 123 x 77 pixels
     ScanFolder own;
     own.smscan("--output own.bmp --resolution 200 --area 2,3,2.615,3.385");
-    REQUIRE(comparePage(own.path("own.bmp"), part) == "24 bit, 200 dpi: the page");
+    REQUIRE(pagesIn(own, part) == "\nown.bmp: 24 bit, 200 dpi: the page");
     checkPage(part, "--mech native", "Page=" + own.path("own.bmp"));
 }

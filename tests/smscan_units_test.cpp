@@ -136,7 +136,6 @@ TEST_CASE("rows are stored bottom-up and padded, in any order, their pixels plac
         {3, 8, Layout::Packed, 3, {{lower, 3, 0, 3, 1, 0, 0}, second}, "070809000000000000000000"},
         // Tiles of 5 and 3 pixels; the first one's other bits must not show.
         {8, 1, Layout::Packed, 1, {{left, 1, 1, 5, 1, 0, 0}, {right, 1, 1, 3, 1, 5, 0}}, "fd000000"},
-        {2, 8, Layout::Gray16, 1, {{deep, 4, 4, 2, 1, 0, 0}}, "a1a20000"},
         {1, 24, Layout::Color48, 1, {{deep, 6, 6, 1, 1, 0, 0}}, "a1a2a300"},
         {1, 24, Layout::Planar24, 1, {red, green, red}, "07080700"},
         {1, 24, Layout::Planar24, 1, {red, green}, "00080700"}};  // the third plane is missing

@@ -105,8 +105,7 @@ TEST_CASE("the bit depth follows the pixel type, the frame the paper, and the pa
     CHECK(frameText(host) == "8 x 14");
     const struct {
         TW_FRAME frame;
-        const char *result, *paper;
-        const char* after;
+        const char *result, *paper, *after;
     } rows[] = {{{{1, 0}, {2, 0}, {3, 0}, {4, 0}}, "success", "one UINT16 0", "3 x 4"},
                 {{{0, 0}, {0, 0}, {8, 0x8000}, {11, 0}}, "success", "one UINT16 3", "8 x 11"},
                 {{{0, 0}, {0, 0}, {8, 0}, {40, 0}}, "check", "one UINT16 0", "8 x 17"},  // beyond the glass

@@ -1,6 +1,7 @@
 // A host of the virtual scanner in the test's own process: it calls the scanner as a source manager would.
 #pragma once
 
+#include <algorithm>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -10,15 +11,13 @@
 #include "support/ContainerImage.h"
 
 // From words like "Pages=3".
-inline vscan::VirtualScannerSettings settingsFrom(const std::string& text) {
+inline vscan::VirtualScannerSettings settingsFrom(std::string text) {
+    std::replace(text.begin(), text.end(), ' ', '\n');
     vscan::VirtualScannerSettings settings;
-    std::istringstream words(text);
-    for (std::string word; words >> word;) {
-        const size_t equals = word.find('=');
-        for (const std::string& complaint :
-             applySettings(settings, {{word.substr(0, equals), word.substr(equals + 1), "test"}}))
-            throw std::invalid_argument(complaint);
-    }
+    std::vector<std::string> complaints;
+    const auto found = vscan::parseIni("[Scanner]\n" + text, "test", complaints);
+    for (const std::string& complaint : applySettings(settings, found))
+        throw std::invalid_argument(complaint);
     return settings;
 }
 

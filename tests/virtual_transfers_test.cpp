@@ -152,7 +152,7 @@ TEST_CASE("a file that can't be written is reported, and none stays behind") {
 }
 
 TEST_CASE("a page that no bitmap can hold is refused") {
-    VirtualHost host("Paper=100x100 BedWidth=100 BedHeight=100 Resolution=400", 6);  // 4.8 GB
+    VirtualHost host("Paper=33x33 BedWidth=33 BedHeight=33 Resolution=1200", 6);  // 4.7 GB
     TW_UINT32 handle = 0;
     CHECK(host.image(DAT_IMAGENATIVEXFER, MSG_GET, &handle) == "failure 2");
     CHECK(host.image(DAT_IMAGEFILEXFER, MSG_GET) == "failure 22");

@@ -45,8 +45,6 @@ long dotsPerInch(uint32_t dotsPerMetre) {
     return std::lround(dotsPerMetre * 0.0254);
 }
 
-}  // namespace
-
 std::string comparePage(const std::string& path, const vscan::PageRequest& request) {
     std::ifstream stream(path, std::ios::binary);
     const std::vector<uint8_t> file{std::istreambuf_iterator<char>(stream), {}};
@@ -56,6 +54,8 @@ std::string comparePage(const std::string& path, const vscan::PageRequest& reque
            (x == y ? "" : " x " + std::to_string(y)) +
            " dpi: " + comparePixels(file, vscan::renderPage(request));
 }
+
+}  // namespace
 
 std::string pagesIn(const ScanFolder& folder, vscan::PageRequest page) {
     std::istringstream names(folder.files());

@@ -25,10 +25,7 @@ inline vscan::PageRequest tonedPage(double dpi) {
     return request;
 }
 
-// What the file's header says and then "the page", "the page's first 35 rows", "the page and 33 rows more",
-// or where the first different pixel is: "8 bit, 75 dpi: the page".
-std::string comparePage(const std::string& path, const vscan::PageRequest& request);
-
-// Of each file in the folder a line with its name and the comparison with the page, the next one with the
-// next page: "\np1.bmp: 8 bit, 75 dpi: the page".
+// Of each file in the folder a line with its name, what its header says and what it holds: "the page", "the
+// page's first 35 rows", "the page and 33 rows more", or where the first different pixel is. The next file is
+// compared with the next page. "\np1.bmp: 8 bit, 75 dpi: the page"
 std::string pagesIn(const ScanFolder& folder, vscan::PageRequest page);
