@@ -44,18 +44,15 @@ TEST_CASE("the one-shot scan writes the page, in every pixel type by every mecha
                 {"", byNative + "BitDepth=4;" + palette, PixelKind::Palette4, "62", 1}};
     for (const auto& row : rows) {
         CAPTURE(row.settings);
-        ScanFolder folder;
         ForeignDialog window(SourceWindow::scanButton);
-        CHECK(folder.smscan("--presto --resolution 62 --output p.bmp " + row.options, row.settings,
-                            std::ref(window)) == "p.bmp  513 x 725 pixels, " +
-                                                     std::to_string(vscan::bitsPerPixel(row.kind)) +
-                                                     " bit, 62 dpi\nexit 0");
+        CHECK(scanned("--presto --resolution 62 --output p.bmp " + row.options, row.settings,
+                      pageOf(row.kind, 62), std::ref(window)) ==
+              "p.bmp  513 x 725 pixels, " + std::to_string(vscan::bitsPerPixel(row.kind)) +
+                  " bit, 62 dpi\nexit 0" + page(row.kind, row.dpi));
         CHECK(window.count() == row.windows);
-        CHECK(pagesIn(folder, pageOf(row.kind, 62)) == page(row.kind, row.dpi));
     }
-    ScanFolder folder;
-    CHECK(folder.smscan(scanGray + "--presto" + toneOptions) == grayLine + "exit 0");
-    CHECK(pagesIn(folder, tonedPage(50)) == page(PixelKind::Gray8));
+    CHECK(scanned(scanGray + "--presto" + toneOptions, "", tonedPage(50)) ==
+          grayLine + "exit 0" + page(PixelKind::Gray8));
 }
 
 TEST_CASE("a one-shot scan that ends badly says so and leaves no file") {

@@ -22,11 +22,9 @@ void checkPage(const PageRequest& page, const std::string& options, const std::s
     CAPTURE(settings);
     const std::string dpi = std::to_string(static_cast<int>(page.xResolution));
     const std::string look = std::to_string(bitsInFile(page.kind)) + " bit, " + dpi + " dpi";
-    ScanFolder folder;
-    CHECK(folder.smscan("--output %%d.bmp --resolution " + dpi + " " + options, settings) ==
+    CHECK(scanned("--output %%d.bmp --resolution " + dpi + " " + options, settings, page) ==
           "%d.bmp  " + std::to_string(pixelWidth(page)) + " x " + std::to_string(pixelHeight(page)) +
-              " pixels, " + look + "\nexit 0");
-    CHECK(pagesIn(folder, page) == "\n%d.bmp: " + look + ": the page");
+              " pixels, " + look + "\nexit 0\n%d.bmp: " + look + ": the page");
 }
 
 }  // namespace

@@ -64,3 +64,10 @@ std::string pagesIn(const ScanFolder& folder, vscan::PageRequest page) {
         text += "\n" + name + ": " + comparePage(folder.path(name), page);
     return text;
 }
+
+std::string scanned(const std::string& options, const std::string& settings, const vscan::PageRequest& page,
+                    const ScanFolder::Watcher& watcher) {
+    ScanFolder folder;
+    const std::string printed = folder.smscan(options, settings, watcher);
+    return printed + pagesIn(folder, page);
+}

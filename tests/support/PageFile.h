@@ -29,3 +29,7 @@ inline vscan::PageRequest tonedPage(double dpi) {
 // page's first 35 rows", "the page and 33 rows more", or where the first different pixel is. The next file is
 // compared with the next page. "\np1.bmp: 8 bit, 75 dpi: the page"
 std::string pagesIn(const ScanFolder& folder, vscan::PageRequest page);
+
+// What smscan prints in a folder of its own, and then what pagesIn shows of it.
+std::string scanned(const std::string& options, const std::string& settings,
+                    const vscan::PageRequest& page = {}, const ScanFolder::Watcher& watcher = nullptr);
