@@ -49,7 +49,8 @@ prefix=$wine_dir/$prefix_name
 
 overrides='mscoree=;mshtml=;winemenubuilder.exe='
 case $prefix_name in
-  scan | scan-tests | screen) ;;
+  # Loading Wine's own camera source would take longer than the rest of a small scan.
+  scan | scan-tests | screen) overrides+=';gphoto2.ds=' ;;
   tests) overrides+=';twain_32=n' ;;
   *) fail "unknown prefix '$prefix_name': scan, scan-tests, tests or screen" ;;
 esac

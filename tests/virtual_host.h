@@ -1,6 +1,7 @@
 // A host of the virtual scanner in the test's own process: it calls the scanner as a source manager would.
 #pragma once
 
+#include <algorithm>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -11,13 +12,12 @@
 #include "support/ContainerImage.h"
 
 // From words like "Pages=3".
-inline vscan::VirtualScannerSettings settingsFrom(const std::string& text) {
-    std::vector<vscan::FoundSetting> found;
-    std::istringstream words(text);
-    for (std::string word; words >> word;)
-        found.push_back({word.substr(0, word.find('=')), word.substr(word.find('=') + 1), "test"});
+inline vscan::VirtualScannerSettings settingsFrom(std::string text) {
+    std::replace(text.begin(), text.end(), ' ', '\n');
     vscan::VirtualScannerSettings settings;
-    for (const std::string& complaint : vscan::applySettings(settings, found))
+    std::vector<std::string> complaints;
+    const auto found = vscan::parseIni("[Scanner]\n" + text, "test", complaints);
+    for (const std::string& complaint : applySettings(settings, found))
         throw std::invalid_argument(complaint);
     return settings;
 }
@@ -38,7 +38,7 @@ public:
         if (state >= 4) open();
         if (state >= 5) enable(state == 5);
         if (state >= 6) info();  // the host has seen that the image is ready
-        if (state == 7) strip(8192);
+        if (state == 7) strip();
         if (scanner.state() != state) throw std::runtime_error("the state can't be reached");
     }
 
@@ -47,10 +47,10 @@ public:
         const TW_UINT16 result = scanner.call(group, argumentType, message, data);
         return result == TWRC_FAILURE ? "failure " + std::to_string(condition()) : names[result];
     }
-    std::string control(TW_UINT16 argumentType, TW_UINT16 message, void* data) {
+    std::string control(TW_UINT16 argumentType, TW_UINT16 message, void* data = nullptr) {
         return call(DG_CONTROL, argumentType, message, data);
     }
-    std::string image(TW_UINT16 argumentType, TW_UINT16 message, void* data) {
+    std::string image(TW_UINT16 argumentType, TW_UINT16 message, void* data = nullptr) {
         return call(DG_IMAGE, argumentType, message, data);
     }
     int condition() {
@@ -59,12 +59,12 @@ public:
         return status.ConditionCode;
     }
 
-    std::string open() { return control(DAT_IDENTITY, MSG_OPENDS, nullptr); }
+    std::string open() { return control(DAT_IDENTITY, MSG_OPENDS); }
     std::string enable(bool showUi = false) {
         TW_USERINTERFACE request{static_cast<TW_BOOL>(showUi), FALSE, nullptr};
         return control(DAT_USERINTERFACE, MSG_ENABLEDS, &request);
     }
-    std::string disable() { return control(DAT_USERINTERFACE, MSG_DISABLEDS, nullptr); }
+    std::string disable() { return control(DAT_USERINTERFACE, MSG_DISABLEDS); }
     std::string set(TW_UINT16 capability, const ContainerImage& container) {
         TW_CAPABILITY request{capability, container.conType, container.allocate()};
         const std::string result = control(DAT_CAPABILITY, MSG_SET, &request);
@@ -95,10 +95,10 @@ public:
         return control(DAT_PENDINGXFERS, message, &pending) == "success" ? pending.Count : -1;
     }
     // The result of asking for a strip of a buffer that nobody looks at.
-    std::string strip(TW_UINT32 length) {
-        std::vector<char> buffer(length);
+    std::string strip() {
+        std::vector<char> buffer(8192);
         TW_IMAGEMEMXFER request{};
-        request.Memory = {TWMF_APPOWNS | TWMF_POINTER, length, buffer.data()};
+        request.Memory = {TWMF_APPOWNS | TWMF_POINTER, buffer.size(), buffer.data()};
         return image(DAT_IMAGEMEMXFER, MSG_GET, &request);
     }
 

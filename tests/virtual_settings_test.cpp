@@ -34,22 +34,16 @@ TEST_CASE("the template of vscan.ini sets nothing, and names every key once with
     std::string activated;
     for (std::string line; std::getline(lines, line);)
         activated += (line.size() > 1 && line[0] == ';' && line[1] != ' ' ? line.substr(1) : line) + "\n";
-    const auto found = vscan::parseIni(activated, "vscan.ini", complaints);
     Lines inFile;
-    for (const auto& setting : found)
+    for (const auto& setting : vscan::parseIni(activated, "vscan.ini", complaints))
         inFile.push_back(setting.key + "=" + setting.value);
     CHECK(inFile == shown({}));
-    VirtualScannerSettings settings;
-    CHECK(vscan::applySettings(settings, found).empty());
-    CHECK(shown(settings) == shown({}));
     CHECK(complaints.empty());
 }
 
 TEST_CASE("every kind of value is read and shown") {
     const struct {
-        const char* key;
-        const char* text;
-        const char* shown;  // null: refused
+        const char *key, *text, *shown;  // null: refused
     } rows[] = {{"ProductName", "A Name", "ProductName=A Name"},
                 {"pages", "0x10", "Pages=16"},
                 {"Planar", "yes", "Planar=1"},
@@ -74,36 +68,28 @@ TEST_CASE("the environment overrides the file; what can't be used is reported wi
     char folder[MAX_PATH];
     GetTempPathA(sizeof folder, folder);
     const std::string path = std::string(folder) + "my.ini";
-    std::ofstream(path, std::ios::binary) << "\xEF\xBB\xBF; comment\r\nPages=1\r\n[Scanner]\r\n Pages = 3 "
-                                             "\r\nColour=1\r\nResolution=high\r\nnonsense\r\n[Other]\r\n";
+    std::ofstream(path, std::ios::binary)
+        << "\xEF\xBB\xBF; comment\r\nPages=1\r\n[Scanner]\r\n Pages = 3 \r\nColour=1\r\nResolution=high\r\n"
+           "nonsense\r\nPixelType=Gray\r\nBitDepth=48\r\nRefusedMechanisms=Native\r\n[Other]\r\n";
     SetEnvironmentVariableA("VSCAN_PAGES", "5");
     SetEnvironmentVariableA("VSCAN_PAGEZ", "6");
     std::vector<std::string> complaints;
     CHECK(vscan::readSettings(path, complaints).pages == 5);
-    SetEnvironmentVariableA("VSCAN_PAGEZ", nullptr);
     CHECK(Lines(complaints.begin(), complaints.end()) ==
           Lines{"my.ini line 2: \"Pages=1\" stands outside section [Scanner]; skipped",
                 "my.ini line 7: \"nonsense\" is no setting (Key=Value)",
-                "my.ini line 8: section [Other] is not [Scanner]; skipped",
+                "my.ini line 11: section [Other] is not [Scanner]; skipped",
                 "my.ini line 5: there is no setting \"Colour\"",
                 "my.ini line 6: Resolution can't be \"high\"; it takes a whole number from 50 to 2400",
-                "environment VSCAN_PAGEZ: there is no setting \"PAGEZ\""});
+                "environment VSCAN_PAGEZ: there is no setting \"PAGEZ\"",
+                "BitDepth 48 doesn't go with PixelType Gray; its usual depth counts",
+                "TransferMechanism Native is among RefusedMechanisms; the first other one counts"});
     SetEnvironmentVariableA("VSCAN_PAGES", nullptr);
+    SetEnvironmentVariableA("VSCAN_PAGEZ", nullptr);
     CHECK(vscan::readSettings(path, complaints).pages == 3);
     DeleteFileA(path.c_str());
     complaints.clear();
     // Without a file: the defaults, and no complaint.
     CHECK(shown(vscan::readSettings(path, complaints)) == shown({}));
     CHECK(complaints.empty());
-}
-
-TEST_CASE("settings that contradict each other are reported") {
-    VirtualScannerSettings settings;
-    CHECK(vscan::contradictions({}).empty());
-    settings.refusedMechanisms = {TWSX_NATIVE};
-    settings.bitDepth = 48;
-    settings.pixelType = TWPT_GRAY;
-    REQUIRE(vscan::contradictions(settings).size() == 2);
-    CHECK(vscan::contradictions(settings)[0] ==
-          "BitDepth 48 doesn't go with PixelType Gray; its usual depth counts");
 }

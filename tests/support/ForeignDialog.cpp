@@ -2,14 +2,6 @@
 
 namespace {
 
-bool isDialogOf(HWND window, DWORD process) {
-    DWORD owner = 0;
-    GetWindowThreadProcessId(window, &owner);
-    char className[16] = "";
-    GetClassNameA(window, className, sizeof className);
-    return owner == process && lstrcmpA(className, "#32770") == 0 && IsWindowVisible(window);
-}
-
 std::string textOf(HWND window) {
     char text[256] = "";
     SendMessageA(window, WM_GETTEXT, sizeof text, reinterpret_cast<LPARAM>(text));
@@ -18,27 +10,27 @@ std::string textOf(HWND window) {
 
 // Message boxes may begin with an icon.
 std::string firstText(HWND dialog) {
-    HWND control = nullptr;
-    while ((control = FindWindowExA(dialog, control, "Static", nullptr)) != nullptr) {
-        const std::string text = textOf(control);
-        if (!text.empty()) return text;
+    std::string text;
+    for (HWND control = nullptr; text.empty();) {
+        control = FindWindowExA(dialog, control, "Static", nullptr);
+        if (!control) break;
+        text = textOf(control);
     }
-    return "";
+    return text;
 }
 
 }  // namespace
 
 void ForeignDialog::operator()(const PROCESS_INFORMATION& program) {
-    process_ = program.dwProcessId;
-    EnumWindows(onWindow, reinterpret_cast<LPARAM>(this));
-}
-
-BOOL CALLBACK ForeignDialog::onWindow(HWND window, LPARAM data) {
-    auto& self = *reinterpret_cast<ForeignDialog*>(data);
-    // A dialog that is being made has no buttons yet.
-    const bool ready = isDialogOf(window, self.process_) && GetDlgItem(window, self.button_);
-    if (!ready || !self.pressed_.insert(window).second) return TRUE;
-    self.seen_ += "[" + textOf(window) + "] " + firstText(window) + "\n";
-    PostMessageA(window, WM_COMMAND, static_cast<WPARAM>(self.button_), 0);
-    return TRUE;
+    constexpr const char* dialogClass = "#32770";
+    for (HWND window = nullptr; (window = FindWindowExA(nullptr, window, dialogClass, nullptr)) != nullptr;) {
+        DWORD owner = 0;
+        GetWindowThreadProcessId(window, &owner);
+        // A dialog that is being made has no buttons yet.
+        const bool ready =
+            owner == program.dwProcessId && IsWindowVisible(window) && GetDlgItem(window, button_);
+        if (!ready || !pressed_.insert(window).second) continue;
+        seen_ += "[" + textOf(window) + "] " + firstText(window) + "\n";
+        PostMessageA(window, WM_COMMAND, static_cast<WPARAM>(button_), 0);
+    }
 }

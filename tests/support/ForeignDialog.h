@@ -18,10 +18,7 @@ public:
     size_t count() const { return pressed_.size(); }
 
 private:
-    static BOOL CALLBACK onWindow(HWND window, LPARAM self);
-
     int button_;
-    DWORD process_ = 0;
     std::set<HWND> pressed_;
     std::string seen_;
 };

@@ -1,10 +1,12 @@
-// Compares a BMP file, as an independent decoder reads it, with the page that the virtual scanner had to
+// Compares BMP files, as an independent decoder reads them, with the pages that the virtual scanner had to
 // deliver.
 #pragma once
 
 #include <page/PageRenderer.h>
 
 #include <string>
+
+#include "ScanFolder.h"
 
 // What is to be on a page, from the settings of the scan.
 inline vscan::PageRequest pageOf(vscan::PixelKind kind, double dpi, int number = 1) {
@@ -23,6 +25,11 @@ inline vscan::PageRequest tonedPage(double dpi) {
     return request;
 }
 
-// What the file's header says and then "the page", "the page's first 35 rows", "the page and 33 rows more",
-// or where the first different pixel is: "8 bit, 75 dpi: the page".
-std::string comparePage(const std::string& path, const vscan::PageRequest& request);
+// Of each file in the folder a line with its name, what its header says and what it holds: "the page", "the
+// page's first 35 rows", "the page and 33 rows more", or where the first different pixel is. The next file is
+// compared with the next page. "\np1.bmp: 8 bit, 75 dpi: the page"
+std::string pagesIn(const ScanFolder& folder, vscan::PageRequest page);
+
+// What smscan prints in a folder of its own, and then what pagesIn shows of it.
+std::string scanned(const std::string& options, const std::string& settings,
+                    const vscan::PageRequest& page = {}, const ScanFolder::Watcher& watcher = nullptr);

@@ -12,31 +12,19 @@ namespace {
 constexpr DWORD timeLimit = 60000;  // milliseconds
 constexpr DWORD watchInterval = 20;
 
-fs::path binFolder() {
-    char path[MAX_PATH] = "";
-    GetModuleFileNameA(nullptr, path, sizeof path);
-    return fs::path(path).parent_path().parent_path();  // of bin\tests\this.exe
-}
-
 // A file that a program has as one of its standard handles. Each has a name of its own: Wine's desktop,
 // started by the first program, inherits the handle and keeps the file open for a while.
 class Capture {
 public:
-    explicit Capture(const std::string& folder) {
-        static int count = 0;
-        path_ = folder + "." + std::to_string(++count);
+    explicit Capture(const std::string& path) : path_(path) {
         SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
-        file_ = CreateFileA(path_.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, &inheritable,
-                            CREATE_ALWAYS, 0, nullptr);
+        handle = CreateFileA(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, &inheritable,
+                             CREATE_ALWAYS, 0, nullptr);
     }
     ~Capture() {
-        CloseHandle(file_);
+        CloseHandle(handle);
         DeleteFileA(path_.c_str());
     }
-    Capture(const Capture&) = delete;
-    Capture& operator=(const Capture&) = delete;
-
-    HANDLE handle() const { return file_; }
     std::string lines(const std::string& prefix) const {
         std::ifstream file(path_);
         std::string text;
@@ -45,9 +33,10 @@ public:
         return text;
     }
 
+    HANDLE handle;
+
 private:
     std::string path_;
-    HANDLE file_;
 };
 
 // Puts settings of the virtual scanner into the environment, or takes them out again.
@@ -66,7 +55,6 @@ std::string awaitEnd(const PROCESS_INFORMATION& program, const ScanFolder::Watch
     while (WaitForSingleObject(program.hProcess, watchInterval) == WAIT_TIMEOUT) {
         if (GetTickCount() - start > timeLimit) {
             TerminateProcess(program.hProcess, 1);
-            WaitForSingleObject(program.hProcess, timeLimit);
             return "ended by the test";
         }
         if (watcher) watcher(program);
@@ -92,15 +80,18 @@ ScanFolder::~ScanFolder() {
 
 std::string ScanFolder::run(const std::string& program, const std::string& arguments,
                             const std::string& settings, const Watcher& watcher) {
-    const std::string file = (binFolder() / program).string();
-    std::string command = "\"" + file + "\" " + arguments;
-    const Capture out(folder_);
-    const Capture errors(folder_);
+    static int count = 0;
+    const std::string number = std::to_string(++count);
+    const Capture out(folder_ + ".out" + number);
+    const Capture errors(folder_ + ".err" + number);
     STARTUPINFOA startup{};
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdOutput = out.handle();
-    startup.hStdError = errors.handle();
+    startup.hStdOutput = out.handle;
+    startup.hStdError = errors.handle;
+    // The tests' current folder is the one that the programs are in.
+    const std::string file = (fs::current_path() / program).make_preferred().string();
+    std::string command = "\"" + file + "\" " + arguments;
     PROCESS_INFORMATION process{};
     setEnvironment(settings, true);
     const bool started = CreateProcessA(file.c_str(), command.data(), nullptr, nullptr, TRUE, 0, nullptr,
