@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "settings/SettingKeys.h"
+#include "settings/SettingsReader.h"
 #include "source/VirtualScanner.h"
 #include "support/ContainerImage.h"
 
