@@ -42,7 +42,8 @@ wine_dir=$(cd -- "$wine_dir" && pwd)
 
 overrides='mscoree=;mshtml=;winemenubuilder.exe='
 case $prefix_name in
-  scan | scan-tests | screen) ;;
+  # Wine's manager would also load a source for cameras, each time: half of what opening a source takes.
+  scan | scan-tests | screen) overrides+=';gphoto2.ds=' ;;
   tests)
     overrides+=';twain_32=n'
     # The lock is held as long as this script runs.
