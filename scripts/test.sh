@@ -39,8 +39,10 @@ for variable in "${!VSCAN_@}"; do
   unset "$variable"
 done
 
+# One more than there are processors, as some tests wait for a source that hangs.
+jobs=$(($(nproc) + 1))
 rc=0
-ctest --test-dir "$build_dir" --output-on-failure --no-tests=error -j "$(nproc)" "${ctest_options[@]}" || rc=$?
+ctest --test-dir "$build_dir" --output-on-failure --no-tests=error -j "$jobs" "${ctest_options[@]}" || rc=$?
 
 # Each test program ends with two lines of doctest's: "[doctest] test cases: 3 | 3 passed | ..." and the same
 # for assertions. Their sums are the totals.
