@@ -1,20 +1,23 @@
-# add_wine_test(<name> <target> [PREFIX tests|scan] [ARGS <argument>...] [RESOURCE_LOCK <lock>...]
-#               [ENVIRONMENT <NAME=value>...] [LABELS <label>...] [TIMEOUT <seconds>])
+# add_wine_test(<name> <target> [PREFIX tests|scan] [ARGS <argument>...] [ENVIRONMENT <NAME=value>...]
+#               [LABELS <label>...] [COST <seconds>] [TIMEOUT <seconds>])
 #
 # Registers the program built by <target> as the CTest test <name>. From Linux it runs under Wine, in a prefix
-# of the project's own below the build folder; a fixture makes the prefix and brings its files up to date.
+# of the project's own below the build folder; a fixture makes the one that all others are copied from.
 #
-#   PREFIX tests   (the default) C:\windows\twain_32.dll is the scriptable manager, bin/tests/twain_32.dll
+#   PREFIX tests   (the default) C:\windows\twain_32.dll is the scriptable manager, bin/tests/twain_32.dll. As
+#                  long as the program runs it has INI files, registry and windows for itself: scripts/wine.sh
+#                  takes a prefix that no other program uses
 #   PREFIX scan    Wine's own TWAIN manager; the virtual scanner, bin/vscan.ds, is C:\windows\twain_32\sane.ds,
-#                  with the source tree's vscan.ini beside it (a test's own VSCAN_<KEY> go into ENVIRONMENT)
-#   RESOURCE_LOCK  tests naming the same lock never run at the same time: for INI files, registry, windows
-#                  that are found by name. All tests of one kind of prefix share one Windows folder.
+#                  with the source tree's vscan.ini beside it (a test's own VSCAN_<KEY> go into ENVIRONMENT).
+#                  All programs share it
+#   COST           how long it runs, about: the longest are started first
 #   TIMEOUT        in seconds, 120 when left out
 #
-# The current folder is ${PRODUCT_DIR}, where ScanModule.dll is. On Windows the program runs
-# directly and PREFIX only adds a label, so that tests which need a manager can be left out (ctest -LE).
+# The current folder is ${PRODUCT_DIR}, where ScanModule.dll is. On Windows the program runs directly, one at a
+# time, and PREFIX only adds a label, so that tests which need a manager can be left out (ctest -LE). A test
+# program that finds nothing to do has failed.
 function(add_wine_test name target)
-  cmake_parse_arguments(PARSE_ARGV 2 arg "" "PREFIX;TIMEOUT" "ARGS;RESOURCE_LOCK;ENVIRONMENT;LABELS")
+  cmake_parse_arguments(PARSE_ARGV 2 arg "" "PREFIX;COST;TIMEOUT" "ARGS;ENVIRONMENT;LABELS")
   if(arg_UNPARSED_ARGUMENTS)
     message(FATAL_ERROR "add_wine_test(${name}): unknown arguments ${arg_UNPARSED_ARGUMENTS}")
   endif()
@@ -24,46 +27,44 @@ function(add_wine_test name target)
   if(NOT arg_PREFIX MATCHES "^(tests|scan)$")
     message(FATAL_ERROR "add_wine_test(${name}): PREFIX is tests or scan, not ${arg_PREFIX}")
   endif()
+  if(NOT arg_COST)
+    set(arg_COST 0)
+  endif()
   if(NOT arg_TIMEOUT)
     set(arg_TIMEOUT 120)
   endif()
 
   set(launcher "")
-  set(hold_stderr "")
   if(NOT CMAKE_HOST_WIN32)
-    _wine_test_fixture(${arg_PREFIX} launcher)
-    set(hold_stderr --hold-stderr)
+    # The user's own "scan" prefix, with settings of his own, stays out of the tests' way.
+    string(REGEX REPLACE "^scan$" "scan-tests" prefix ${arg_PREFIX})
+    set(launcher ${PROJECT_SOURCE_DIR}/scripts/wine.sh --build-dir ${PROJECT_BINARY_DIR} --prefix ${prefix}
+                 --hold-stderr)
   endif()
   add_test(
     NAME ${name}
-    COMMAND ${launcher} ${hold_stderr} $<TARGET_FILE:${target}> ${arg_ARGS}
+    COMMAND ${launcher} $<TARGET_FILE:${target}> ${arg_ARGS}
     WORKING_DIRECTORY ${PRODUCT_DIR})
   set_tests_properties(
     ${name}
-    PROPERTIES TIMEOUT ${arg_TIMEOUT}
+    PROPERTIES COST ${arg_COST}
+               TIMEOUT ${arg_TIMEOUT}
                LABELS "${arg_PREFIX};${arg_LABELS}"
                ENVIRONMENT "${arg_ENVIRONMENT}"
-               RESOURCE_LOCK "${arg_RESOURCE_LOCK}")
+               FAIL_REGULAR_EXPRESSION "test cases: +0 ")
   if(launcher)
-    set_tests_properties(${name} PROPERTIES FIXTURES_REQUIRED wine_prefix_${arg_PREFIX})
+    _wine_base_fixture()
+    set_tests_properties(${name} PROPERTIES FIXTURES_REQUIRED wine_prefix)
+  else()
+    set_tests_properties(${name} PROPERTIES RESOURCE_LOCK windows_folder)
   endif()
 endfunction()
 
-# Gives the command that runs a program in the prefix, and registers the fixture that makes the prefix once.
-function(_wine_test_fixture prefix launcher_variable)
-  # The user's own "scan" prefix, with settings of his own, stays out of the tests' way.
-  if(prefix STREQUAL "scan")
-    set(folder scan-tests)
-  else()
-    set(folder ${prefix})
-  endif()
-  set(launcher ${PROJECT_SOURCE_DIR}/scripts/wine.sh --build-dir ${PROJECT_BINARY_DIR} --prefix ${folder})
-  set(${launcher_variable} ${launcher} PARENT_SCOPE)
-
-  get_property(known GLOBAL PROPERTY WINE_PREFIX_FIXTURE_${prefix})
-  if(NOT known)
-    set_property(GLOBAL PROPERTY WINE_PREFIX_FIXTURE_${prefix} TRUE)
-    add_test(NAME wine_prefix_${prefix} COMMAND ${launcher} --prepare)
-    set_tests_properties(wine_prefix_${prefix} PROPERTIES FIXTURES_SETUP wine_prefix_${prefix} TIMEOUT 180)
+# Registers the fixture once.
+function(_wine_base_fixture)
+  if(NOT TEST wine_prefix)
+    add_test(NAME wine_prefix COMMAND ${PROJECT_SOURCE_DIR}/scripts/wine_prefix.sh
+                                      --build-dir ${PROJECT_BINARY_DIR} base)
+    set_tests_properties(wine_prefix PROPERTIES FIXTURES_SETUP wine_prefix TIMEOUT 180)
   endif()
 endfunction()

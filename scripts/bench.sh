@@ -25,8 +25,8 @@ while (($# > 0)); do
   shift
 done
 
-"$REPO/scripts/setup.sh"
-build mingw32 benchmarks
+"$REPO/scripts/setup.sh" scan
+"$REPO/scripts/build.sh" benchmarks
 
 bin=$REPO/build/mingw32/bin
 programs=()

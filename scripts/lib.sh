@@ -1,6 +1,7 @@
 # shellcheck shell=bash
 # Shared by the scripts of this folder; sourced, not run.
 
+# shellcheck disable=SC2034 # for the scripts that source this
 REPO=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd -P)
 SCRIPT_NAME=${0##*/}
 
@@ -44,26 +45,4 @@ locked() {
   fi
   "$@" 9>&-
   exec 9>&-
-}
-
-# build PRESET [TARGET...]: configures build/PRESET where needed and builds the targets (all without any).
-build() {
-  local preset=$1
-  shift
-  locked "$REPO/build/$preset.lock" build_unlocked "$preset" "$@"
-}
-
-build_unlocked() {
-  local preset=$1 dir=$REPO/build/$1 home
-  shift
-  # A cache that was made before the folder moved here is of no use.
-  if [[ -f $dir/CMakeCache.txt ]]; then
-    home=$(sed -n 's/^CMAKE_HOME_DIRECTORY:INTERNAL=//p' "$dir/CMakeCache.txt")
-    [[ $home -ef $REPO ]] || rm -rf -- "$dir/CMakeCache.txt" "$dir/CMakeFiles" "$dir/build.ninja"
-  fi
-  if [[ ! -f $dir/build.ninja ]]; then
-    run_step "Configuring (preset $preset) ..." "$REPO/build/$preset-configure.log" \
-      env -C "$REPO" cmake --preset "$preset"
-  fi
-  run_step "Bringing build/$preset up to date ..." "$REPO/build/$preset-build.log" ninja -C "$dir" "$@"
 }

@@ -5,8 +5,8 @@ set -euo pipefail
 # shellcheck source-path=SCRIPTDIR source=lib.sh
 source "$(dirname -- "${BASH_SOURCE[0]}")/lib.sh"
 
-"$REPO/scripts/setup.sh"
-build mingw32 ScanModule smscan virtual_scanner
+"$REPO/scripts/setup.sh" scan
+"$REPO/scripts/build.sh" ScanModule smscan virtual_scanner
 
 # Wine shows the Unix tree as drive Z:, and Unix paths name files there while Z: is the current drive: it is,
 # unless the current folder lies inside a prefix. So --output is made absolute, and such a folder left.

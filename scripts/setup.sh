@@ -1,25 +1,43 @@
 #!/usr/bin/env bash
-# Installs what building and testing need and this machine lacks. Made for Debian 12 on 64-bit PCs; needs
-# root or sudo only when something is missing, and asks apt nothing when nothing is.
+# Installs what a job needs and this machine lacks. Made for Debian 12 on 64-bit PCs; needs root or sudo only when
+# something is missing, and asks apt nothing when nothing is.
 set -euo pipefail
 # shellcheck source-path=SCRIPTDIR source=lib.sh
 source "$(dirname -- "${BASH_SOURCE[0]}")/lib.sh"
 
-# Each row: a Debian package and a file by which its presence is seen. The one list of what is needed.
+usage() {
+  cat <<'EOF'
+usage: setup.sh scan|test
+Installs what is missing for building the programs and running them ("scan"; benchmarks need no more), or for the
+tests and the checks of the sources as well ("test").
+EOF
+}
+
+job=${1-}
+case $job in
+  scan | test) (($# == 1)) || { usage >&2; exit 2; } ;;
+  --help) usage; exit 0 ;;
+  *) usage >&2; exit 2 ;;
+esac
+
+# Each row: the first job that needs it, a Debian package, and a file by which its presence is seen. The one list
+# of what is needed.
 readonly REQUIREMENTS=(
-  'g++-mingw-w64-i686-win32 /usr/bin/i686-w64-mingw32-g++-win32'
-  'binutils-mingw-w64-i686  /usr/bin/i686-w64-mingw32-windres'
-  'cmake                    /usr/bin/cmake'
-  'ninja-build              /usr/bin/ninja'
-  'wine                     /usr/bin/wine'
-  'wine32:i386              /usr/lib/wine/wine'
-  'doctest-dev              /usr/include/doctest/doctest.h'
-  'libstb-dev               /usr/include/stb/stb_image.h'
+  'scan g++-mingw-w64-i686-win32 /usr/bin/i686-w64-mingw32-g++-win32'
+  'scan binutils-mingw-w64-i686  /usr/bin/i686-w64-mingw32-windres'
+  'scan cmake                    /usr/bin/cmake'
+  'scan ninja-build              /usr/bin/ninja'
+  'scan wine                     /usr/bin/wine'
+  'scan wine32:i386              /usr/lib/wine/wine'
+  'test doctest-dev              /usr/include/doctest/doctest.h'
+  'test libstb-dev               /usr/include/stb/stb_image.h'
+  'test clang-format-14          /usr/bin/clang-format-14'
 )
 
 missing=()
 for requirement in "${REQUIREMENTS[@]}"; do
-  read -r package file <<<"$requirement"
+  read -r needed_by package file <<<"$requirement"
+  [[ $needed_by == scan || $needed_by == "$job" ]] || continue
   [[ -e $file ]] || missing+=("$package")
 done
 if ((${#missing[@]} == 0)); then

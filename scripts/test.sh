@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds everything (warnings are errors) and runs all tests under Wine.
+# Installs what is missing, checks the sources, builds everything (warnings are errors) and runs all tests under
+# Wine.
 set -euo pipefail
 # shellcheck source-path=SCRIPTDIR source=lib.sh
 source "$(dirname -- "${BASH_SOURCE[0]}")/lib.sh"
@@ -24,18 +25,24 @@ while (($# > 0)); do
   shift
 done
 
-"$REPO/scripts/setup.sh"
+build_dir=$REPO/build/$preset
+"$REPO/scripts/setup.sh" test
 "$REPO/scripts/check_sources.sh"
-build "$preset"
+# Making a Wine prefix is mostly waiting, so it's done beside the compiler's work.
+"$REPO/scripts/wine_prefix.sh" --build-dir "$build_dir" base &
+prefix=$!
+"$REPO/scripts/build.sh" --preset "$preset" --with-tests
+wait "$prefix" || fail "there is no Wine prefix to run the tests in"
 
 # The virtual scanner's settings of whoever calls this are not the tests' settings.
 for variable in "${!VSCAN_@}"; do
   unset "$variable"
 done
 
-build_dir=$REPO/build/$preset
+# One more than there are processors, as some tests wait for a source that hangs.
+jobs=$(($(nproc) + 1))
 rc=0
-ctest --test-dir "$build_dir" --output-on-failure --no-tests=error -j "$(nproc)" "${ctest_options[@]}" || rc=$?
+ctest --test-dir "$build_dir" --output-on-failure --no-tests=error -j "$jobs" "${ctest_options[@]}" || rc=$?
 
 # Each test program ends with two lines of doctest's: "[doctest] test cases: 3 | 3 passed | ..." and the same
 # for assertions. Their sums are the totals.
