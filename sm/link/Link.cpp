@@ -21,9 +21,11 @@ void Link::load() {
     if (isLoaded()) return;
     char directory[256] = "";
     char path[256 + sizeof managerFile];
-    GetWindowsDirectoryA(directory, sizeof directory);
+    // Without a folder the path would name the root of the current drive.
+    const UINT length = GetWindowsDirectoryA(directory, sizeof directory);
+    const bool isKnown = length > 0 && length < sizeof directory;
     wsprintfA(path, "%s\\%s", directory, managerFile);
-    library_ = LoadLibraryA(path);
+    library_ = isKnown ? LoadLibraryA(path) : nullptr;
     if (library_ == nullptr) {
         trace.warn("LoadLibrary fails");
         entry_ = nullptr;
