@@ -15,6 +15,7 @@ constexpr char defaultKey[] = "Default Source";
 constexpr int32_t notFound = TWCC_BADDEST;
 // More answers than any machine has sources: a manager that never ends its list must not hang the host.
 constexpr int mostAnswers = 256;
+constexpr char endlessList[] = "The list of sources has no end";
 
 bool isListed(const TW_IDENTITY& source) {
     return std::strcmp(source.Manufacturer, brandName) == 0 &&
@@ -85,9 +86,18 @@ bool isSubfolder(const WIN32_FIND_DATAA& entry) {
 }
 
 // A match is what the next OpenDS opens; the system's default stays as it is.
-int32_t findInManagerList(Link& link, const char* productName) {
+int32_t findInManagerList(Link& link, const Caller& caller, const char* productName) {
     TW_UINT16 code = link.identity(MSG_GETFIRST, link.dataSource);
-    for (int answer = 0; answer < mostAnswers && code != TWRC_ENDOFLIST; ++answer) {
+    if (code != TWRC_SUCCESS && code != TWRC_ENDOFLIST) {
+        const int32_t failure = link.operationFailed(caller);
+        // A condition code of 0 must not pass for a find.
+        return failure != 0 ? failure : notFound;
+    }
+    for (int answer = 0; code != TWRC_ENDOFLIST; ++answer) {
+        if (answer == mostAnswers) {
+            caller.warn(endlessList);
+            break;
+        }
         if (code == TWRC_SUCCESS && isNamed(link.dataSource, productName)) return 0;
         code = link.identity(MSG_GETNEXT, link.dataSource);
     }
@@ -174,7 +184,11 @@ int32_t TScanModule::GetAllDS(const char* profilePath) {
     } else {
         list.start();
         list.add(source);
-        for (int answer = 0; answer < mostAnswers; ++answer) {
+        for (int answer = 0;; ++answer) {
+            if (answer == mostAnswers) {
+                trace.warn(endlessList);
+                break;
+            }
             const TW_UINT16 code = link_.identity(MSG_GETNEXT, source);
             if (code == TWRC_ENDOFLIST) break;
             if (code == TWRC_SUCCESS) list.add(source);
@@ -199,7 +213,7 @@ int32_t TScanModule::SetDefaultDriver(HWND parent, const char* productName) {
     int32_t result = 0;
     if (!hasDefault || !isNamed(link_.dataSource, productName)) {
         result = searchesDriverFolders() ? findInDriverFolders(*this, productName)
-                                         : findInManagerList(link_, productName);
+                                         : findInManagerList(link_, trace, productName);
         if (result != 0) link_.dataSource = TW_IDENTITY{};
     }
     CloseDSM(parent);
