@@ -112,7 +112,7 @@ int32_t TScanModule::GetScanCap(SmScanAbility* ability) {
 int32_t TScanModule::GetDSProductName(char* name) {
     const MethodTrace trace{"TScanModule::GetDSProductName"};
     if (const int32_t refused = link_.checkAvailable(trace)) return refused;
-    lstrcpyA(name, link_.dataSource.ProductName);
+    lstrcpynA(name, link_.dataSource.ProductName, sizeof link_.dataSource.ProductName);
     return 0;
 }
 
@@ -120,6 +120,6 @@ int32_t TScanModule::GetDSProductFamily(char* family) {
     // Kept: its lines name the other getter.
     const MethodTrace trace{"TScanModule::GetDSProductName"};
     if (const int32_t refused = link_.checkAvailable(trace)) return refused;
-    lstrcpyA(family, link_.dataSource.ProductFamily);
+    lstrcpynA(family, link_.dataSource.ProductFamily, sizeof link_.dataSource.ProductFamily);
     return 0;
 }

@@ -130,7 +130,7 @@ int32_t TScanModule::CloseDS() {
     if (link_.state == stateManagerOpen) {
         trace.warn("DS is already closed");
     } else if (link_.state == stateSourceOpen) {
-        if (link_.manager(DAT_IDENTITY, MSG_CLOSEDS, &link_.dataSource) != TWRC_SUCCESS)
+        if (link_.identity(MSG_CLOSEDS, link_.dataSource) != TWRC_SUCCESS)
             return link_.operationFailed(trace);
         link_.state = stateManagerOpen;
     } else {
