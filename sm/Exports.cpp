@@ -1,7 +1,5 @@
 // The library's entry and its exports: one-line forwards to the one module object. The .def file gives them
 // their undecorated names and fixed ordinals.
-#include <new>
-
 #include "TScanModule.h"
 
 namespace {
@@ -16,7 +14,7 @@ TScanModule* module = nullptr;
 BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
     switch (reason) {
         case DLL_PROCESS_ATTACH:
-            module = new (std::nothrow) TScanModule(instance);
+            module = new TScanModule(instance);
             break;
         case DLL_PROCESS_DETACH:
             delete module;

@@ -11,6 +11,7 @@
 #include <windows.h>
 
 #include <cstdint>
+#include <cstdlib>
 
 #include "base/Host.h"
 #include "base/Trace.h"
@@ -27,6 +28,11 @@ public:
     virtual ~TScanModule();
     TScanModule(const TScanModule&) = delete;
     TScanModule& operator=(const TScanModule&) = delete;
+
+    // Not the C++ library's: they bring along its exceptions, whose reserve of memory is never given back
+    // when the library is unloaded. Null when there is no memory.
+    static void* operator new(size_t size) noexcept { return std::malloc(size); }
+    static void operator delete(void* block) noexcept { std::free(block); }
 
     BOOL IsTWAINAvailable();
     TW_UINT16 CapNegotiate(TW_UINT16 message, TW_CAPABILITY* cap);
