@@ -19,6 +19,7 @@ constexpr char switchFile[] = "DEBUGSM.INI";
 constexpr char switchSection[] = "Debug";
 constexpr char separator[] = "    ";
 constexpr int separatorsBeforeTopLevelCall = 3;
+constexpr UINT longestWait = 5000;  // milliseconds
 
 struct LevelWords {
     const char* switchKey;
@@ -32,13 +33,21 @@ const LevelWords& wordsOf(TraceLevel level) {
 
 HWND viewer = nullptr;
 HANDLE mapping = nullptr;
+char* mappedView = nullptr;
 // Coming lines minus Leaving lines written. Not clamped: switching the trace on in the middle of a call may
 // drive it below zero.
 int32_t nesting = 0;
 
+// Returns when the viewer has read the text. One that takes no messages is given up for good: it must not
+// hold up the host, not even at every single line.
 void sendText(const char* text, size_t size) {
+    if (view == nullptr) return;
     std::memcpy(view, text, size);
-    SendMessageA(viewer, viewerMessage, 0, reinterpret_cast<LPARAM>(view));
+    DWORD_PTR answer;
+    if (!SendMessageTimeoutA(viewer, viewerMessage, 0, reinterpret_cast<LPARAM>(view), SMTO_ABORTIFHUNG,
+                             longestWait, &answer)) {
+        view = nullptr;
+    }
 }
 
 void connectToViewer() {
@@ -46,7 +55,8 @@ void connectToViewer() {
     if (viewer == nullptr || !IsWindow(viewer)) return;
     mapping = OpenFileMappingA(FILE_MAP_ALL_ACCESS, FALSE, mappingName);
     if (mapping == nullptr) return;
-    view = static_cast<char*>(MapViewOfFile(mapping, FILE_MAP_ALL_ACCESS, 0, 0, 0));
+    mappedView = static_cast<char*>(MapViewOfFile(mapping, FILE_MAP_ALL_ACCESS, 0, 0, 0));
+    view = mappedView;
 }
 
 void createSwitchFile() {
@@ -118,9 +128,9 @@ void setUp() {
 }
 
 void shutDown() {
-    if (view != nullptr) UnmapViewOfFile(view);
+    if (mappedView != nullptr) UnmapViewOfFile(mappedView);
     if (mapping != nullptr) CloseHandle(mapping);
-    view = nullptr;
+    view = mappedView = nullptr;
     mapping = nullptr;
     viewer = nullptr;
 }

@@ -23,7 +23,7 @@ namespace trace {
 void setUp();
 void shutDown();
 
-// The viewer's memory; null without a viewer. Only for the test below.
+// The viewer's memory; null without a viewer that listens. Only for the test below.
 extern char* view;
 
 // A part of a line: a text, or a number.
