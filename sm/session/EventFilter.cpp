@@ -29,6 +29,12 @@ BOOL TScanModule::IsDSEvent(MSG* msg) {
     switch (event.TWMessage) {
         case MSG_XFERREADY: {
             const MethodTrace trace{"TScanModule::IsDSEvent capturing MSG_XFERREADY"};
+            if (transfers_.running) {
+                // From inside a handler: the running batch holds buffers that a second one would free.
+                trace.warn("A batch is running already");
+                break;
+            }
+            const RunningBatch running{transfers_};
             if (oneShot_.active) {
                 ProcessPrestoScanImage();
             } else if (!transferSuppressed()) {

@@ -12,6 +12,7 @@
 struct Transfers {
     TransferRecords records = {};
     TransferArea area = {};
+    bool running = false;
     bool cancelThis = false;
     bool cancelAll = false;
     uint16_t pendingCount = 0;
@@ -21,6 +22,18 @@ struct Transfers {
 
     bool cancelRequested() const { return cancelThis || cancelAll; }
     void clearCancel() { cancelThis = cancelAll = false; }
+};
+
+// Marks a batch as running, for one scope.
+class RunningBatch {
+public:
+    explicit RunningBatch(Transfers& transfers) : transfers_(transfers) { transfers_.running = true; }
+    ~RunningBatch() { transfers_.running = false; }
+    RunningBatch(const RunningBatch&) = delete;
+    RunningBatch& operator=(const RunningBatch&) = delete;
+
+private:
+    Transfers& transfers_;
 };
 
 // Reports a cancelled or failed native or file transfer; gives what XferEnd reports.
