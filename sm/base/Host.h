@@ -20,6 +20,8 @@ struct Host {
 
     // One line at level Fatal when the first four, and one when the others can't all be had.
     void registerMessages();
+    // False once the window was destroyed: nobody is left who could cancel.
+    bool isThere() const { return IsWindow(window) != FALSE; }
     // Returns when the host's handler has run.
     LRESULT tell(UINT message, WPARAM wParam, const void* lParam = nullptr) const;
 };

@@ -32,6 +32,13 @@ bool isStorable(const TW_IMAGEINFO& info) {
     }
 }
 
+// More than any source gives of an image, however it pads its rows and fills up its last strip.
+uint64_t mostBytes(const TW_IMAGEINFO& info) {
+    const auto side = [](int32_t pixels) { return static_cast<uint64_t>(pixels > 0 ? pixels : 0); };
+    constexpr uint64_t slack = 1 << 20;
+    return slack + 4 * (side(info.ImageWidth) * side(info.ImageLength) * info.BitsPerPixel / 8);
+}
+
 // A setting that the source rejects makes it show its own window, where the user can correct it.
 void applySettings(TScanModule& module, const MethodTrace& trace, PrestoScanSettings& s) {
     if (module.SetPixelType(s.PixelType) != 0) {
@@ -183,6 +190,8 @@ private:
         trace_.note("Do while-loop to get image data");
         TW_UINT16 code;
         int emptyStrips = 0;
+        uint64_t bytes = 0;
+        const uint64_t most = mostBytes(info);
         do {
             TW_IMAGEMEMXFER strip = makeStripRequest(buffer.data(), buffer.size());
             code = fetchStrip(link_, strip, buffer.size());
@@ -192,10 +201,14 @@ private:
             if (const int32_t failure = module_.AppendBufferToFile(file, &info, &strip, buffer.data()))
                 return failure;
             emptyStrips = strip.BytesWritten == 0 ? emptyStrips + 1 : 0;
-        } while (code != TWRC_XFERDONE && emptyStrips < mostEmptyStrips);
+            bytes += strip.BytesWritten;
+        } while (code != TWRC_XFERDONE && emptyStrips < mostEmptyStrips && bytes < most);
         _lclose(file);
         if (code == TWRC_XFERDONE) return SM_SCANTOFILE_DONE;
-        if (code == TWRC_SUCCESS) return SM_SCANTOFILE_BAD_IMAGE;
+        if (code == TWRC_SUCCESS) {
+            trace_.warn(endlessStrips);
+            return SM_SCANTOFILE_BAD_IMAGE;
+        }
         if (code == TWRC_CANCEL) {
             trace_.warn("Image xfer canceled");
             return SM_SCANTOFILE_CANCELLED;

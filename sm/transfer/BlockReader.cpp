@@ -82,7 +82,16 @@ int32_t pullStrip(TScanModule& module, Link& link, Transfers& transfers, const M
     }
     *count = copyStrip(image, destination, size, strip, buffer);
     buffer.Free();
-    if (!transfers.cancelRequested() && code == TWRC_XFERDONE) {
+    image.emptyStrips = strip.BytesWritten == 0 ? image.emptyStrips + 1 : 0;
+    if (code == TWRC_SUCCESS && image.emptyStrips == mostEmptyStrips) {
+        trace.warn(endlessStrips);
+        image = PulledImage{};
+        *count = imageOver;
+        module.EndThisXfer(&pending);
+        module.EndAllXfer();
+        return 0;
+    }
+    if (!transfers.cancelThis && !transfers.cancelAll && code == TWRC_XFERDONE) {
         // Kept: how long the last strip is isn't said; its bytes are in the host's buffer.
         image.bytesPerPixel = 0;
         *count = imageOver;

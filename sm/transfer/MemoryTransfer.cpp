@@ -61,7 +61,7 @@ public:
         record.Target.Buffer = &transfers_.area.buffer;
         trace.note("Send WM_XFERSTART");
         host_.tell(host_.xferStart, 0, &record);
-        if (transfers_.cancelRequested()) {
+        if (transfers_.cancelRequested(host_)) {
             trace.warn("AP cancel image xfer");
             return SM_XFEREND_CANCELLED_BY_HOST;
         }
@@ -70,12 +70,14 @@ public:
 
 private:
     int32_t pushStrips(const MethodTrace& trace, const TW_IMAGEINFO& info) {
-        const SmBufferDescriptor& descriptor = transfers_.area.buffer;
+        int emptyStrips = 0;
         trace.note("Process memory buffer");
         own_.Free();
         if (!chooseBuffer(trace)) return TWCC_LOWMEMORY;
         trace.note("Do while-loop to get image data");
         for (;;) {
+            // As it is now: what the source calls may change it before the strip is there.
+            const SmBufferDescriptor descriptor = transfers_.area.buffer;
             TW_IMAGEMEMXFER strip = makeStripRequest(descriptor.BufferPointer, descriptor.BufferSize);
             trace.note("MSG_GET DAT_IMAGEMEMXFER");
             const TW_UINT16 code = fetchStrip(link_, strip, descriptor.BufferSize);
@@ -93,8 +95,13 @@ private:
             convertStrip(info, strip, descriptor, transfers_.conversion);
             trace.note("Send WM_XFERDATA");
             host_.tell(host_.xferData, 0, &transfers_.records.strip);
-            if (transfers_.cancelRequested()) return SM_XFEREND_CANCELLED_BY_HOST;
+            if (transfers_.cancelRequested(host_)) return SM_XFEREND_CANCELLED_BY_HOST;
             if (code == TWRC_XFERDONE) return SM_XFEREND_DONE;
+            emptyStrips = strip.BytesWritten == 0 ? emptyStrips + 1 : 0;
+            if (emptyStrips == mostEmptyStrips) {
+                trace.warn(endlessStrips);
+                return TWCC_BUMMER;
+            }
             if (!chooseBuffer(trace)) return TWCC_LOWMEMORY;
         }
     }
@@ -193,7 +200,8 @@ void TScanModule::DoMemXfer() {
             host_.tell(host_.closeDSReq, 0);
             break;
         }
-        if (transfers_.cancelAll || undescribed == mostUndescribedImages) {
+        if (undescribed == mostUndescribedImages) trace.warn(endlessImages);
+        if (transfers_.allCancelled(host_) || undescribed == mostUndescribedImages) {
             EndAllXfer();
             break;
         }

@@ -26,6 +26,7 @@ struct PulledImage {
     int32_t width;           // pixels; not above 0 when the source doesn't know
     uint32_t bitsPerPixel;   // of the source's rows
     StripBufferSizes sizes;
+    int emptyStrips;  // in a row
 };
 // What the block reader counts when an image is over.
 constexpr uint32_t imageOver = 0xFFFFFFFF;

@@ -90,7 +90,8 @@ public:
                 runImage(caller, record, transferImage);
             }
             module_.EndThisXfer(&pending);
-            if (transfers_.cancelAll || undescribed == mostUndescribedImages) {
+            if (undescribed == mostUndescribedImages) caller.warn(endlessImages);
+            if (transfers_.allCancelled(host_) || undescribed == mostUndescribedImages) {
                 module_.EndAllXfer();
                 break;
             }
@@ -108,7 +109,7 @@ private:
         caller.note("Send WM_XFERSTART");
         host_.tell(host_.xferStart, 0, &record);
         int32_t result = SM_XFEREND_CANCELLED_BY_HOST;
-        if (transfers_.cancelRequested()) {
+        if (transfers_.cancelRequested(host_)) {
             caller.warn("AP cancel image xfer");
         } else {
             result = transferImage();

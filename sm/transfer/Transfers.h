@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "base/Host.h"
 #include "base/Trace.h"
 #include "link/Link.h"
 #include "transfer/StripBuffer.h"
@@ -20,7 +21,9 @@ struct Transfers {
     // Asked once.
     const ConversionPath conversion = fastestConversionPath();
 
-    bool cancelRequested() const { return cancelThis || cancelAll; }
+    // A host whose window is gone counts as one that cancelled everything.
+    bool allCancelled(const Host& host) const { return cancelAll || !host.isThere(); }
+    bool cancelRequested(const Host& host) const { return cancelThis || allCancelled(host); }
     void clearCancel() { cancelThis = cancelAll = false; }
 };
 
