@@ -9,6 +9,7 @@ namespace {
 
 // Whether a row can be as wide as the strip says.
 bool isPossible(const PulledImage& image, const TW_IMAGEMEMXFER& strip) {
+    if (!image.described) return false;
     if (image.width > 0) return strip.Columns <= static_cast<uint32_t>(image.width);
     return static_cast<uint64_t>(strip.Columns) * image.bitsPerPixel <=
            static_cast<uint64_t>(strip.BytesPerRow) * 8;
@@ -73,6 +74,8 @@ int32_t pullStrip(TScanModule& module, Link& link, Transfers& transfers, const M
         return 0;
     }
     if (code != TWRC_SUCCESS && code != TWRC_XFERDONE) {
+        // Asked before there was an image: the next call asks for its description anew.
+        if (!image.described) image.bytesPerPixel = 0;
         const int32_t result = link.conditionCode();
         if (result == TWCC_OPERATIONERROR) {
             module.EndAllXfer();
@@ -109,7 +112,8 @@ void TScanModule::ReadBlock(uint8_t* destination, uint32_t size, uint32_t* count
     if (image.bytesPerPixel == 0) {
         GetMemXferSize(&image.sizes.min, &image.sizes.max, &image.sizes.preferred);
         TW_IMAGEINFO info = {};
-        link_.imageInfo(info);
+        // Kept: an image that the source doesn't describe is pulled all the same.
+        image.described = link_.imageInfo(info) == TWRC_SUCCESS;
         image.bytesPerPixel = info.PixelType == TWPT_RGB ? 3 : 1;
         image.width = info.ImageWidth;
         image.bitsPerPixel = static_cast<uint16_t>(info.BitsPerPixel);
