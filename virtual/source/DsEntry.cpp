@@ -9,6 +9,13 @@
 #include "source/HostRecord.h"
 #include "source/VirtualScanner.h"
 
+#if defined(_MSC_VER)
+#include <intrin.h>
+#define RETURN_ADDRESS() _ReturnAddress()
+#else
+#define RETURN_ADDRESS() __builtin_return_address(0)
+#endif
+
 namespace {
 
 using vscan::VirtualScanner;
@@ -39,12 +46,14 @@ public:
         if (!scanner_.pageComplaint().empty()) report(scanner_.pageComplaint());
     }
 
-    TW_UINT16 call(pTW_IDENTITY origin, TW_UINT32 group, TW_UINT16 argumentType, TW_UINT16 message,
-                   TW_MEMREF data) {
+    // `caller` is code of the manager.
+    TW_UINT16 call(const void* caller, pTW_IDENTITY origin, TW_UINT32 group, TW_UINT16 argumentType,
+                   TW_UINT16 message, TW_MEMREF data) {
         const TW_UINT16 result = scanner_.call(group, argumentType, message, data);
         const bool opened = group == DG_CONTROL && argumentType == DAT_IDENTITY && message == MSG_OPENDS &&
                             result == TWRC_SUCCESS;
         if (!opened) return result;
+        manager_ = moduleOf(caller);
         if (const auto* host = vscan::hostRecord<TW_IDENTITY>(origin, MSG_SET)) host_ = *host;
         // The manager numbers its sources; it knows this one again by the identity it opened.
         if (const auto* own = vscan::hostRecord<TW_IDENTITY>(data, MSG_SET)) own_ = *own;
@@ -60,18 +69,28 @@ private:
         return settings;
     }
 
-    // Sources reach the host through the manager that loaded them.
+    static HMODULE moduleOf(const void* code) {
+        constexpr DWORD byAddress =
+            GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
+        HMODULE found = nullptr;
+        return GetModuleHandleExA(byAddress, static_cast<const char*>(code), &found) ? found : nullptr;
+    }
+
+    // Sources reach the host through the manager that opened them. A process may have two, and one that
+    // doesn't know this source may fail badly; names serve only where the caller was no manager itself.
     void notify(TW_UINT16 message) {
-        for (const char* manager : {"TWAIN_32.DLL", "TWAINDSM.DLL"}) {
-            const HMODULE library = GetModuleHandleA(manager);
+        for (const HMODULE library :
+             {manager_, GetModuleHandleA("TWAINDSM.DLL"), GetModuleHandleA("TWAIN_32.DLL")}) {
             const FARPROC entry = library ? GetProcAddress(library, "DSM_Entry") : nullptr;
             if (!entry) continue;
             const auto dsmEntry = reinterpret_cast<DSMENTRYPROC>(reinterpret_cast<void*>(entry));
             if (dsmEntry(&own_, &host_, DG_CONTROL, DAT_NULL, message, nullptr) == TWRC_SUCCESS) return;
+            break;
         }
         report("the source manager took no notice of message " + std::to_string(message));
     }
 
+    HMODULE manager_ = nullptr;
     TW_IDENTITY host_{};
     TW_IDENTITY own_{};
     VirtualScanner scanner_;
@@ -86,7 +105,7 @@ extern "C" TW_UINT16 WINAPI DS_Entry(pTW_IDENTITY origin, TW_UINT32 group, TW_UI
     try {
         // Made at the first call rather than when the DLL is loaded, where little is allowed.
         if (!source) source = new Source;
-        return source->call(origin, group, argumentType, message, data);
+        return source->call(RETURN_ADDRESS(), origin, group, argumentType, message, data);
     } catch (...) {
         return TWRC_FAILURE;
     }
