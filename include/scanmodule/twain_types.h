@@ -220,6 +220,7 @@ enum {
     MSG_GETNEXT = 0x0005,
     MSG_SET = 0x0006,
     MSG_RESET = 0x0007,
+    MSG_QUERYSUPPORT = 0x0008,
     MSG_XFERREADY = 0x0101,
     MSG_CLOSEDSREQ = 0x0102,
     MSG_OPENDSM = 0x0301,
@@ -283,6 +284,15 @@ enum {
     TWTY_FIX32 = 7,
     TWTY_FRAME = 8,
     TWTY_STR32 = 9
+};
+
+/* Operations of a capability, as MSG_QUERYSUPPORT gives them */
+enum {
+    TWQC_GET = 0x0001,
+    TWQC_SET = 0x0002,
+    TWQC_GETDEFAULT = 0x0004,
+    TWQC_GETCURRENT = 0x0008,
+    TWQC_RESET = 0x0010
 };
 
 /* Capabilities */

@@ -54,9 +54,20 @@ Outcome getCapability(const ScanParameters& parameters, TW_UINT16 message, TW_CA
     return success();
 }
 
+Outcome queryCapability(const ScanParameters& parameters, TW_CAPABILITY& request) {
+    const Capability* capability = parameters.capabilities().offered(request.Cap);
+    if (!capability) return failure(TWCC_BADCAP);
+    constexpr int reads = TWQC_GET | TWQC_GETDEFAULT | TWQC_GETCURRENT;
+    request.ConType = TWON_ONEVALUE;
+    request.hContainer =
+        makeOneValue(TWTY_INT32, capability->settable ? reads | TWQC_SET | TWQC_RESET : reads);
+    return request.hContainer ? success() : failure(TWCC_LOWMEMORY);
+}
+
 Outcome setCapability(ScanParameters& parameters, const TW_CAPABILITY& request) {
     const Capability* capability = parameters.capabilities().offered(request.Cap);
-    if (!capability || !capability->settable) return failure(TWCC_BADCAP);
+    if (!capability) return failure(TWCC_BADCAP);
+    if (!capability->settable) return failure(TWCC_CAPBADOPERATION);
     const auto proposed = readContainer(request, capability->itemType);
     if (!proposed) return failure(TWCC_BADVALUE);
     const bool restricts = capability->shape == CapabilityShape::Enumeration;
@@ -73,7 +84,8 @@ Outcome setCapability(ScanParameters& parameters, const TW_CAPABILITY& request) 
 
 Outcome resetCapability(ScanParameters& parameters, TW_CAPABILITY& request, OddContainers fault) {
     const Capability* capability = parameters.capabilities().offered(request.Cap);
-    if (!capability || !capability->settable) return failure(TWCC_BADCAP);
+    if (!capability) return failure(TWCC_BADCAP);
+    if (!capability->settable) return failure(TWCC_CAPBADOPERATION);
     parameters.reset(*capability);
     return getCapability(parameters, MSG_GETCURRENT, request, fault);
 }

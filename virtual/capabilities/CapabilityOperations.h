@@ -10,6 +10,8 @@ namespace vscan {
 Outcome getCapability(const ScanParameters& parameters, TW_UINT16 message, TW_CAPABILITY& request,
                       OddContainers fault);
 // MSG_SET.
+// Which operations the host may try.
+Outcome queryCapability(const ScanParameters& parameters, TW_CAPABILITY& request);
 Outcome setCapability(ScanParameters& parameters, const TW_CAPABILITY& request);
 // MSG_RESET, which answers with the value that then holds.
 Outcome resetCapability(ScanParameters& parameters, TW_CAPABILITY& request, OddContainers fault);

@@ -50,10 +50,12 @@ Outcome ScannerCore::status(TW_UINT16 message, TW_MEMREF data) {
 }
 
 Outcome ScannerCore::capability(TW_UINT16 message, TW_MEMREF data) {
-    if (!isChange(message) && !isGet(message)) return failure(TWCC_BADPROTOCOL);
+    const bool asksSupport = message == MSG_QUERYSUPPORT;
+    if (!isChange(message) && !isGet(message) && !asksSupport) return failure(TWCC_BADPROTOCOL);
     if (!inSequence(message, Transferring)) return failure(TWCC_SEQERROR);
     auto* request = hostRecord<TW_CAPABILITY>(data, message);
     if (!request) return failure(TWCC_BADVALUE);
+    if (asksSupport) return queryCapability(parameters_, *request);
     pause();
     if (request->Cap == ICAP_BRIGHTNESS && settings_.openFault == OpenFault::Brightness)
         return failure(TWCC_OPERATIONERROR);
