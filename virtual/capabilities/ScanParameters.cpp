@@ -77,6 +77,7 @@ void ScanParameters::reset(const Capability& capability) {
 
 void ScanParameters::frameFollowsPaper() {
     const int code = table_.number(ICAP_SUPPORTEDSIZES);
+    if (code == TWSS_NONE) frame_ = {0, 0, settings_.bedWidth, settings_.bedHeight};
     for (const NamedPaper& paper : namedPapers())
         if (paper.code == code) frame_ = {0, 0, paper.size.width, paper.size.height};
 }
