@@ -83,8 +83,11 @@ SourceWindow::~SourceWindow() {
 }
 
 void SourceWindow::setBusy(bool busy, const std::string& status) {
+    // A disabled button loses the keyboard focus and doesn't get it back.
+    if (busy) hadFocus_ = IsChild(window_, GetFocus()) != FALSE;
     EnableWindow(GetDlgItem(window_, scanButton), !busy);
     EnableWindow(GetDlgItem(window_, cancelButton), !busy);
+    if (!busy && std::exchange(hadFocus_, false)) SetFocus(GetDlgItem(window_, scanButton));
     SetDlgItemTextA(window_, statusText, status.c_str());
 }
 

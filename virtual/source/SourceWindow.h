@@ -33,6 +33,7 @@ private:
     static INT_PTR CALLBACK procedure(HWND window, UINT message, WPARAM word, LPARAM data);
 
     HWND window_ = nullptr;
+    bool hadFocus_ = false;
     std::function<void()> scan_;
     std::function<void()> cancel_;
 };
