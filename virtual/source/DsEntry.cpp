@@ -43,16 +43,17 @@ std::string settingsPath() {
 class Source {
 public:
     Source() : scanner_(readSettings(), [this](TW_UINT16 message) { notify(message); }) {
-        if (!scanner_.pageComplaint().empty()) report(scanner_.pageComplaint());
+        if (!scanner_.pageComplaint().empty()) complaints_.push_back(scanner_.pageComplaint());
     }
 
     // `caller` is code of the manager.
     TW_UINT16 call(const void* caller, pTW_IDENTITY origin, TW_UINT32 group, TW_UINT16 argumentType,
                    TW_UINT16 message, TW_MEMREF data) {
+        const bool opens = group == DG_CONTROL && argumentType == DAT_IDENTITY && message == MSG_OPENDS;
+        // Not when the source is loaded: managers do that once more, only to ask for its name.
+        if (opens) reportComplaints();
         const TW_UINT16 result = scanner_.call(group, argumentType, message, data);
-        const bool opened = group == DG_CONTROL && argumentType == DAT_IDENTITY && message == MSG_OPENDS &&
-                            result == TWRC_SUCCESS;
-        if (!opened) return result;
+        if (!opens || result != TWRC_SUCCESS) return result;
         manager_ = moduleOf(caller);
         if (const auto* host = vscan::hostRecord<TW_IDENTITY>(origin, MSG_SET)) host_ = *host;
         // The manager numbers its sources; it knows this one again by the identity it opened.
@@ -61,12 +62,12 @@ public:
     }
 
 private:
-    static vscan::VirtualScannerSettings readSettings() {
-        std::vector<std::string> complaints;
-        vscan::VirtualScannerSettings settings = vscan::readSettings(settingsPath(), complaints);
-        for (const std::string& complaint : complaints)
+    vscan::VirtualScannerSettings readSettings() { return vscan::readSettings(settingsPath(), complaints_); }
+
+    void reportComplaints() {
+        for (const std::string& complaint : complaints_)
             report(complaint);
-        return settings;
+        complaints_.clear();
     }
 
     static HMODULE moduleOf(const void* code) {
@@ -90,6 +91,7 @@ private:
         report("the source manager took no notice of message " + std::to_string(message));
     }
 
+    std::vector<std::string> complaints_;
     HMODULE manager_ = nullptr;
     TW_IDENTITY host_{};
     TW_IDENTITY own_{};
