@@ -16,6 +16,12 @@
 #define RETURN_ADDRESS() __builtin_return_address(0)
 #endif
 
+#if defined(__GLIBCXX__)
+namespace __gnu_cxx {
+void __freeres();
+}
+#endif
+
 namespace {
 
 using vscan::VirtualScanner;
@@ -116,6 +122,12 @@ extern "C" TW_UINT16 WINAPI DS_Entry(pTW_IDENTITY origin, TW_UINT32 group, TW_UI
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID processEnds) {
     if (reason == DLL_PROCESS_ATTACH) module = instance;
     // Managers load and free a source several times. When the process ends, all goes by itself.
-    if (reason == DLL_PROCESS_DETACH && !processEnds) delete std::exchange(source, nullptr);
+    if (reason == DLL_PROCESS_DETACH && !processEnds) {
+        delete std::exchange(source, nullptr);
+#if defined(__GLIBCXX__)
+        // The reserve of memory that the C++ library keeps for exceptions.
+        __gnu_cxx::__freeres();
+#endif
+    }
     return TRUE;
 }
