@@ -13,11 +13,12 @@
  *      the registered messages below to the host's window; the handlers run inside that call.
  *   6. On SM_MESSAGE_CLOSEDSREQ (best noted in the handler, acted on in the loop) the host calls smDisableDS
  *      and smCloseDS.
- * smPrestoScan does all of it in one call and writes a file.
+ * smPrestoScan does steps 1 to 3 and 6 in one call and writes a file; the host only runs its message loop.
  *
  * STATES are those of the TWAIN standard: 1 no manager, 2 manager loaded, 3 manager open, 4 source open,
  * 5 source enabled. 6 and 7 exist only while images are transferred and count as 5. "States: 4+" means 4, 5
- * and during a transfer. Outside its states a call answers SM_CONDITION_SEQ_ERROR and asks nothing.
+ * and during a transfer. Outside its states a call answers SM_CONDITION_SEQ_ERROR and asks nothing
+ * (smPrestoScan, whose result is a truth value, excepted).
  *
  * POINTERS to outputs are never checked: none may be null.
  *
@@ -26,8 +27,8 @@
  * own, or the module's (LOW_MEMORY, BAD_VALUE for an answer it can't read, SEQ_ERROR). With -1 and the
  * module's own SEQ_ERROR outputs stay as they were; with other failures, a SEQ_ERROR of the source's among
  * them, they hold what the text says, else what they held before. A source that refuses and then reports the
- * condition code 0 makes a call return 0 without effect: a host that must be sure sets its outputs beforehand
- * and looks at them, or reads back what it set.
+ * condition code 0 makes a call return 0 without effect: a host that must be sure sets its outputs
+ * beforehand and looks at them, or reads back what it set.
  *
  * THREADS: all calls come from the thread that owns the host's window. There are no locks.
  *
@@ -35,12 +36,12 @@
  * are the module's and hold until the handler returns. The one thing that changes hands is the handle of a
  * native transfer (see TXferImageInfo).
  *
- * UNITS: resolutions are whole dots per inch and areas inches whatever unit the source works in, except where
- * a text names something else.
+ * UNITS: resolutions are whole dots per inch and areas inches, except where a text names something else.
+ * They are exact for sources that work in inches, as nearly all do; see smGetXResolution for the others.
  *
- * BINDING: names are undecorated and ordinals fixed, for LoadLibrary and GetProcAddress; hosts that link take
- * ScanModuleImports.lib, made beside the DLL (lib/ next to its bin/). All functions are __stdcall and every
- * argument takes 32 bits (a double two times 32), so only the declared types are narrower.
+ * BINDING: names are undecorated and ordinals fixed, for LoadLibrary and GetProcAddress; hosts that link
+ * take ScanModuleImports.lib, made beside the DLL (lib/ next to its bin/). All functions are __stdcall and
+ * every argument takes 32 bits (a double two times 32), so only the declared types are narrower.
  */
 #ifndef SCANMODULE_SCANMODULE_H
 #define SCANMODULE_SCANMODULE_H
@@ -107,7 +108,7 @@ enum SmScanToFileEnd {
     SM_SCANTOFILE_BAD_IMAGE = 1,
     SM_SCANTOFILE_LOW_MEMORY = 2, /* the module's, or the source's own SM_CONDITION_LOW_MEMORY */
     SM_SCANTOFILE_DISK_FULL = -2,
-    SM_SCANTOFILE_FILE_ERROR = -3, /* the file can't be created or written */
+    SM_SCANTOFILE_FILE_ERROR = -3, /* the file can't be created, written or read back, or a DIB is cut off */
     SM_SCANTOFILE_CANCELLED = -4   /* at the source */
 };
 
@@ -165,7 +166,8 @@ enum SmBufferSize { SM_NAME_SIZE = 34, SM_FILE_NAME_SIZE = 256 };
 /* ---- Messages ---------------------------------------------------------------------------------------- */
 /*
  * Names for RegisterWindowMessageA. The module sends these (SendMessageA) to the parent window last given to
- * smOpenDS or smPrestoScan; a host that gave none never gets any.
+ * smOpenDS or smPrestoScan; a host that gave none never gets any. When that window is gone, the running
+ * batch ends as if the host had called smCancelAllXfer.
  */
 
 /* wParam 0, lParam 0: the source wants to be closed. Sent when the user closes the source's window and, when
@@ -173,10 +175,10 @@ enum SmBufferSize { SM_NAME_SIZE = 34, SM_FILE_NAME_SIZE = 256 };
  * SM_CONDITION_OPERATION_ERROR: handle it so that the second one does no harm. */
 #define SM_MESSAGE_CLOSEDSREQ "ScanModule_CloseDSReq"
 
-/* wParam 0, lParam TXferImageInfo*: an image is about to be transferred. The handler may fill Target, and may
- * call smCancelThisXfer, smCancelAllXfer, the getters and smReadBlock. An image whose description can't be
- * had is passed over without this message. No handler of these messages may hand messages to smIsDSEvent: it
- * is running already. */
+/* wParam 0, lParam TXferImageInfo*: an image is about to be transferred. The handler may fill Target, and
+ * may call smCancelThisXfer, smCancelAllXfer, the getters and smReadBlock. An image whose description can't
+ * be had is passed over without this message; 256 of them in a row end the batch. A message that a handler
+ * hands to smIsDSEvent goes to the source, but starts no second batch. */
 #define SM_MESSAGE_XFERSTART "ScanModule_XferStart"
 
 /* wParam 0, lParam TXferStripInfo*: a strip of a memory transfer has come. The handler may cancel. */
@@ -197,9 +199,9 @@ enum SmBufferSize { SM_NAME_SIZE = 34, SM_FILE_NAME_SIZE = 256 };
 #define SM_MESSAGE_SCANTOFILEGETNAME "ScanModule_ScanToFileGetName"
 
 /* wParam SmScanToFileEnd, lParam 0: one-shot scan; the file is written, or deleted when wParam isn't 0;
- * except that a file to which a strip could not be written stays, and stays open until the process ends. When
- * the source fails and then reports the condition code 0, wParam is 0 all the same: the file is empty, or its
- * missing rows are zeros. Not sent when the user closes the source's window without a scan. */
+ * except that a file to which a strip could not be written stays, and stays open until the process ends.
+ * When the source fails and then reports the condition code 0, wParam is 0 all the same: the file is empty,
+ * or its missing rows are zeros. Not sent when the user closes the source's window without a scan. */
 #define SM_MESSAGE_SCANTOFILEXFEREND "ScanModule_ScanToFileXferEnd"
 
 /* wParam 0, lParam 0: one-shot scan; the source is closed, the session is over, unless the source refused to
@@ -216,8 +218,8 @@ enum SmBufferSize { SM_NAME_SIZE = 34, SM_FILE_NAME_SIZE = 256 };
 
 /*
  * Where the strips of a memory transfer go. Both fields are 0 at SM_MESSAGE_XFERSTART. A handler that fills
- * both makes the module transfer into that memory (the host's; at least the minimum of smGetMemXferSize), and
- * may put other memory there at each SM_MESSAGE_XFERDATA. While either is 0 the other doesn't count: the
+ * both makes the module transfer into that memory (the host's; at least the minimum of smGetMemXferSize),
+ * and may put other memory there at each SM_MESSAGE_XFERDATA. While either is 0 the other doesn't count: the
  * module allocates a buffer and writes its size and address here.
  */
 typedef struct SmBufferDescriptor {
@@ -229,9 +231,9 @@ SM_SIZE_CHECK(SmBufferDescriptor, 8);
 /*
  * One image, as the source describes it before the transfer.
  *
- * XResolution and YResolution are the source's own values multiplied by the factor that turns a LENGTH in the
- * source's unit into inches: right for inches, while 118 dots per centimetre read as 46. smGetXResolution
- * gives dots per inch for every unit. A negative value reads as -1.
+ * XResolution and YResolution are the source's own values multiplied by the factor that turns a LENGTH in
+ * the source's unit into inches: right for inches, while 118 dots per centimetre read as 46 (see
+ * smGetXResolution). A negative value reads as -1.
  */
 typedef struct TXferImageInfo {
     short XResolution;
@@ -265,9 +267,11 @@ SM_SIZE_CHECK(TXferImageInfo, 46);
 /*
  * One strip of a memory transfer: the image's description without Target, then the strip's own. Rows come
  * top-down. A strip may be narrower than the image (tiles). Uncompressed chunky data is converted before the
- * handler sees it: 24-bit pixels are blue, green, red; 48-bit pixels the same with little-endian samples;
- * 16-bit gray is little-endian. Planar data comes as the source gives it: all strips of red, then green, then
- * blue, YOffset starting at 0 for each.
+ * handler sees it: of SM_PIXEL_RGB with 24 bits red and blue change places, with 48 bits all six bytes of a
+ * pixel are reversed, and of 16-bit gray the two bytes of a sample: to the order of a Windows bitmap, from
+ * that of a source that sends red first and high bytes first. Other pixel types stay as they come. Planar
+ * data comes as the source gives it: all strips of red, then green, then blue, YOffset starting at 0 for
+ * each.
  */
 typedef struct TXferStripInfo {
     short XResolution;
@@ -283,9 +287,10 @@ typedef struct TXferStripInfo {
     unsigned short XferMech;
     unsigned int BytesPerRow; /* from one row to the next, padding included */
     unsigned int Columns;     /* pixels of each row */
-    unsigned int Rows;        /* corrected to BytesWritten / BytesPerRow when the source's numbers disagree */
-    unsigned int XOffset;     /* pixels from the image's left edge */
-    unsigned int YOffset;     /* rows from the image's top */
+    unsigned int Rows; /* where the source's numbers disagree BytesWritten / BytesPerRow (uncompressed black
+                          and white, gray, RGB and palette only) */
+    unsigned int XOffset; /* pixels from the image's left edge */
+    unsigned int YOffset; /* rows from the image's top */
     unsigned int BytesWritten;
     unsigned int DibAligned;    /* 1: the rows are as long as those of a DIB of the whole image */
     SmBufferDescriptor* Buffer; /* the rows lie at Buffer->BufferPointer */
@@ -384,20 +389,21 @@ SM_SIZE_CHECK(SmDisableWndsContext, 12);
  * call tries again, so a manager installed meanwhile is found. States: all. Ordinal 1. */
 int WINAPI smIsTWAINAvailable(void);
 
-/* The message filter. Returns TRUE when the message was the source's and must not be processed further.
- * Below state 5 always FALSE, at almost no cost, so a loop may always call it. When the source is ready this
- * call transfers all its images and sends the messages above before it returns.
+/* The message filter. Returns TRUE when the message was the source's and must not be processed further. Below
+ * state 5 always FALSE, at almost no cost, so a loop may always call it. When the source is ready this call
+ * transfers all its images and sends the messages above before it returns.
  * Transfers are left to the host's own suite when SuppressTWAIN is exactly 2 in section Settings of
  * ZR_Scan.INI, in the folder (with its closing backslash) that the registry value HKEY_CURRENT_USER
  * Software\Lumivo, DataDir names.
  * When the first image needs more memory than there is, or its description can't be had, the file mechanism
  * takes over if the source has it (XferMech then says so); if not, a message box tells the user (in English)
- * and nothing is transferred: no message follows, and the host has to disable the source. Ordinal 2. */
+ * and nothing is transferred: no message follows, and the host has to disable the source. A strict source may
+ * refuse that, as its image was never fetched; the user then has to close it in its own window. Ordinal 2. */
 int WINAPI smIsDSEvent(MSG* message);
 
 /* Shows the manager's dialog in which the user chooses a source; the next smOpenDS opens it, and smCloseDS
  * forgets the choice. parent may be null (the desktop). SM_RESULT_SELECT_CANCELLED when the user cancels;
- * then, and when the manager refuses, an earlier choice is forgotten too. States: 2, 3. Ordinal 3. */
+ * then, and when the dialog fails, an earlier choice is forgotten too. States: 2, 3. Ordinal 3. */
 int WINAPI smSelectDS(HWND parent);
 
 /* Opens the manager and the chosen source (smSelectDS, smSetDefaultDriver), else the default one.
@@ -411,8 +417,8 @@ int WINAPI smSelectDS(HWND parent);
  * the source refuses to be closed after that question (then 4: call smCloseDS, as a further smOpenDS finds it
  * open and returns 0 with nothing set up). The source that was tried, the default one of that moment too,
  * stays chosen for the next smOpenDS; only result 5 from that question forgets it.
- * Open already: 0. Enabled: SEQ_ERROR, and it stays so. The parent is replaced even then. States: 2, 3 (4).
- * Ordinal 4. */
+ * Open already: 0. Enabled: SEQ_ERROR, and it stays so. The parent is replaced even then, and when enabled
+ * the presented name too. States: 2, 3 (4). Ordinal 4. */
 int WINAPI smOpenDS(HWND parent, const char* productName);
 
 /* Enables the source: the scan starts, at once or when the user starts it in the source's window.
@@ -431,8 +437,8 @@ int WINAPI smDisableDS(void);
 /* Closes source and manager, state 4 to 2, and forgets the choice of the source. When the source refuses,
  * nothing changes and its code comes back; when only the manager refuses, the result is 0 and the state 3,
  * from which smOpenDS works too. Only the manager still open (3): that is closed, 0. An enabled source must
- * be disabled first: SEQ_ERROR in state 5, and in state 2. Unloading the library closes nothing: close first.
- * States: 4 (3). Ordinal 7. */
+ * be disabled first: SEQ_ERROR in state 5, and in state 2. Unloading the library closes nothing: close
+ * first. States: 4 (3). Ordinal 7. */
 int WINAPI smCloseDS(void);
 
 /* ---- Choosing a source ------------------------------------------------------------------------------- */
@@ -449,7 +455,9 @@ int WINAPI smGetAllDS(const char* profilePath);
  * as smCloseDS forgets the choice. 0 when it is the default already or was found; 12 when there is none of
  * that name, and then an earlier choice is forgotten too. parent may be null (the desktop).
  * With Regional=J in section Aboutdlg of <AppData>\Lumivo\Applet.ini the driver directories are searched
- * instead of the manager's list, and the system's default source is changed. States: 2, 3. Ordinal 58. */
+ * instead of the manager's list, and the system's default source is changed; without a find the result may
+ * then also be the last condition code. A list that can't be begun gives its condition code. States: 2, 3.
+ * Ordinal 58. */
 int WINAPI smSetDefaultDriver(HWND parent, const char* productName);
 
 /* The open (or chosen) source's product name and product family; empty when there is none. The buffer takes
@@ -462,10 +470,11 @@ int WINAPI smGetDSProductFamily(char* buffer);
 /*
  * What follows holds for all functions from here on, unless their texts say otherwise.
  * A getter asks the source for its present value (MSG_GETCURRENT), and when that fails for everything it says
- * of the capability (MSG_GET); resolutions and scales the other way round. When both fail its output stays as
- * it was. A setter sends one value, where item types differ between sources up to three times, each time as
- * another type, until the source takes it. An answer "taken with a change" (TWRC_CHECKSTATUS) counts as
- * refused, although the source then has a value, and mostly gives the result 0: what the source makes of a
+ * of the capability (MSG_GET); resolutions and scales the other way round; smGetSupported...,
+ * smIsADFAvailable, smGetKvVersion and smGetMaxResForKvDescreeing only with MSG_GET. When all fail its output
+ * stays as it was. A setter sends one value, where item types differ between sources up to three times, each
+ * time as another type, until the source takes it. An answer "taken with a change" (TWRC_CHECKSTATUS) counts
+ * as refused, although the source then has a value, and mostly gives the result 0: what the source makes of a
  * value is for the host to read back.
  * Results: 0, -1, SEQ_ERROR, BAD_VALUE when the source answers in a form that can't be read, LOW_MEMORY, or
  * the source's condition code. States: 4+. Most sources refuse changes in state 5.
@@ -535,12 +544,14 @@ int WINAPI smGetSupportedPaperSize(unsigned short* paperSizes);
 int WINAPI smSetSupportedPaperSize(unsigned short paperSizes);
 
 /* Resolution in dots per inch: present, lowest and highest value; 100 three times (converted from the
- * source's unit like any other value) when the source doesn't answer. A source that works in centimetres,
- * picas, points or twips is sent dots per inch times 2.54, 6, 72 or 1440, and its answers are divided by the
- * same and cut to whole numbers: get gives back what was set, but in centimetres every other value reads one
- * less (100, 200 and 400 become 99, 199 and 399; 75, 150, 300, 600 and 1200 stay). Inches are exact, but for
- * fractions. A TWAIN number ends at 32767: in points from 456 dpi and in twips from 23 dpi on nothing
- * sensible is sent. Ordinals 37 to 40. */
+ * source's unit like any other value) when the source doesn't answer. To a source that works in centimetres,
+ * picas, points or twips dots per inch are sent times 2.54, 6, 72 or 1440, where the TWAIN standard divides,
+ * and its answers are divided by the same: 300 dpi go out as 762 dots per centimetre, and a standard
+ * source's 118 per centimetre (300 dpi) reads as 46. A host that wants to be sure sets ICAP_UNITS to inches
+ * first, with smCapNegotiate. Answers are cut to whole numbers: get gives back what was set, but in
+ * centimetres every other value reads one less (100, 200 and 400 become 99, 199 and 399; 75, 150, 300, 600
+ * and 1200 stay). Inches are exact, but for fractions. A TWAIN number ends at 32767: in points from 456 dpi
+ * and in twips from 23 dpi on nothing sensible is sent. Ordinals 37 to 40. */
 int WINAPI smGetXResolution(unsigned short* current, unsigned short* minimum, unsigned short* maximum);
 int WINAPI smSetXResolution(unsigned short dotsPerInch);
 int WINAPI smGetYResolution(unsigned short* current, unsigned short* minimum, unsigned short* maximum);
@@ -569,12 +580,12 @@ int WINAPI smSetImageLayout(SmImageLayout layout, unsigned short unit);
  * result, no state check. Ordinal 63. */
 void WINAPI smGetImageDim(int* width, int* length);
 
-/* The source's colour table: the entries that the source doesn't give are white, all of them after a failure.
- * BAD_VALUE when the source has more than 256. Ordinal 50. */
+/* The source's colour table: the entries that the source doesn't give are white, all of them after a
+ * failure. BAD_VALUE when the source has more than 256. Ordinal 50. */
 int WINAPI smGetDSPalette(SmPalette* palette);
 
-/* Fills the summary of a source; always 0. A question that failed leaves what its getter writes then, else 0.
- * No state check. Ordinal 62. */
+/* Fills the summary of a source; always 0. A question that failed leaves what its getter writes then, else
+ * 0. No state check. Ordinal 62. */
 int WINAPI smGetScanCap(SmScanAbility* ability);
 
 /* ---- Tone -------------------------------------------------------------------------------------------- */
@@ -623,8 +634,8 @@ int WINAPI smSetXferCount(int count);
 int WINAPI smSetIndicatorEnable(int enable);
 
 /* *count: inside the SM_MESSAGE_XFEREND handler of a memory transfer the number of images still waiting
- * (65535: not known); 9999 otherwise during such a batch. Native and file transfers don't set it. States: 5+.
- * Ordinal 54. */
+ * (65535: not known); 9999 otherwise during such a batch. Native and file transfers don't set it. States:
+ * 5+. Ordinal 54. */
 int WINAPI smGetPendingCount(unsigned short* count);
 
 /* Sizes in bytes that the source wants of the buffer of a memory transfer: 65536 for a minimum or maximum
@@ -647,52 +658,54 @@ int WINAPI smCancelAllXfer(void);
  * *count: the bytes delivered; 0xFFFFFFFF when the image is over.
  * Returns 1 when *count is 0xFFFFFFFF after the call, else 0.
  *
- * Rows come top-down and without padding, colours as red, green, blue: nothing is converted. A row is 3 bytes
- * per pixel for SM_PIXEL_RGB, 1 byte per pixel for every other type whatever its depth. So it serves 24-bit
- * colour and 8 bits per pixel; at 1 or 4 bits the row's own bytes come first and the rest of it has no
- * meaning, and only as many rows as fit size count (ask for one row at a time); deeper samples are cut.
+ * Rows come top-down and without padding, colours as red, green, blue: nothing is converted. A row is 3
+ * bytes per pixel for SM_PIXEL_RGB, 1 byte per pixel for every other type whatever its depth. So it serves
+ * 24-bit colour and 8 bits per pixel; at 1 or 4 bits the row's own bytes come first and the rest of it has
+ * no meaning, and only as many rows as fit size count (ask for one row at a time); deeper samples are cut.
  *
- * The last strip: returns 1 and doesn't say how long it is, but its bytes are in the buffer. It holds what is
- * missing from the image's size (smGetImageDim); a host that fills the buffer with a pattern before each call
- * sees for itself how far it was written. An image that was cancelled or failed also returns 1, then with
- * nothing in the buffer. A count that stays what it was before the call (set it to a value of your own) is
- * another failure: the image is still open, and may be tried again or cancelled.
+ * The last strip: returns 1 and doesn't say how long it is, but its bytes are in the buffer. It holds what
+ * is missing from the image's size (smGetImageDim); a host that fills the buffer with a pattern before each
+ * call sees for itself how far it was written. An image that was cancelled or failed also returns 1, then
+ * with nothing in the buffer. A count that stays what it was before the call (set it to a value of your own)
+ * is another failure: the image is still open, and may be tried again or cancelled.
  *
  * When: in the SM_MESSAGE_XFERSTART handler of a memory transfer. Each image ends by itself with its last
  * strip, and the next one is ready when smGetImageDim isn't 0 and 0. The handler pulls all the images it
  * wants and then calls smCancelAllXfer, after the last smReadBlock and before it returns, so that the module
- * ends the batch (one SM_MESSAGE_XFEREND with -5 follows) instead of transferring by itself; the same ends an
- * image that was pulled only in part. After such a part the next image is taken to be of the same pixel type.
- * Ordinal 61. */
+ * ends the batch (one SM_MESSAGE_XFEREND with -5 follows) instead of transferring by itself; the same ends
+ * an image that was pulled only in part. When the batch goes on after such a part (smCancelThisXfer), its
+ * next image is taken to be of the same pixel type. Ordinal 61. */
 int WINAPI smReadBlock(void* buffer, unsigned int size, unsigned int* count);
 
 /* ---- One call from scanner to file ----------------------------------------------------------------------
  */
 
-/* Opens the source (see smOpenDS for window and title; one that is open already is used), sets it up, enables
- * it and returns 1 when it waits or scans, 0 on failure. window must not be null: nobody could name the file.
- * The host goes on with its message loop; then SM_MESSAGE_SCANTOFILEGETNAME asks for the name of the file (a
- * BMP; an existing one is deleted), SM_MESSAGE_SCANTOFILEXFEREND tells how it went, and the module closes the
- * source and sends SM_MESSAGE_SCANTOFILEDSCLOSED. The handlers must call none of the session functions.
- * settings: null for the defaults. A pixel type or resolution that the source refuses makes it show its
- * window.
- * Memory transfer is tried first, then file, then native; the BMP files that the module itself makes from a
- * memory transfer carry no resolution. Written are 1-bit, 8-bit gray, 4- and 8-bit palette and 24-bit images;
- * other types end with a message box and SM_SCANTOFILE_BAD_IMAGE. The message boxes are in Spanish. Keep '%'
- * out of the path: when the source writes the file itself, the path is used as a wsprintf format, else not.
- * With MorePages set and pages left (and, with FeederEnable, no paper in the feeder) a question box asks
- * about further pages; whatever the answer the session ends, and the host may start the next.
- * One scan is one file. From the first call that gets as far as enabling the source the module stays in this
- * mode: later scans of the same process that are started with smEnableDS are also written to a file this way,
- * until the library is loaded anew. When the source takes none of the three mechanisms it stays open: call
- * smCloseDS. States: 2, 3, 4. Ordinal 51. */
+/* Opens the source (see smOpenDS for window and title; one that is open already is used), sets it up,
+ * enables it and returns 1 when it waits or scans, 0 on failure. window must not be null: nobody could name
+ * the file. The host goes on with its message loop; then SM_MESSAGE_SCANTOFILEGETNAME asks for the name of
+ * the file (a BMP; an existing one is deleted), SM_MESSAGE_SCANTOFILEXFEREND tells how it went, and the
+ * module closes the source and sends SM_MESSAGE_SCANTOFILEDSCLOSED. The handlers must call none of the
+ * session functions. settings: null for the defaults. A pixel type or resolution that the source refuses
+ * makes it show its window. Memory transfer is tried first, then file, then native; the BMP files that the
+ * module itself makes from a memory transfer carry no resolution. Written are 1-bit, 8-bit gray, 4- and
+ * 8-bit palette and 24-bit images; other types end with a message box and SM_SCANTOFILE_BAD_IMAGE. The
+ * message boxes are in Spanish. Keep '%' out of the path: when the source writes the file itself, the path
+ * is used as a wsprintf format, else not. With MorePages set and pages left (and, with FeederEnable, no
+ * paper in the feeder) a question box asks about further pages; whatever the answer the session ends, and
+ * the host may start the next. One scan is one file. From the first call that gets as far as enabling the
+ * source the module stays in this mode: later scans of the same process that are started with smEnableDS are
+ * also written to a file this way, until the library is loaded anew. In this mode neither
+ * SM_MESSAGE_CLOSEDSREQ nor any SM_MESSAGE_XFER... comes: the module closes the source when it asks for it,
+ * and SM_MESSAGE_SCANTOFILEDSCLOSED tells. When the source takes none of the three mechanisms it stays open:
+ * call smCloseDS. With a source enabled nothing starts, but window, title and settings are taken over.
+ * States: 2, 3, 4. Ordinal 51. */
 int WINAPI smPrestoScan(HWND window, const char* title, const PrestoScanSettings* settings);
 
 /* ---- The maker's extensions ---------------------------------------------------------------------------- */
 /*
- * Sources of other makers answer these with a condition code (CAP_UNSUPPORTED or BAD_CAP). The names are
- * spelt as they are. Switches are sent as given. Without a state check: below state 4 the manager is asked
- * and refuses.
+ * Sources of other makers answer these with a condition code (CAP_UNSUPPORTED, BAD_CAP or BAD_PROTOCOL). The
+ * names are spelt as they are. Switches are sent as given. Without a state check: below state 4 the manager
+ * is asked and refuses.
  */
 
 /* *version: the firmware's version; 0 when the source doesn't answer. Ordinal 66. */
@@ -727,9 +740,9 @@ int WINAPI smSetKvRgbResponse(void* response);
 int WINAPI smSetKvUnSharpMask(int enable);
 int WINAPI smGetKvUnSharpMask(unsigned short* enabled);
 
-/* The source's window: the setter takes the source's numbers (0, 1, 3), the getter gives 0, 1, 2 for them and
- * 0 for every other. When the source doesn't answer, what the output held is mapped that way, twice: only a 1
- * stays, all else becomes 0. Ordinals 81 and 82. */
+/* The source's window: the setter takes the source's numbers (0, 1, 3), the getter gives 0, 1, 2 for them
+ * and 0 for every other. When the source doesn't answer, what the output held is mapped that way, twice:
+ * only a 1 stays, all else becomes 0. Ordinals 81 and 82. */
 int WINAPI smSetKvUIMode(unsigned short mode);
 int WINAPI smGetKvUIMode(unsigned short* mode);
 
