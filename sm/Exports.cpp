@@ -284,13 +284,6 @@ int WINAPI smReadBlock(void* buffer, unsigned int size, unsigned int* count) {
 }
 
 BOOL WINAPI DisableWnds(HWND window, LPARAM context) {
-    auto* const windows = reinterpret_cast<SmDisableWndsContext*>(context);
-    if ((GetWindowLongA(window, GWL_STYLE) & WS_CHILD) != 0 || !IsWindowEnabled(window)) return TRUE;
-    if (windows->NextSlot == nullptr) {
-        ++windows->Count;
-    } else {
-        *windows->NextSlot++ = window;
-        EnableWindow(window, FALSE);
-    }
+    countOrDisable(window, *reinterpret_cast<SmDisableWndsContext*>(context));
     return TRUE;
 }

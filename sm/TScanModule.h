@@ -25,6 +25,7 @@
 class TScanModule {
 public:
     explicit TScanModule(HINSTANCE instance);
+    // Kept: virtual, though nothing is derived from it.
     virtual ~TScanModule();
     TScanModule(const TScanModule&) = delete;
     TScanModule& operator=(const TScanModule&) = delete;
@@ -105,7 +106,6 @@ public:
     int32_t SetXferMech(uint16_t code);
     int32_t GetXferCount(int16_t* count);
     int32_t SetXferCount(int32_t count);
-    int32_t GetPendingCount(uint16_t* count);
 
     // capabilities/ResolutionCaps
     int32_t GetXResolution(uint16_t* current, uint16_t* min, uint16_t* max);
@@ -148,7 +148,7 @@ public:
     int32_t GetDSProductName(char* name);
     int32_t GetDSProductFamily(char* family);
 
-    // transfer/Transfers
+    // transfer/MechanismChoice, transfer/Transfers
     void ProcessScanImage();
     void DoNativeXfer();
     void DoFileXfer();
@@ -159,16 +159,19 @@ public:
     BOOL HasEnoughMemFreeSpace();
     BOOL CanUseFileXfer();
     int32_t GetStatus();
+    int32_t GetPendingCount(uint16_t* count);
 
     // transfer/MemoryTransfer, transfer/BlockReader
     int32_t GetMemXferSize(uint32_t* min, uint32_t* max, uint32_t* preferred);
     void DoMemXfer();
     void ReadBlock(uint8_t* destination, uint32_t size, uint32_t* count);
 
-    // oneshot/BmpWriter
+    // transfer/ImageSizes
     static int32_t ImageBytesPerRow(const TW_IMAGEINFO* info);
     static int32_t ImageDataSize(const TW_IMAGEINFO* info);
     static int32_t PaletteSize(int32_t bitsPerPixel);
+
+    // oneshot/BmpWriter
     int32_t WriteDIBHeader(HFILE file, const TW_IMAGEINFO* info);
     int32_t AppendBufferToFile(HFILE file, const TW_IMAGEINFO* info, TW_IMAGEMEMXFER* strip, uint8_t* bytes);
     int32_t BufferToFile(HFILE file, const TW_IMAGEINFO* info, TW_IMAGEMEMXFER* strip, uint8_t* bytes);

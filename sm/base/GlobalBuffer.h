@@ -10,6 +10,7 @@ class GlobalBuffer {
 public:
     GlobalBuffer() = default;
     explicit GlobalBuffer(uint32_t size) { Allocate(size); }
+    // Kept: virtual, though nothing is derived from it.
     virtual ~GlobalBuffer() { Free(); }
     GlobalBuffer(const GlobalBuffer&) = delete;
     GlobalBuffer& operator=(const GlobalBuffer&) = delete;

@@ -127,13 +127,13 @@ int32_t Negotiation::setSupported(const Caller& caller, TW_UINT16 capability, ui
 
 int32_t Negotiation::get(const Caller& caller, const Getter& getter, uint16_t* value, Conversion convert) {
     if (const int32_t refused = link_.checkReady(caller)) return refused;
-    const Answer answer = ask(caller, getter);
+    const SourceValue answer = ask(caller, getter);
     if (answer.value) *value = convert(*answer.value);
     return answer.result;
 }
 
-Answer Negotiation::ask(const Caller& caller, const Getter& getter) {
-    Answer answer;
+SourceValue Negotiation::ask(const Caller& caller, const Getter& getter) {
+    SourceValue answer;
     answer.result = askEach(caller, getter.capability, getter.messages, [&](const TW_CAPABILITY& cap) {
         TW_UINT32 bits = 0;
         const Reading reading = readValue(cap, getter.containers, bits);

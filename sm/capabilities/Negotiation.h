@@ -68,7 +68,7 @@ TW_UINT16 valueOfCode(uint16_t code);
 
 // What came of asking for a value. A refused question may carry the condition code 0, so the result alone
 // doesn't tell whether there is a value.
-struct Answer {
+struct SourceValue {
     int32_t result = 0;
     std::optional<TW_UINT32> value;  // raw bits
 };
@@ -145,7 +145,7 @@ public:
     // no message yields one.
     int32_t get(const Caller& caller, const Getter& getter, uint16_t* value, Conversion convert = asGiven);
     // The raw value, without any checks.
-    Answer ask(const Caller& caller, const Getter& getter);
+    SourceValue ask(const Caller& caller, const Getter& getter);
     int32_t getSupported(const Caller& caller, TW_UINT16 capability, uint16_t* codes);
     // Asks message by message until `read` (Reading(const TW_CAPABILITY&)) gets a value; `missed` runs after
     // each attempt that yields none. The result is that of the last attempt.

@@ -10,7 +10,7 @@ uint16_t paperSizeCode(TW_UINT32 paperSize) {
 
 std::optional<double> getLength(Negotiation& negotiation, const Caller& caller, TW_UINT16 capability,
                                 int32_t& result) {
-    const Answer answer = negotiation.ask(caller, {capability, currentThenAll, OneValue});
+    const SourceValue answer = negotiation.ask(caller, {capability, currentThenAll, OneValue});
     result = answer.result;
     if (!answer.value) return std::nullopt;
     return fix32ToNumber(fix32FromBits(*answer.value));
@@ -21,7 +21,7 @@ std::optional<double> getLength(Negotiation& negotiation, const Caller& caller, 
 int32_t TScanModule::GetUnit(uint16_t* code) {
     const MethodTrace trace{"TScanModule::GetUnit"};
     if (const int32_t refused = link_.checkReady(trace)) return refused;
-    const Answer answer = negotiation_.ask(trace, {ICAP_UNITS, currentThenAll, OneValue | EnumCurrent});
+    const SourceValue answer = negotiation_.ask(trace, {ICAP_UNITS, currentThenAll, OneValue | EnumCurrent});
     *code = unitCodeOf(answer.value.value_or(TWUN_INCHES));
     return answer.result;
 }

@@ -14,7 +14,7 @@ int32_t getTone(Negotiation& negotiation, const Caller& caller, TW_UINT16 capabi
         caller.warn(emptyScale);
         return TWCC_BADVALUE;
     }
-    const Answer answer =
+    const SourceValue answer =
         negotiation.ask(caller, {capability, currentThenAll, OneValue | EnumCurrent | RangeCurrent});
     *value = answer.value ? mapToHost(fix32ToNumber(fix32FromBits(*answer.value)), scale, range)
                           : scale.midpoint();
@@ -84,7 +84,7 @@ int32_t TScanModule::SetThreshold(int16_t value, int16_t hostMin, int16_t hostMa
 int32_t TScanModule::GetGamma(double* gamma) {
     const MethodTrace trace{"TScanModule::GetGamma"};
     if (const int32_t refused = link_.checkReady(trace)) return refused;
-    const Answer answer = negotiation_.ask(trace, {ICAP_GAMMA, currentThenAll, OneValue});
+    const SourceValue answer = negotiation_.ask(trace, {ICAP_GAMMA, currentThenAll, OneValue});
     *gamma = answer.value ? fix32ToNumber(fix32FromBits(*answer.value)) : unknownGamma;
     return answer.result;
 }

@@ -1,4 +1,4 @@
-// Transfer mechanism and counts.
+// Transfer mechanism and count.
 #include "TScanModule.h"
 
 namespace {
@@ -40,11 +40,4 @@ int32_t TScanModule::GetXferCount(int16_t* count) {
 int32_t TScanModule::SetXferCount(int32_t count) {
     const MethodTrace trace{"TScanModule::SetXferCount"};
     return negotiation_.set(trace, {CAP_XFERCOUNT, countTypes}, count);
-}
-
-int32_t TScanModule::GetPendingCount(uint16_t* count) {
-    const MethodTrace trace{"TScanModule::GetPendingCount"};
-    if (const int32_t refused = link_.checkReady(trace, stateSourceEnabled)) return refused;
-    *count = transfers_.pendingCount;
-    return 0;
 }

@@ -126,7 +126,7 @@ int32_t TScanModule::GetKvLUT2(uint16_t* table) {
     const MethodTrace trace{"TScanModule::GetKvLUT2"};
     // Kept: no state check of its own.
     if (const int32_t refused = link_.checkAvailable(trace)) return refused;
-    const Answer answer = negotiation_.ask(trace, {KV_LUT2, currentThenAll, vendorContainers});
+    const SourceValue answer = negotiation_.ask(trace, {KV_LUT2, currentThenAll, vendorContainers});
     if (answer.value) *table = static_cast<uint16_t>(*answer.value);
     return answer.result;
 }
@@ -154,7 +154,7 @@ int32_t TScanModule::SetKvExposureMode(uint16_t mode) {
 int32_t TScanModule::GetMaxResForKvDescreeing(double* resolution) {
     const MethodTrace trace{"TScanModule::GetMaxResForKvDescreeing"};
     if (const int32_t refused = link_.checkReady(trace)) return refused;
-    const Answer answer = negotiation_.ask(trace, {KV_DESCREENINGLIMIT, getOnly, vendorContainers});
+    const SourceValue answer = negotiation_.ask(trace, {KV_DESCREENINGLIMIT, getOnly, vendorContainers});
     if (answer.value) *resolution = fix32ToNumber(fix32FromBits(*answer.value));
     return answer.result;
 }

@@ -7,6 +7,10 @@
 
 #include "TScanModule.h"
 #include "base/GlobalBuffer.h"
+#include "capabilities/Containers.h"
+#include "transfer/ImageSizes.h"
+#include "transfer/StripBuffer.h"
+#include "transfer/StripConversion.h"
 
 namespace {
 
@@ -26,12 +30,6 @@ bool writeAll(HFILE file, const void* bytes, uint32_t size) {
 bool seekTo(HFILE file, int64_t position) {
     return position >= 0 && position <= INT32_MAX &&
            _llseek(file, static_cast<LONG>(position), FILE_BEGIN) != HFILE_ERROR;
-}
-
-// Wraps like 32-bit arithmetic, whatever size a source invents.
-int32_t bytesPerRow(const TW_IMAGEINFO& info) {
-    const uint32_t bits = static_cast<uint32_t>(info.ImageWidth) * info.BitsPerPixel + 7;
-    return ((static_cast<int32_t>(bits) >> 3) + 3) & ~3;
 }
 
 uint32_t pixelOffset(const TW_IMAGEINFO& info) {
@@ -61,12 +59,6 @@ bool writeZeros(HFILE file, uint32_t count, const GlobalBuffer& zeros) {
         count -= pieceSize;
     }
     return writeAll(file, zeros.data(), count);
-}
-
-void repairRows(TW_IMAGEMEMXFER& strip, int32_t dibRow) {
-    const uint64_t rows = strip.Rows;
-    if (rows * strip.BytesPerRow == strip.BytesWritten && rows * dibRow == strip.BytesWritten) return;
-    strip.Rows = strip.BytesPerRow != 0 ? strip.BytesWritten / strip.BytesPerRow : 0;
 }
 
 // Rows of a strip that belong to the image; some sources fill their last strip up.
@@ -140,6 +132,7 @@ bool writePalette(TScanModule& module, HFILE file, const TW_IMAGEINFO& info) {
     }
     return true;
 }
+
 }  // namespace
 
 HFILE createFile(const char* path) {
@@ -148,23 +141,6 @@ HFILE createFile(const char* path) {
 
 void deleteFile(const char* path) {
     DeleteFileA(path);
-}
-
-int32_t TScanModule::ImageBytesPerRow(const TW_IMAGEINFO* info) {
-    const MethodTrace trace{"TScanModule::ImageBytesPerRow"};
-    return bytesPerRow(*info);
-}
-
-int32_t TScanModule::ImageDataSize(const TW_IMAGEINFO* info) {
-    const MethodTrace trace{"TScanModule::ImageDataSize"};
-    return static_cast<int32_t>(static_cast<uint32_t>(ImageBytesPerRow(info)) * info->ImageLength);
-}
-
-int32_t TScanModule::PaletteSize(int32_t bitsPerPixel) {
-    const MethodTrace trace{"TScanModule::PaletteSize"};
-    if (bitsPerPixel <= 1) return 2;
-    if (bitsPerPixel <= 4) return 16;
-    return bitsPerPixel <= 8 ? 256 : 0;
 }
 
 int32_t TScanModule::WriteDIBHeader(HFILE file, const TW_IMAGEINFO* info) {
@@ -214,7 +190,7 @@ int32_t TScanModule::BufferToFile(HFILE file, const TW_IMAGEINFO* info, TW_IMAGE
                                   uint8_t* bytes) {
     const MethodTrace trace{"TScanModule::BufferToFile"};
     const int32_t dibRow = ImageBytesPerRow(info);
-    repairRows(*strip, dibRow);
+    correctRows(*strip, dibRow);
     if (info->BitsPerPixel == 24) {
         trace.note("Reverse R,B data");
         const size_t size = static_cast<size_t>(strip->Rows) * strip->BytesPerRow;
@@ -245,7 +221,7 @@ int32_t TScanModule::BufferToFileForPlanar(HFILE file, const TW_IMAGEINFO* info,
                      " in TScanModule::BufferToFileForPlanar");
     }
     const int32_t dibRow = ImageBytesPerRow(info);
-    repairRows(*strip, dibRow);
+    correctRows(*strip, dibRow);
     const uint32_t stripRows = rowsInImage(*info, *strip);
     if (stripRows == 0 || dibRow <= 0) return fileWritten;
     const uint64_t stripSize = static_cast<uint64_t>(stripRows) * dibRow;

@@ -1,4 +1,4 @@
-// Files of the DIB writer. HFILE calls, as the whole writer uses them.
+// The files of one-shot scans. HFILE calls, as the whole writer of BMP files uses them.
 #pragma once
 
 #include <windows.h>

@@ -5,7 +5,8 @@
 
 struct OneShot {
     PrestoScanSettings settings = {};
-    // Set by the first one-shot scan and, on purpose, never cleared.
+    // Set by the first one-shot scan. Kept: never cleared; hosts rely on later scans being written to files
+    // too.
     bool active = false;
     // Kept: one counter for the whole module; an image abandoned after its first plane shifts the next one's
     // colours.

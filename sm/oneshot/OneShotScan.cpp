@@ -218,8 +218,8 @@ private:
         return link_.conditionCode();
     }
 
-    const MethodTrace& trace_;
-    const Caller caller_;
+    const MethodTrace& trace_;  // for lines with places here
+    const Caller caller_;       // for lines with the method's place
     TScanModule& module_;
     Link& link_;
     const Host& host_;

@@ -13,6 +13,16 @@ void UserInterface::releaseParent() {
     disabledWindow = nullptr;
 }
 
+void countOrDisable(HWND window, SmDisableWndsContext& windows) {
+    if ((GetWindowLongA(window, GWL_STYLE) & WS_CHILD) != 0 || !IsWindowEnabled(window)) return;
+    if (windows.NextSlot == nullptr) {
+        ++windows.Count;
+    } else {
+        *windows.NextSlot++ = window;
+        EnableWindow(window, FALSE);
+    }
+}
+
 HWND validParent(const Caller& caller, HWND parent) {
     if (parent != nullptr) return parent;
     caller.warn("Invalid parent window handle");

@@ -13,15 +13,6 @@ bool isUncompressedDibType(const TW_IMAGEINFO& info) {
     return info.Compression == TWCP_NONE && info.PixelType >= TWPT_BW && info.PixelType <= TWPT_PALETTE;
 }
 
-void correctRows(const MethodTrace& trace, const TW_IMAGEINFO& info, TW_IMAGEMEMXFER& strip) {
-    if (!isUncompressedDibType(info)) return;
-    const uint64_t dibBytes = static_cast<uint64_t>(TScanModule::ImageBytesPerRow(&info)) * strip.Rows;
-    const uint64_t bytes = static_cast<uint64_t>(strip.BytesPerRow) * strip.Rows;
-    if (bytes == strip.BytesWritten && dibBytes == strip.BytesWritten) return;
-    trace.warn("not 4-byte align");
-    strip.Rows = strip.BytesPerRow != 0 ? strip.BytesWritten / strip.BytesPerRow : 0;
-}
-
 // From the order of the source to that of a Windows DIB.
 void convertStrip(const TW_IMAGEINFO& info, const TW_IMAGEMEMXFER& strip, const SmBufferDescriptor& buffer,
                   ConversionPath path) {
@@ -90,7 +81,9 @@ private:
                 trace.warn("Image xfer error");
                 return link_.conditionCode();
             }
-            correctRows(trace, info, strip);
+            if (isUncompressedDibType(info) && correctRows(strip, TScanModule::ImageBytesPerRow(&info))) {
+                trace.warn("not 4-byte align");
+            }
             fillStripRecord(info, strip);
             convertStrip(info, strip, descriptor, transfers_.conversion);
             trace.note("Send WM_XFERDATA");

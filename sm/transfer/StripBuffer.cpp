@@ -25,3 +25,10 @@ TW_UINT16 fetchStrip(Link& link, TW_IMAGEMEMXFER& strip, uint32_t bufferSize) {
     if (strip.BytesWritten > bufferSize) strip.BytesWritten = bufferSize;
     return code;
 }
+
+bool correctRows(TW_IMAGEMEMXFER& strip, int32_t dibRow) {
+    const uint64_t rows = strip.Rows;
+    if (rows * strip.BytesPerRow == strip.BytesWritten && rows * dibRow == strip.BytesWritten) return false;
+    strip.Rows = strip.BytesPerRow != 0 ? strip.BytesWritten / strip.BytesPerRow : 0;
+    return true;
+}

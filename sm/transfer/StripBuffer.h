@@ -20,18 +20,10 @@ struct StripBufferSizes {
 // Tries the preferred size, the minimum, the maximum; reports low memory when none can be had.
 bool allocateStripBuffer(const Caller& caller, const StripBufferSizes& sizes, GlobalBuffer& buffer);
 
-// An image that the host pulls block by block.
-struct PulledImage {
-    uint32_t bytesPerPixel;  // in the host's buffer, whatever the depth: 3 for RGB, else 1; 0: no image
-    bool described;          // else nothing below is known
-    int32_t width;           // pixels; not above 0 when the source doesn't know
-    uint32_t bitsPerPixel;   // of the source's rows
-    StripBufferSizes sizes;
-    int emptyStrips;  // in a row
-};
-// What the block reader counts when an image is over.
-constexpr uint32_t imageOver = 0xFFFFFFFF;
-
 TW_IMAGEMEMXFER makeStripRequest(void* buffer, uint32_t size);
-// Asks for a strip; what it claims beyond the buffer is cut off.
+// Asks for a strip; bytes that it claims beyond the buffer are cut off. Its rows and columns may still lie.
 TW_UINT16 fetchStrip(Link& link, TW_IMAGEMEMXFER& strip, uint32_t bufferSize);
+
+// Where the rows and their length don't make up the bytes written, or a row isn't as long as one of a DIB,
+// the number of rows follows from the bytes. True when it was looked at anew.
+bool correctRows(TW_IMAGEMEMXFER& strip, int32_t dibRow);

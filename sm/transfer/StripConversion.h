@@ -21,8 +21,8 @@ enum class ConversionPath { Plain, Ssse3 };
 ConversionPath fastestConversionPath();
 
 // Exchanges the two bytes of every sample of 16-bit gray.
-void swapSampleBytes16(const StripRows& strip, ConversionPath path = fastestConversionPath());
+void swapSampleBytes16(const StripRows& strip, ConversionPath path);
 // Exchanges red and blue of 24-bit pixels.
-void swapRedBlue24(const StripRows& strip, ConversionPath path = fastestConversionPath());
+void swapRedBlue24(const StripRows& strip, ConversionPath path);
 // Reverses the six bytes of 48-bit pixels: red and blue change places, and the bytes of each sample.
-void reversePixels48(const StripRows& strip, ConversionPath path = fastestConversionPath());
+void reversePixels48(const StripRows& strip, ConversionPath path);

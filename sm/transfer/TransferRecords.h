@@ -26,13 +26,6 @@ union TransferArea {
 // Fills what the source says of an image into a record. The unit is the code of the source's present one.
 void describeImage(TXferImageInfo& record, const TW_IMAGEINFO& info, uint16_t unit);
 
-// A source that describes none of so many images in a row, or gives so many strips without a byte, has lost
-// its way: the batch or the image ends, so that the host doesn't hang.
-constexpr int mostUndescribedImages = 256;
-constexpr int mostEmptyStrips = 4096;
-constexpr char endlessImages[] = "The images have no end";
-constexpr char endlessStrips[] = "The strips have no end";
-
 // The file-transfer set-up for a path. Kept: the path is used as a format text, so a "%" in it is
 // interpreted; its directives find zeros. The result is cut to the field.
 TW_SETUPFILEXFER makeFileSetup(const char* path);

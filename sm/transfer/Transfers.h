@@ -6,9 +6,16 @@
 #include "base/Host.h"
 #include "base/Trace.h"
 #include "link/Link.h"
-#include "transfer/StripBuffer.h"
+#include "transfer/PulledImage.h"
 #include "transfer/StripConversion.h"
 #include "transfer/TransferRecords.h"
+
+// A source that describes none of so many images in a row, or gives so many strips without a byte, has lost
+// its way: the batch or the image ends, so that the host doesn't hang.
+constexpr int mostUndescribedImages = 256;
+constexpr int mostEmptyStrips = 4096;
+constexpr char endlessImages[] = "The images have no end";
+constexpr char endlessStrips[] = "The strips have no end";
 
 struct Transfers {
     TransferRecords records = {};

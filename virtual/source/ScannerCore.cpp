@@ -40,8 +40,8 @@ const ScannerCore::Triplet ScannerCore::triplets[] = {
     {DG_IMAGE, DAT_IMAGEFILEXFER, &ScannerCore::fileTransfer},
     {DG_IMAGE, DAT_RGBRESPONSE, &ScannerCore::rgbResponse},
     {DG_IMAGE, DAT_PALETTE8, &ScannerCore::palette},
-    {DG_IMAGE, DAT_CUSTOMBASE + 1, &ScannerCore::autoExposure},
-    {DG_IMAGE, DAT_CUSTOMBASE + 2, &ScannerCore::rgbMatrix},
+    {DG_IMAGE, KV_DAT_AUTOEXPOSURE, &ScannerCore::autoExposure},
+    {DG_IMAGE, KV_DAT_DEFAULTRGBMATRIX, &ScannerCore::rgbMatrix},
 };
 
 ScannerCore::ScannerCore(VirtualScannerSettings settings, VirtualScanner::Notify notify)
