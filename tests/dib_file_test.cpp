@@ -9,12 +9,10 @@
 
 namespace {
 
-Page imagePage(TW_INT16 type, TW_INT16 bits, TW_INT32 width, TW_INT32 length, TW_UINT32 bytesPerRow,
+// Of one strip.
+Page wholePage(TW_INT16 type, TW_INT16 bits, TW_INT32 width, TW_INT32 length, TW_UINT32 bytesPerRow,
                bool planar = false) {
-    Page page{imageInfo(type, bits, width, length),
-              cutRows(pattern(bytesPerRow * length), bytesPerRow, width, length)};
-    page.info.Planar = planar;
-    return page;
+    return imagePage(type, bits, width, length, bytesPerRow, length, planar);
 }
 
 Bytes from(const Bytes& file, size_t offset) {
@@ -50,7 +48,7 @@ TEST_CASE("headers and palettes") {
     for (const Row& row : rows) {
         CAPTURE(row.header);
         CAPTURE(row.given);
-        stage.source.put({imagePage(row.type, row.bits, 9, 1, (9 * row.bits + 31) / 32 * 4)});
+        stage.source.put({wholePage(row.type, row.bits, 9, 1, (9 * row.bits + 31) / 32 * 4)});
         TW_PALETTE8 palette = {};
         palette.NumColors = row.given;
         for (TW_UINT8 i = 0; i < row.given && i < 255; ++i)
@@ -70,7 +68,7 @@ TEST_CASE("headers and palettes") {
 }
 
 TEST_CASE("pixels per metre are 0 as long as the source says its unit") {
-    Page page = imagePage(TWPT_GRAY, 8, 4, 1, 4);
+    Page page = wholePage(TWPT_GRAY, 8, 4, 1, 4);
     page.info.YResolution = {150, 0x4000};  // 150.25 x 254 = 38163.5
     OneShotStage stage;
     // The one failure that counts as a success: then the unit is taken for inches, of 254 to a metre.
@@ -140,7 +138,7 @@ TEST_CASE("where each byte of a strip goes") {
 }
 
 TEST_CASE("an image abandoned after its first plane shifts the colours of the next") {
-    Page page = imagePage(TWPT_RGB, 24, 1, 1, 1, true);
+    Page page = wholePage(TWPT_RGB, 24, 1, 1, 1, true);
     const Strip plane = {{1, 1, 1, 0, 0, 1}, {'a'}};
     page.strips = {plane, endedBy(TWRC_CANCEL)};
     OneShotStage stage({page});
@@ -156,10 +154,10 @@ TEST_CASE("an image abandoned after its first plane shifts the colours of the ne
 
 TEST_CASE("planes are merged in never more than 256 KiB of whole rows") {
     // Three planes of the same bytes.
-    Page page = imagePage(TWPT_RGB, 24, 30001, 5, 30001, true);
+    Page page = wholePage(TWPT_RGB, 24, 30001, 5, 30001, true);
     page.strips.insert(page.strips.begin(), 2, {page.strips[0].facts, page.strips[0].bytes});
     OneShotStage stage({page});
-    stage.source.setBufferSizes(64, 200000, 200000);
+    stage.source.bufferSizes = {64, 200000, 200000};
     CHECK(stage.scan() == 0);
     const auto& sizes = stage.windows.allocations;
     CHECK(*std::max_element(sizes.begin(), sizes.end()) <= 0x40000);
@@ -179,7 +177,7 @@ TEST_CASE("layouts that the file can't hold") {
                         {3, {8, 8, 7}},   {3, {8, 7, 8}}, {3, {7, 8, 8}}};
     for (const Row& row : rows) {
         for (const bool planar : {false, true}) {
-            Page page = imagePage(TWPT_RGB, 24, 4, 2, 12, planar);
+            Page page = wholePage(TWPT_RGB, 24, 4, 2, 12, planar);
             page.info.SamplesPerPixel = row.samples;
             std::copy(std::begin(row.bits), std::end(row.bits), page.info.BitsPerSample);
             OneShotStage stage({page});
@@ -203,10 +201,10 @@ TEST_CASE("the look at the disk") {
         {{1, 1, enough}, -3},     // no such folder
     };
     OneShotStage stage;
-    stage.source.setBufferSizes(64, 1000000, 1000000);
+    stage.source.bufferSizes = {64, 1000000, 1000000};
     for (const auto& [space, result] : rows) {
         CAPTURE(space.freeClusters);
-        stage.source.put({imagePage(TWPT_GRAY, 8, 1000, 1000, 1000)});
+        stage.source.put({wholePage(TWPT_GRAY, 8, 1000, 1000, 1000)});
         stage.windows.freeDiskSpace = space;
         stage.windows.diskSaysNothing = space.bytesPerSector == 0;
         if (result == -3) stage.path = "C:\\no such folder\\a.bmp";
@@ -256,8 +254,8 @@ TEST_CASE("a disk that fills up, and memory that runs out") {
         CAPTURE(row.room);
         CAPTURE(row.largest);
         OneShotStage stage(
-            {row.planar ? imagePage(TWPT_RGB, 24, 300, 100, 300, true) : imagePage(TWPT_BW, 1, 2, 2, 4)});
-        stage.source.setBufferSizes(64, 30000, 100);
+            {row.planar ? wholePage(TWPT_RGB, 24, 300, 100, 300, true) : wholePage(TWPT_BW, 1, 2, 2, 4)});
+        stage.source.bufferSizes = {64, 30000, 100};
         stage.start();
         stage.windows.diskRoom = row.room;
         stage.windows.largestAllocation = row.largest;
@@ -272,7 +270,7 @@ TEST_CASE("a disk that fills up, and memory that runs out") {
 TEST_CASE("a file that can't be made any more") {
     for (const bool native : {false, true}) {
         CAPTURE(native);
-        OneShotStage stage({imagePage(TWPT_GRAY, 8, 4, 4, 4)});
+        OneShotStage stage({wholePage(TWPT_GRAY, 8, 4, 4, 4)});
         // A folder takes the place of the file that the look at the disk has made.
         const auto obstruct = [&](TW_MEMREF) {
             DeleteFileA(stage.path.c_str());
@@ -320,7 +318,7 @@ TEST_CASE("a DIB from the source becomes a file, or fails as a whole") {
         Bytes dib = pattern(row.blockSize);
         const BITMAPINFOHEADER header = {40, row.width, row.height, 1, row.bits, 0, 0, 0, 0, row.colors, 0};
         std::memcpy(dib.data(), &header, std::min(dib.size(), sizeof header));
-        Page page = imagePage(TWPT_GRAY, 8, 4, 4, 4);
+        Page page = wholePage(TWPT_GRAY, 8, 4, 4, 4);
         page.whole = dib;
         OneShotStage stage({page});
         stage.start(SM_MECH_NATIVE);

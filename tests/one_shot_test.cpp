@@ -11,7 +11,7 @@ namespace {
 const std::string closed = "ENDXFER; RESET; DISABLEDS show 0 modal 1; CLOSEDS; CLOSEDSM; ScanToFileDSClosed";
 
 Page grayPage(TW_INT32 width = 4, TW_INT32 length = 4, TW_INT16 bits = 8) {
-    return {imageInfo(TWPT_GRAY, bits, width, length), cutRows(pattern(16), 4, 4, 2), Bytes(40)};
+    return {imageInfo(TWPT_GRAY, bits, width, length), imagePage(TWPT_GRAY, 8, 4, 4, 4, 2).strips, Bytes(40)};
 }
 
 // The values that were set, in their order.
@@ -235,7 +235,8 @@ TEST_CASE("names of files") {
         for (const std::string& name : {percent, longName}) {
             CAPTURE(name);
             CAPTURE(mechanism);
-            OneShotStage stage({grayPage()}, name);
+            OneShotStage stage({grayPage()});
+            stage.path = temporaryFolder() + name;
             // A format text where the source writes, nowhere else.
             const bool changes = mechanism == SM_MECH_FILE && name == percent;
             CHECK(stage.scan(mechanism) == 0);
@@ -255,7 +256,7 @@ TEST_CASE("only some kinds of image can be stored; for others there is a box") {
             CAPTURE(type);
             CAPTURE(bits);
             const bool stored = std::count(std::begin(storable), std::end(storable), Kind(type, bits)) != 0;
-            stage.source.put({{imageInfo(type, bits, 4, 1), cutRows(pattern(12), 12, 4, 1)}});
+            stage.source.put({imagePage(type, bits, 4, 1, 12, 1)});
             stage.start();
             stage.windows.switchesOff = true;
             CHECK(stage.finish() == !stored);

@@ -3,12 +3,9 @@
 #include <cstring>
 #include <stdexcept>
 
-OneShotStage::OneShotStage(std::vector<Page> pages, const std::string& fileName)
-    : source(manager, std::move(pages)) {
-    char folder[MAX_PATH] = "";
-    GetTempPathA(sizeof folder, folder);
+OneShotStage::OneShotStage(std::vector<Page> pages) : source(manager, std::move(pages)) {
     static int number = 0;
-    path = folder + (fileName.empty() ? "one-shot" + std::to_string(++number) + ".bmp" : fileName);
+    path = temporaryFolder() + "one-shot" + std::to_string(++number) + ".bmp";
     host.onGetFileName = [this](char* name) { std::strcpy(name, path.c_str()); };
     settings.FrameUnit = SM_UNIT_INCHES;
     settings.PixelType = SM_PIXEL_GRAY;
@@ -37,12 +34,11 @@ int OneShotStage::finish() {
     host.takeMessages();
     deliver(MSG_XFERREADY);
     const Lines messages = host.messages();
-    const std::string end = "ScanToFileXferEnd ";
-    if (messages.size() != 3 || messages[0] != "ScanToFileGetName" || messages[1].rfind(end, 0) != 0 ||
-        messages[2] != "ScanToFileDSClosed")
+    const std::string end = messages.size() == 3 ? messages[1] : "", told = "ScanToFileXferEnd ";
+    if (messages != Lines{"ScanToFileGetName", end, "ScanToFileDSClosed"} || end.rfind(told, 0) != 0)
         throw std::runtime_error("unexpected messages of a one-shot scan");
     if (!windows.memoryComplaints().empty()) throw std::runtime_error(windows.memoryComplaints().front());
-    return std::stoi(messages[1].substr(end.size()));
+    return std::stoi(end.substr(told.size()));
 }
 
 int OneShotStage::scan(unsigned short mechanism) {

@@ -6,8 +6,7 @@
 
 class OneShotStage : public Stage {
 public:
-    // The file's name is one that no other stage has, unless a test wants a certain one.
-    explicit OneShotStage(std::vector<Page> pages = {}, const std::string& fileName = "");
+    explicit OneShotStage(std::vector<Page> pages = {});
     // Removes the file, unless the module left it open.
     ~OneShotStage() { DeleteFileA(path.c_str()); }
 
@@ -25,5 +24,5 @@ public:
 
     PageSource source;
     PrestoScanSettings settings = {};  // those of a plain gray scan without windows
-    std::string path;
+    std::string path;                  // of a file that no other stage has
 };
