@@ -144,43 +144,38 @@ TEST_CASE("the last strip comes without its length, and the next page begins ane
 }
 
 TEST_CASE("a strip that doesn't come, and a cancel while the source works on one") {
-    enum { Nothing, This, All };
-    const struct {
-        Strip strip;
-        int cancelled;
-        std::string story, next;  // the call for it and the one after it
-    } rows[] = {
-        {endedBy(TWRC_CANCEL), Nothing, "ENDXFER; RESET; over", begin + "STATUS; no count"},
+    const std::string ends = "IMAGEMEMXFER; ENDXFER; over", fails = "IMAGEMEMXFER; STATUS; no count";
+    // Cancelled is this one, all or none; the story of the call for it and of the one after it.
+    const std::tuple<Strip, char, std::string, std::string> rows[] = {
+        {endedBy(TWRC_CANCEL), '-', "ENDXFER; RESET; over", "SETUPMEMXFER; IMAGEINFO; " + fails},
         // Reset twice.
-        {failedWith(TWCC_OPERATIONERROR), Nothing, "STATUS; RESET; RESET; over",
-         "IMAGEMEMXFER; STATUS; no count"},
+        {failedWith(TWCC_OPERATIONERROR), '-', "STATUS; RESET; RESET; over", fails},
         // What wasn't written may be tried again.
-        {failedWith(TWCC_PAPERJAM), Nothing, "STATUS; no count", "IMAGEMEMXFER; ENDXFER; over"},
-        {endedBy(TWRC_ENDOFLIST), Nothing, "STATUS; no count", "IMAGEMEMXFER; ENDXFER; over"},
+        {failedWith(TWCC_PAPERJAM), '-', "STATUS; no count", ends},
+        {endedBy(TWRC_ENDOFLIST), '-', "STATUS; no count", ends},
         // The image isn't ended, even with its last strip.
-        {colorPage(2).strips[0], This, "12 bytes", "IMAGEMEMXFER; ENDXFER; over"},
-        {colorPage(1).strips[0], This, "12 bytes", "IMAGEMEMXFER; ENDXFER; over"},
-        {colorPage(2).strips[0], All, "RESET; over", "IMAGEMEMXFER; STATUS; no count"},
+        {colorPage(2).strips[0], 't', "12 bytes", ends},
+        {colorPage(1).strips[0], 't', "12 bytes", ends},
+        {colorPage(2).strips[0], 'a', "RESET; over", fails},
     };
-    for (const auto& row : rows) {
-        PullStage stage({colorPage(2)});
+    for (const auto& [strip, cancelled, story, next] : rows) {
         Page page = colorPage(2);
-        page.strips.insert(page.strips.begin() + 1, row.strip);
-        stage.source.put({page});
+        page.strips.insert(page.strips.begin() + 1, strip);
+        PullStage stage({page});
         stage.pull(12);
         stage.module.CancelAllXfer();  // before the call: doesn't count
         stage.forget();
-        stage.source.whileTransferring = [&] {
-            if (row.cancelled == All) stage.module.CancelAllXfer();
-            if (row.cancelled == This) stage.module.CancelThisXfer();
+        stage.source.whileTransferring = [&, asked = cancelled] {
+            if (asked == 'a') stage.module.CancelAllXfer();
+            if (asked == 't') stage.module.CancelThisXfer();
         };
         stage.pull(12);
-        CHECK(stage.pulled() == (row.cancelled == Nothing ? Bytes{} : pattern(12)));
-        checkStory(stage, "IMAGEMEMXFER; " + row.story);
+        CHECK(stage.pulled() == (cancelled == '-' ? Bytes{} : pattern(12)));
+        checkStory(stage, "IMAGEMEMXFER; " + story);
         stage.source.whileTransferring = nullptr;
         stage.pull(12);
-        checkStory(stage, row.next);
-        if (row.next.find("ENDXFER") != std::string::npos) CHECK(stage.pulled() == pieces({{12, 24}}));
+        checkStory(stage, next);
+        if (next == ends) CHECK(stage.pulled() == pieces({{12, 24}}));
     }
 }
 

@@ -273,18 +273,8 @@ TEST_CASE("an image too large for memory comes by file where the source can") {
     }
 }
 
-TEST_CASE("an image too large for memory and without a file is only told to the user") {
-    BatchStage stage({}, file);  // nor has it a description
-    stage.manager.answer(operation::get(ICAP_XFERMECH), failWith(TWCC_BADCAP));
-    SetFocus(stage.host.window());
-    stage.run();
-    checkStory(stage, "PROCESSEVENT; GETCURRENT ICAP_XFERMECH; GET ICAP_XFERMECH; STATUS; IMAGEINFO; " + box);
-    // This path leaves the nesting of the trace raised: what comes next counts as nested.
-    stage.module.IsTWAINAvailable();
-    CHECK(stage.viewer.lines().front() == "Trace: Coming TScanModule::IsTWAINAvailable");
-}
-
-TEST_CASE("the condition code of a source that doesn't say its mechanisms, in words") {
+TEST_CASE(
+    "without memory and without a file the user is told, and why the source doesn't say its mechanisms") {
     const std::pair<TW_UINT16, std::string> rows[] = {
         {0, "TWCC_SUCCESS: It worked!"},
         {1, "TWCC_BUMMER: Failure due to unknown causes"},
@@ -304,7 +294,12 @@ TEST_CASE("the condition code of a source that doesn't say its mechanisms, in wo
         stage.manager.answer(operation::get(ICAP_XFERMECH), failWith(code));
         stage.run({});
         CHECK(outline(stage).find("CanUseFileXfer(GetStatus('" + text + "\n')) ") != std::string::npos);
+        const std::string asked = "PROCESSEVENT; GETCURRENT ICAP_XFERMECH; GET ICAP_XFERMECH; STATUS; ";
+        checkStory(stage, asked + "IMAGEINFO; " + box);
     }
+    // This path leaves the nesting of the trace raised: what comes next counts as nested.
+    stage.module.IsTWAINAvailable();
+    CHECK(stage.viewer.lines().front() == "Trace: Coming TScanModule::IsTWAINAvailable");
 }
 
 TEST_CASE("the records of images: what is known, by a length's factor in the source's unit, or as it was") {

@@ -33,12 +33,10 @@ void OneShotStage::start(unsigned short mechanism) {
 int OneShotStage::finish() {
     host.takeMessages();
     deliver(MSG_XFERREADY);
-    const Lines messages = host.messages();
-    const std::string end = messages.size() == 3 ? messages[1] : "", told = "ScanToFileXferEnd ";
-    if (messages != Lines{"ScanToFileGetName", end, "ScanToFileDSClosed"} || end.rfind(told, 0) != 0)
-        throw std::runtime_error("unexpected messages of a one-shot scan");
+    const Lines results = host.messages().with("ScanToFileXferEnd ");
+    if (results.size() != 1) throw std::runtime_error("a one-shot scan without a result, or with some");
     if (!windows.memoryComplaints().empty()) throw std::runtime_error(windows.memoryComplaints().front());
-    return std::stoi(end.substr(told.size()));
+    return std::stoi(results[0].substr(results[0].find(' ')));
 }
 
 int OneShotStage::scan(unsigned short mechanism) {

@@ -15,8 +15,8 @@ public:
     void refuseMechanisms(int count);
     // Opens the source by a one-shot scan, for this mechanism; forgets what was recorded on the way.
     void start(unsigned short mechanism = SM_MECH_MEMORY);
-    // The image is ready: gives the result that the host is told; throws when the messages around it aren't
-    // those of a scan, or the module lost memory.
+    // The image is ready: gives the result that the host is told; throws when there isn't one, or the module
+    // lost memory.
     int finish();
     int scan(unsigned short mechanism = SM_MECH_MEMORY);
 
