@@ -22,98 +22,17 @@ std::string valuesSet(const Lines& calls) {
     return values;
 }
 
-// Whether an ordinary session's image goes into a file.
+// Whether an ordinary session's image goes into a file, by the mechanism that the session chose.
 bool staysInFileMode(OneShotStage& stage) {
     stage.source.put({grayPage()});
     if (stage.manager.state() == 2) stage.module.OpenDS(stage.host.window(), nullptr);
+    CHECK(stage.module.SetXferMech(SM_MECH_NATIVE) == 0);
     stage.module.EnableDS(FALSE, FALSE);
     stage.forget();
     stage.deliver(MSG_XFERREADY);
-    return stage.host.messages().back() == "ScanToFileDSClosed";
+    return stage.host.messages() == Lines{"ScanToFileGetName", "ScanToFileXferEnd 0", "ScanToFileDSClosed"} &&
+           stage.manager.calls().with("IMAGENATIVEXFER").size() == 1;
 }
-
-}  // namespace
-
-TEST_CASE("the settings reach the source, in their order") {
-    OneShotStage stage;
-    const auto start = [&](const PrestoScanSettings* settings) {
-        CHECK(stage.module.PrestoScan(stage.host.window(), "Some Host", settings) == 1);
-        return valuesSet(stage.manager.calls()) + "; " + stage.manager.calls().back();
-    };
-    // Memory transfer, by opening the source; type, resolutions, four tones, count, feeder; memory transfer.
-    // The source names no tone range: -1000 to 1000 then, negative ones with the conversion's fraction.
-    SUBCASE("defaults") {
-        CHECK(start(nullptr) == " 2 1 300 300 0 0 1000 -1000+1/65536 1 1 2; ENABLEDS show 1 modal 1");
-    }
-    SUBCASE("the host's, validated") {
-        PrestoScanSettings& s = stage.settings;
-        s.PixelType = SM_PIXEL_RGB;
-        s.Resolution = -5;
-        s.Brightness = 20, s.BrightnessMin = -100, s.BrightnessMax = 100;
-        s.Contrast = -30, s.ContrastMin = -100, s.ContrastMax = 100;
-        s.Highlight = 128, s.Shadow = 51;
-        s.MorePages = 7;
-        CHECK(start(&s) == " 2 2 100 100 200 -300+1/65536 4 -600+1/65536 -1 0 2; ENABLEDS show 0 modal 0");
-        CHECK(s.Resolution == -5);
-    }
-    CHECK(std::string(stage.manager.application().ProductName) == "Some Host");
-    CHECK(stage.manager.userInterface().hParent == stage.host.window());
-    CHECK(stage.viewer.traces().with("::PrestoScan") ==
-          Lines{"Coming TScanModule::PrestoScan", "Processing some settings in TScanModule::PrestoScan",
-                "Set Xfer Mech in TScanModule::PrestoScan", "Leaving TScanModule::PrestoScan"});
-    CHECK(stage.windows.memoryComplaints() == Lines{});
-}
-
-TEST_CASE("a setting that the source refuses makes it show its window") {
-    const std::pair<TW_UINT16, std::string> rows[] = {
-        {ICAP_PIXELTYPE, "SetPixelType returns failure"},
-        {ICAP_XRESOLUTION, "Resolution setting return failure"},
-        {ICAP_YRESOLUTION, "Resolution setting return failure"},
-        {ICAP_SHADOW, ""},
-        {CAP_FEEDERENABLED, ""},
-    };
-    for (const auto& [capability, warning] : rows) {
-        CAPTURE(capability);
-        OneShotStage stage;
-        stage.manager.answer(operation::set(capability), failWith(TWCC_BADVALUE));
-        CHECK(stage.module.PrestoScan(stage.host.window(), "Host", &stage.settings) == 1);
-        CHECK(stage.manager.userInterface().ShowUI == !warning.empty());
-        CHECK(stage.viewer.warnings().with("::PrestoScan") ==
-              !warning.empty() * Lines{warning + " in TScanModule::PrestoScan"});
-        CHECK(stage.manager.calls().with("SET ICAP_YRES").empty() == (capability == ICAP_XRESOLUTION));
-    }
-}
-
-TEST_CASE("a scan that doesn't begin") {
-    OneShotStage stage({grayPage()});
-    const auto begin = [&](const std::string& end) {
-        CHECK(stage.module.PrestoScan(stage.host.window(), "Host", &stage.settings) == 0);
-        const Lines expected = storyOf(end);
-        CHECK(journal.last(expected.size()) == expected);
-    };
-    SUBCASE("the source doesn't open") {
-        stage.manager.answer(operation::openDs, failWith(TWCC_MAXCONNECTIONS));
-        begin(
-            "OPENDS; ! DSM_Entry returns failure in TScanModule::OpenDS; STATUS; CLOSEDSM; "
-            "! OpenDS returns failure in TScanModule::PrestoScan");
-    }
-    SUBCASE("the source takes no mechanism: it stays open") {
-        stage.refuseMechanisms(3);
-        begin("");
-        CHECK(valuesSet(stage.manager.calls().last(18)) == " 2 2 2 1 1 1 0 0 0");
-        CHECK_FALSE(staysInFileMode(stage));
-    }
-    SUBCASE("the source isn't enabled: it is closed, and files it is from now on") {
-        stage.manager.answerNext(operation::enableDs, failWith(TWCC_OPERATIONERROR));
-        begin(
-            "ENABLEDS show 0 modal 0; ! DSM_Entry returns failure in TScanModule::EnableDS; STATUS; "
-            "! EnableDS returns failure in TScanModule::PrestoScan; "
-            "! DS is already disabled in TScanModule::DisableDS; CLOSEDS; CLOSEDSM");
-        CHECK(staysInFileMode(stage));
-    }
-}
-
-namespace {
 
 // A route's own operations and words.
 struct Route {
@@ -160,6 +79,85 @@ Page endingWith(const Strip& last) {
 const std::string invalidType = "box Tipo de p\xEDxel no v\xE1lido | Error | 8192";
 
 }  // namespace
+
+TEST_CASE("the settings reach the source, in their order") {
+    OneShotStage stage;
+    const auto start = [&](const PrestoScanSettings* settings) {
+        CHECK(stage.module.PrestoScan(stage.host.window(), "Some Host", settings) == 1);
+        return valuesSet(stage.manager.calls()) + "; " + stage.manager.calls().back();
+    };
+    // Memory transfer, by opening the source; type, resolutions, four tones, count, feeder; memory transfer.
+    // The source names no tone range: -1000 to 1000 then, negative ones with the conversion's fraction.
+    SUBCASE("defaults") {
+        CHECK(start(nullptr) == " 2 1 300 300 0 0 1000 -1000+1/65536 1 1 2; ENABLEDS show 1 modal 1");
+    }
+    SUBCASE("the host's, validated") {
+        PrestoScanSettings& s = stage.settings;
+        s.PixelType = SM_PIXEL_RGB;
+        s.Resolution = -5;
+        s.Brightness = 20, s.BrightnessMin = -100, s.BrightnessMax = 100;
+        s.Contrast = -30, s.ContrastMin = -100, s.ContrastMax = 100;
+        s.Highlight = 128, s.HighlightMax = 255;
+        s.Shadow = 51, s.ShadowMax = 255;
+        s.MorePages = 7;
+        CHECK(start(&s) == " 2 2 100 100 200 -300+1/65536 4 -600+1/65536 -1 0 2; ENABLEDS show 0 modal 0");
+        CHECK(s.Resolution == -5);
+    }
+    CHECK(std::string(stage.manager.application().ProductName) == "Some Host");
+    CHECK(stage.manager.userInterface().hParent == stage.host.window());
+    CHECK(stage.viewer.traces().with("::PrestoScan") ==
+          Lines{"Coming TScanModule::PrestoScan", "Processing some settings in TScanModule::PrestoScan",
+                "Set Xfer Mech in TScanModule::PrestoScan", "Leaving TScanModule::PrestoScan"});
+    CHECK(stage.windows.memoryComplaints() == Lines{});
+}
+
+TEST_CASE("a setting that the source refuses makes it show its window") {
+    const std::pair<TW_UINT16, std::string> rows[] = {
+        {ICAP_PIXELTYPE, "SetPixelType returns failure"},
+        {ICAP_XRESOLUTION, "Resolution setting return failure"},
+        {ICAP_YRESOLUTION, "Resolution setting return failure"},
+        {ICAP_SHADOW, ""},
+        {CAP_FEEDERENABLED, ""},
+    };
+    for (const auto& [capability, warning] : rows) {
+        CAPTURE(capability);
+        OneShotStage stage;
+        stage.manager.answer(operation::set(capability), failWith(TWCC_BADVALUE));
+        CHECK(stage.begin() == 1);
+        CHECK(stage.manager.userInterface().ShowUI == !warning.empty());
+        CHECK(stage.viewer.warnings().with("::PrestoScan") ==
+              !warning.empty() * Lines{warning + " in TScanModule::PrestoScan"});
+        CHECK(stage.manager.calls().with("SET ICAP_YRES").empty() == (capability == ICAP_XRESOLUTION));
+    }
+}
+
+TEST_CASE("a scan that doesn't begin, and what an ordinary session's image then becomes") {
+    const std::string refused = "! DSM_Entry returns failure in TScanModule::";
+    // What fails, the end of the story, and whether files it is from now on.
+    const std::tuple<Operation, std::string, bool> rows[] = {
+        {operation::openDs, "OPENDS; " + refused + "OpenDS; STATUS; CLOSEDSM; ! OpenDS returns failure in @",
+         false},
+        {operation::enableDs,
+         "ENABLEDS show 0 modal 0; " + refused +
+             "EnableDS; STATUS; ! EnableDS returns failure in @; "
+             "! DS is already disabled in TScanModule::DisableDS; CLOSEDS; CLOSEDSM",
+         true},
+    };
+    for (const auto& [failing, end, isFileMode] : rows) {
+        OneShotStage stage;
+        stage.manager.answerNext(failing, failWith(TWCC_OPERATIONERROR));
+        CHECK(stage.begin() == 0);
+        const Lines expected = storyOf(end, "PrestoScan");
+        CHECK(journal.last(expected.size()) == expected);
+        CHECK(staysInFileMode(stage) == isFileMode);
+    }
+    // A source that takes no mechanism stays open.
+    OneShotStage stage;
+    stage.refuseMechanisms(3);
+    CHECK(stage.begin() == 0);
+    CHECK(valuesSet(stage.manager.calls().last(18)) == " 2 2 2 1 1 1 0 0 0");
+    CHECK_FALSE(staysInFileMode(stage));
+}
 
 TEST_CASE("each route, each way it can end, with a long name that has a percent sign") {
     for (const Route& route : routes) {
@@ -263,10 +261,5 @@ TEST_CASE("whether there are more pages is asked") {
 TEST_CASE("once files, always files, whatever an ordinary session chooses") {
     OneShotStage stage({grayPage()});
     stage.scan();
-    stage.source.put({grayPage()});
-    stage.open();
-    CHECK(stage.module.SetXferMech(SM_MECH_NATIVE) == 0);
-    stage.module.EnableDS(FALSE, FALSE);
-    CHECK(stage.finish() == 0);
-    CHECK(stage.manager.calls().with("IMAGENATIVEXFER").size() == 1);
+    CHECK(staysInFileMode(stage));
 }

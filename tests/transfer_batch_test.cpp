@@ -70,12 +70,12 @@ TEST_CASE("the lines of a batch") {
         stage.run();
         CHECK(isPosted == by.isMemory());
         const std::string sizes = "GetMemXferSize('Mem Xfer Size min = 64 max = 4096preferred = 1024') ";
+        const std::string asked = "(CapNegotiate() ExtractOneValue())";
         CHECK(outline(stage) ==
-              "IsDSEvent capturing MSG_XFERREADY(ProcessScanImage(GetXferMech(CapNegotiate() "
-              "ExtractOneValue()) "
-              "CanUseFileXfer('Can Use File Xfer.') HasEnoughMemFreeSpace() HasEnoughMemFreeSpace() " +
-                  by.method + "(" + (by.isMemory() ? sizes : "") +
-                  "GetUnit(CapNegotiate() ExtractOneValue()) 'Send WM_XFERSTART' " + words[i] + "')))");
+              "IsDSEvent capturing MSG_XFERREADY(ProcessScanImage(GetXferMech" + asked +
+                  " CanUseFileXfer('Can Use File Xfer.') HasEnoughMemFreeSpace() HasEnoughMemFreeSpace() " +
+                  by.method + "(" + (by.isMemory() ? sizes : "") + "GetUnit" + asked +
+                  " 'Send WM_XFERSTART' " + words[i] + "')))");
     }
 }
 
@@ -131,9 +131,8 @@ TEST_CASE("images without a description, and ends that fail") {
         checkStory(stage, begin + done + skipped + last, by.method);
 
         // Further images that a failed end speaks of don't count.
-        Answer failure = pending(7);
-        failure.returnCode = TWRC_FAILURE;
-        failure.conditionCode = TWCC_SEQERROR;
+        Answer failure = failWith(TWCC_SEQERROR);
+        failure.act = pending(7).act;
         stage.manager.answerNext(operation::endTransfer, failure);
         stage.run({grayPage(), grayPage()});
         std::string only = done;

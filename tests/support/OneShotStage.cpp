@@ -7,11 +7,8 @@ OneShotStage::OneShotStage(std::vector<Page> pages) : source(manager, std::move(
     static int number = 0;
     path = temporaryFolder() + "one-shot" + std::to_string(++number) + ".bmp";
     host.onGetFileName = [this](char* name) { std::strcpy(name, path.c_str()); };
-    settings.FrameUnit = SM_UNIT_INCHES;
     settings.PixelType = SM_PIXEL_GRAY;
     settings.Resolution = 300;
-    settings.BrightnessMax = settings.ContrastMax = 1000;
-    settings.Highlight = settings.HighlightMax = settings.ShadowMax = 255;
 }
 
 void OneShotStage::refuseMechanisms(int count) {
@@ -24,8 +21,7 @@ void OneShotStage::refuseMechanisms(int count) {
 void OneShotStage::start(unsigned short mechanism) {
     refuseMechanisms(mechanism == SM_MECH_MEMORY ? 0 : mechanism == SM_MECH_FILE ? 1 : 2);
     windows.switchesOff = true;
-    if (!module.PrestoScan(host.window(), "Test Host", &settings))
-        throw std::runtime_error("the one-shot scan doesn't start");
+    if (begin() == 0) throw std::runtime_error("the one-shot scan doesn't start");
     windows.switchesOff = false;
     forget();
 }

@@ -13,6 +13,7 @@ public:
     // Opening the source sets memory transfer; after that so many of memory, file and native transfer are
     // refused.
     void refuseMechanisms(int count);
+    int begin() { return module.PrestoScan(host.window(), "Test Host", &settings); }
     // Opens the source by a one-shot scan, for this mechanism; forgets what was recorded on the way.
     void start(unsigned short mechanism = SM_MECH_MEMORY);
     // The image is ready: gives the result that the host is told; throws when there isn't one, or the module

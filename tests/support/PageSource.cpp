@@ -5,16 +5,11 @@
 #include <fstream>
 
 TW_IMAGEINFO imageInfo(TW_INT16 pixelType, TW_INT16 bits, TW_INT32 width, TW_INT32 length) {
-    TW_IMAGEINFO info = {};
-    info.XResolution.Whole = info.YResolution.Whole = 300;
-    info.ImageWidth = width;
-    info.ImageLength = length;
-    info.SamplesPerPixel = pixelType == TWPT_RGB ? 3 : 1;
-    std::fill_n(info.BitsPerSample, info.SamplesPerPixel, static_cast<TW_INT16>(bits / info.SamplesPerPixel));
-    info.BitsPerPixel = bits;
-    info.PixelType = pixelType;
-    info.Compression = TWCP_NONE;
-    return info;
+    const TW_INT16 samples = pixelType == TWPT_RGB ? 3 : 1;
+    const auto first = static_cast<TW_INT16>(bits / samples), others = samples == 3 ? first : TW_INT16{0};
+    const TW_FIX32 resolution = {300, 0};
+    return {resolution, resolution, width,     length,   samples, {first, others, others},
+            bits,       FALSE,      pixelType, TWCP_NONE};
 }
 
 Bytes pattern(size_t size) {

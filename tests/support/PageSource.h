@@ -12,12 +12,7 @@ using Bytes = std::vector<uint8_t>;
 
 // What a source says of a strip: those members of a TW_IMAGEMEMXFER, in its order.
 struct StripFacts {
-    TW_UINT32 bytesPerRow = 0;
-    TW_UINT32 columns = 0;
-    TW_UINT32 rows = 0;
-    TW_UINT32 xOffset = 0;
-    TW_UINT32 yOffset = 0;
-    TW_UINT32 bytesWritten = 0;
+    TW_UINT32 bytesPerRow = 0, columns = 0, rows = 0, xOffset = 0, yOffset = 0, bytesWritten = 0;
 };
 
 // What one request for a strip gets.
@@ -49,10 +44,10 @@ TW_IMAGEINFO imageInfo(TW_INT16 pixelType, TW_INT16 bits, TW_INT32 width, TW_INT
 // So many bytes, none of them 0 and no neighbours alike.
 Bytes pattern(size_t size);
 
-// Such an image, its rows a pattern cut into strips, the last one shorter when it has to be; TWRC_XFERDONE
-// comes with the last.
+// Such an image, its rows a pattern in one strip or in more, the last one shorter when it has to be;
+// TWRC_XFERDONE comes with the last.
 Page imagePage(TW_INT16 pixelType, TW_INT16 bits, TW_INT32 width, TW_INT32 length, TW_UINT32 bytesPerRow,
-               TW_UINT32 rowsPerStrip, bool planar = false);
+               TW_UINT32 rowsPerStrip = 0xFFFF, bool planar = false);
 
 class PageSource {
 public:
