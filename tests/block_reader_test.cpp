@@ -8,6 +8,7 @@ namespace {
 
 constexpr unsigned over = 0xFFFFFFFF;
 constexpr unsigned unwritten = 4711;
+constexpr SIZE_T any = ~SIZE_T{0};
 constexpr uint8_t untouched = 0xEE;
 const std::string other = "Another Maker";
 
@@ -23,15 +24,14 @@ struct PullStage : Stage {
         enable();
     }
 
-    // Asks for so many bytes, into a buffer with room for more; result and count end the journal.
+    // Asks for so many bytes, into a buffer with room for more; what the count then says ends the journal.
     void pull(unsigned size) {
         buffer.assign(size + 1000, untouched);
         count = unwritten;
-        const std::string result = std::to_string(module.ReadBlock(buffer.data(), size, &count));
-        const std::string counted = count == over        ? "over"
-                                    : count == unwritten ? "no"
-                                                         : std::to_string(count);
-        journal.push_back("result " + result + ", " + counted + " bytes");
+        const bool isOver = module.ReadBlock(buffer.data(), size, &count) == 1;
+        CHECK(isOver == (count == over));
+        const std::string counted = count == unwritten ? "no count" : std::to_string(count) + " bytes";
+        journal.push_back(isOver ? "over" : counted);
     }
 
     // What the buffer holds, without what wasn't touched at its end.
@@ -42,15 +42,11 @@ struct PullStage : Stage {
     }
 };
 
-// A strip for each row.
-Page colorPage(TW_INT32 width, TW_INT32 length, TW_UINT32 bytesPerRow) {
-    return {imageInfo(TWPT_RGB, 24, width, length),
-            cutRows(pattern(bytesPerRow * length), bytesPerRow, width, 1)};
+// 4 pixels of 3 bytes, and of one with a byte of padding; a strip for each row.
+Page colorPage(TW_INT32 length) {
+    return imagePage(TWPT_RGB, 24, 4, length, 12, 1);
 }
-// 4 pixels and a byte of padding.
-Page grayRow() {
-    return {imageInfo(TWPT_GRAY, 8, 4, 1), cutRows(pattern(5), 5, 4, 1)};
-}
+const Page grayRow = imagePage(TWPT_GRAY, 8, 4, 1, 5, 1);
 
 // Those bytes of a pattern, a pair for each piece: from here to before there.
 Bytes pieces(const std::vector<std::pair<int, int>>& ranges) {
@@ -66,49 +62,40 @@ const std::string begin = "SETUPMEMXFER; IMAGEINFO; IMAGEMEMXFER; ";
 }  // namespace
 
 TEST_CASE("how much the source is asked for") {
-    struct Row {
-        std::string maker;
-        TW_SETUPMEMXFER sizes;
-        std::vector<unsigned> callers, asked;
-        SIZE_T largest = ~SIZE_T{0};  // allocations of this size fail
-    };
-    const Row rows[] = {
-        {other, {100, 9000, 1000}, {2000, 1000}, {1000, 1000}},
+    // Of a maker: the source's sizes, the caller's, and what is asked for. An allocation may fail.
+    using Sizes = std::vector<unsigned>;
+    const TW_SETUPMEMXFER sizes = {100, 9000, 1000};
+    const std::tuple<std::string, TW_SETUPMEMXFER, SIZE_T, Sizes, Sizes> rows[] = {
+        {other, sizes, any, {2000, 1000}, {1000, 1000}},
         // Lowered for a smaller buffer, also below the minimum, and staying so for the image.
-        {other, {100, 9000, 1000}, {300, 2000, 50}, {300, 300, 50}},
+        {other, sizes, any, {300, 2000, 50}, {300, 300, 50}},
         // The brand: what the host's buffer takes.
-        {"KAVRO", {100, 9000, 1000}, {2000, 50, 300}, {2000, 50, 300}},
-        {"Kavro", {100, 9000, 1000}, {2000}, {1000}},
-        {"KAVRO Ltd", {100, 9000, 1000}, {2000}, {1000}},
+        {"KAVRO", sizes, any, {2000, 50, 300}, {2000, 50, 300}},
+        {"Kavro", sizes, any, {2000}, {1000}},
+        {"KAVRO Ltd", sizes, any, {2000}, {1000}},
         // When memory is short, or none is asked for.
-        {"KAVRO", {100000, 9000000, 100001}, {200000}, {100000}, 150000},
-        {"KAVRO", {200001, 150000, 0}, {300000}, {150000}, 200000},
-        {"KAVRO", {100, 9000, 1000}, {0}, {100}},
+        {"KAVRO", {100000, 9000000, 100001}, 150000, {200000}, {100000}},
+        {"KAVRO", {200001, 150000, 0}, 200000, {300000}, {150000}},
+        {"KAVRO", sizes, any, {0}, {100}},
     };
-    for (const Row& row : rows) {
-        CAPTURE(row.asked);
-        PullStage stage({colorPage(2, 9, 6)}, row.maker);
-        stage.source.setBufferSizes(row.sizes.MinBufSize, row.sizes.MaxBufSize, row.sizes.Preferred);
-        stage.windows.largestAllocation = row.largest;
-        for (const unsigned size : row.callers)
+    for (const auto& [maker, said, largest, callers, expected] : rows) {
+        CAPTURE(expected);
+        PullStage stage({colorPage(9)}, maker);
+        stage.source.bufferSizes = said;
+        stage.windows.largestAllocation = largest;
+        Sizes asked;
+        for (const unsigned size : callers) {
             stage.pull(size);
-        std::vector<unsigned> asked;
-        for (const TW_MEMORY& request : stage.source.requests())
-            asked.push_back(request.Length);
-        CHECK(asked == row.asked);
+            asked.push_back(stage.source.requests.back().Length);
+        }
+        CHECK(asked == expected);
         CHECK(stage.windows.memoryComplaints() == Lines{});
     }
 }
 
 TEST_CASE("what one strip gives") {
-    struct Row {
-        TW_INT16 pixelType, bits;
-        TW_INT32 width;
-        StripFacts strip;
-        unsigned size, count;
-        Bytes delivered;
-    };
-    const Row rows[] = {
+    // Of an image of this type, bits and width, and a buffer of this size: what is counted and delivered.
+    const std::tuple<TW_INT16, TW_INT16, TW_INT32, StripFacts, unsigned, unsigned, Bytes> rows[] = {
         {TWPT_RGB, 24, 3, {9, 3, 2, 0, 0, 18}, 100, 18, pieces({{0, 18}})},
         {TWPT_RGB, 24, 3, {12, 3, 2, 0, 0, 24}, 100, 18, pieces({{0, 9}, {12, 21}})},
         {TWPT_GRAY, 8, 3, {4, 3, 2, 0, 0, 8}, 100, 6, pieces({{0, 3}, {4, 7}})},
@@ -127,80 +114,74 @@ TEST_CASE("what one strip gives") {
         {TWPT_GRAY, 16, 4, {8, 4, 2, 0, 0, 16}, 100, 8, pieces({{0, 4}, {8, 12}})},
         {TWPT_RGB, 48, 2, {12, 2, 2, 0, 0, 24}, 100, 12, pieces({{0, 6}, {12, 18}})},
     };
-    for (const Row& row : rows) {
-        CAPTURE(&row - rows);
-        const Strip strip{row.strip, pattern(row.strip.bytesWritten)};
-        PullStage stage({{imageInfo(row.pixelType, row.bits, row.width, 100), {strip}}});
-        stage.pull(row.size);
-        checkStory(stage, begin + "result 0, " + std::to_string(row.count) + " bytes");
-        CHECK(stage.pulled().size() <= std::max<size_t>(row.count, row.delivered.size()));
-        CHECK(Bytes(stage.buffer.begin(), stage.buffer.begin() + row.delivered.size()) == row.delivered);
+    for (const auto& [pixelType, bits, width, facts, size, count, delivered] : rows) {
+        CAPTURE(pixelType);
+        CAPTURE(facts.bytesPerRow);
+        PullStage stage({{imageInfo(pixelType, bits, width, 100), {{facts, pattern(facts.bytesWritten)}}}});
+        stage.pull(size);
+        checkStory(stage, begin + std::to_string(count) + " bytes");
+        CHECK(stage.pulled() == delivered);
     }
 }
 
 TEST_CASE("the last strip comes without its length, and the next page begins anew") {
-    PullStage stage({colorPage(4, 2, 12), grayRow()});
+    PullStage stage({colorPage(2), grayRow});
     stage.pull(24);
-    checkStory(stage, begin + "result 0, 12 bytes");
+    checkStory(stage, begin + "12 bytes");
     stage.pull(24);
     // The lines name the pushed form.
     CHECK(outline(stage) == "DoMemXfer('Memory buffer size = 24' EndThisXfer())");
-    checkStory(stage, "IMAGEMEMXFER; ENDXFER; result 1, over bytes");
+    checkStory(stage, "IMAGEMEMXFER; ENDXFER; over");
     CHECK(stage.pulled() == pieces({{12, 24}}));
     // Gray now, a byte per pixel; as for a page that can't be described.
     for (const bool described : {true, false}) {
-        if (!described) stage.source.put({colorPage(4, 1, 12)});
+        if (!described) stage.source.put({colorPage(1)});
         if (!described) stage.manager.answer(operation::imageInfo, failWith(TWCC_BADVALUE));
         stage.pull(24);
         CHECK(stage.pulled() == pattern(4));
-        checkStory(stage, begin + "ENDXFER; result 1, over bytes");
+        checkStory(stage, begin + "ENDXFER; over");
     }
 }
 
 TEST_CASE("a strip that doesn't come, and a cancel while the source works on one") {
-    enum { Nothing, This, All };
-    const struct {
-        Strip strip;
-        int cancelled;
-        std::string story, next;  // the call for it and the one after it
-    } rows[] = {
-        {endedBy(TWRC_CANCEL), Nothing, "ENDXFER; RESET; result 1, over", begin + "STATUS; result 0, no"},
+    const std::string ends = "IMAGEMEMXFER; ENDXFER; over", fails = "IMAGEMEMXFER; STATUS; no count";
+    // Cancelled is this one, all or none; the story of the call for it and of the one after it.
+    const std::tuple<Strip, char, std::string, std::string> rows[] = {
+        {endedBy(TWRC_CANCEL), '-', "ENDXFER; RESET; over", "SETUPMEMXFER; IMAGEINFO; " + fails},
         // Reset twice.
-        {failedWith(TWCC_OPERATIONERROR), Nothing, "STATUS; RESET; RESET; result 1, over",
-         "IMAGEMEMXFER; STATUS; result 0, no"},
+        {failedWith(TWCC_OPERATIONERROR), '-', "STATUS; RESET; RESET; over", fails},
         // What wasn't written may be tried again.
-        {failedWith(TWCC_PAPERJAM), Nothing, "STATUS; result 0, no", "IMAGEMEMXFER; ENDXFER; result 1, over"},
-        {endedBy(TWRC_ENDOFLIST), Nothing, "STATUS; result 0, no", "IMAGEMEMXFER; ENDXFER; result 1, over"},
+        {failedWith(TWCC_PAPERJAM), '-', "STATUS; no count", ends},
+        {endedBy(TWRC_ENDOFLIST), '-', "STATUS; no count", ends},
         // The image isn't ended, even with its last strip.
-        {colorPage(4, 2, 12).strips[0], This, "result 0, 12", "IMAGEMEMXFER; ENDXFER; result 1, over"},
-        {colorPage(4, 1, 12).strips[0], This, "result 0, 12", "IMAGEMEMXFER; ENDXFER; result 1, over"},
-        {colorPage(4, 2, 12).strips[0], All, "RESET; result 1, over", "IMAGEMEMXFER; STATUS; result 0, no"},
+        {colorPage(2).strips[0], 't', "12 bytes", ends},
+        {colorPage(1).strips[0], 't', "12 bytes", ends},
+        {colorPage(2).strips[0], 'a', "RESET; over", fails},
     };
-    for (const auto& row : rows) {
-        PullStage stage({colorPage(4, 2, 12)});
-        Page page = colorPage(4, 2, 12);
-        page.strips.insert(page.strips.begin() + 1, row.strip);
-        stage.source.put({page});
+    for (const auto& [strip, cancelled, story, next] : rows) {
+        Page page = colorPage(2);
+        page.strips.insert(page.strips.begin() + 1, strip);
+        PullStage stage({page});
         stage.pull(12);
         stage.module.CancelAllXfer();  // before the call: doesn't count
         stage.forget();
-        stage.source.whileTransferring = [&] {
-            if (row.cancelled == All) stage.module.CancelAllXfer();
-            if (row.cancelled == This) stage.module.CancelThisXfer();
+        stage.source.whileTransferring = [&, asked = cancelled] {
+            if (asked == 'a') stage.module.CancelAllXfer();
+            if (asked == 't') stage.module.CancelThisXfer();
         };
         stage.pull(12);
-        CHECK(stage.pulled() == (row.cancelled == Nothing ? Bytes{} : pattern(12)));
-        checkStory(stage, "IMAGEMEMXFER; " + row.story + " bytes");
+        CHECK(stage.pulled() == (cancelled == '-' ? Bytes{} : pattern(12)));
+        checkStory(stage, "IMAGEMEMXFER; " + story);
         stage.source.whileTransferring = nullptr;
         stage.pull(12);
-        checkStory(stage, row.next + " bytes");
-        if (row.next.find("ENDXFER") != std::string::npos) CHECK(stage.pulled() == pieces({{12, 24}}));
+        checkStory(stage, next);
+        if (next == ends) CHECK(stage.pulled() == pieces({{12, 24}}));
     }
 }
 
 TEST_CASE("without memory, or without a source, nothing is asked and the count stays") {
     for (const bool open : {false, true}) {
-        PullStage stage({colorPage(4, 2, 12)});
+        PullStage stage({colorPage(2)});
         if (!open) stage.module.DisableDS();
         if (!open) stage.module.CloseDS();
         stage.windows.largestAllocation = 12;
@@ -208,7 +189,7 @@ TEST_CASE("without memory, or without a source, nothing is asked and the count s
         stage.pull(12);
         CHECK(stage.viewer.warnings().last(1) == Lines{"Low Memory in TScanModule::DoMemXfer"});
         CHECK(stage.manager.calls().with("IMAGEMEMXFER") == Lines{});
-        stage.windows.largestAllocation = ~SIZE_T{0};
+        stage.windows.largestAllocation = any;
         for (const unsigned count : {unwritten, open ? 12 : unwritten}) {
             CHECK(stage.count == count);
             stage.pull(12);
@@ -219,7 +200,7 @@ TEST_CASE("without memory, or without a source, nothing is asked and the count s
 TEST_CASE("an image that was pulled in part is forgotten with its batch and with the source") {
     for (const bool withBatch : {false, true}) {
         CAPTURE(withBatch);
-        PullStage stage({colorPage(4, 3, 12)});
+        PullStage stage({colorPage(3)});
         stage.host.onXferStart = [&](TXferImageInfo& image) {
             // A pull takes back what the host said of its own buffer.
             *image.Target.Buffer = {4, &stage};
@@ -236,7 +217,7 @@ TEST_CASE("an image that was pulled in part is forgotten with its batch and with
             stage.module.CloseDS();
             stage.enable();
         }
-        stage.source.put({grayRow()});
+        stage.source.put({grayRow});
         stage.pull(24);
         CHECK(stage.count == over);
         CHECK(stage.pulled() == pattern(4));

@@ -9,13 +9,7 @@
 
 namespace {
 
-Page imagePage(TW_INT16 type, TW_INT16 bits, TW_INT32 width, TW_INT32 length, TW_UINT32 bytesPerRow,
-               bool planar = false) {
-    Page page{imageInfo(type, bits, width, length),
-              cutRows(pattern(bytesPerRow * length), bytesPerRow, width, length)};
-    page.info.Planar = planar;
-    return page;
-}
+constexpr size_t any = ~size_t{0};
 
 Bytes from(const Bytes& file, size_t offset) {
     return {file.begin() + std::min(offset, file.size()), file.end()};
@@ -31,13 +25,9 @@ std::string letters(const Bytes& bytes) {
 }  // namespace
 
 TEST_CASE("headers and palettes") {
-    struct Row {
-        TW_INT16 type, bits;
-        TW_UINT16 given;  // palette entries of the source, of which more than 256 are none
-        const char* header;
-        size_t fileSize;
-    };
-    const Row rows[] = {
+    // Of a pixel type, bits, and palette entries of the source, of which more than 256 are none: the headers
+    // and the file's size.
+    const std::tuple<TW_INT16, TW_INT16, TW_UINT16, std::string, size_t> rows[] = {
         {TWPT_BW, 1, 0, "BM size 66 pixels at 62, 9x1, 1 bits, 2 colours", 66},
         {TWPT_GRAY, 8, 0, "BM size 1090 pixels at 1078, 9x1, 8 bits, 256 colours", 1090},
         {TWPT_PALETTE, 8, 10, "BM size 1090 pixels at 1078, 9x1, 8 bits, 256 colours", 1090},
@@ -47,23 +37,23 @@ TEST_CASE("headers and palettes") {
         {TWPT_RGB, 24, 0, "BM size 82 pixels at 54, 9x1, 24 bits, 0 colours", 82},
     };
     OneShotStage stage;
-    for (const Row& row : rows) {
-        CAPTURE(row.header);
-        CAPTURE(row.given);
-        stage.source.put({imagePage(row.type, row.bits, 9, 1, (9 * row.bits + 31) / 32 * 4)});
+    for (const auto& [type, bits, given, header, fileSize] : rows) {
+        CAPTURE(header);
+        CAPTURE(given);
+        stage.source.put({imagePage(type, bits, 9, 1, (9 * bits + 31) / 32 * 4)});
         TW_PALETTE8 palette = {};
-        palette.NumColors = row.given;
-        for (TW_UINT8 i = 0; i < row.given && i < 255; ++i)
+        palette.NumColors = given;
+        for (TW_UINT8 i = 0; i < given && i < 255; ++i)
             palette.Colors[i] = {9, TW_UINT8(i + 1), TW_UINT8(i + 2), TW_UINT8(i + 3)};
         stage.manager.answer(operation::palette, copy(palette));
         CHECK(stage.scan() == 0);
         const Bytes file = stage.fileBytes();
-        CHECK(headerText(file) == row.header);
-        CHECK(file.size() == row.fileSize);
+        CHECK(headerText(file) == header);
+        CHECK(file.size() == fileSize);
         for (uint32_t i = 0; 54 + i * 4 < fileField(file, 10, 4); ++i) {
             uint32_t color = 0xFFFFFF;
-            if (row.type == TWPT_GRAY || (row.type == TWPT_BW && i == 0)) color = i * 0x010101;
-            if (row.given <= 256 && i < row.given) color = 0x010203 + i * 0x010101;
+            if (type == TWPT_GRAY || (type == TWPT_BW && i == 0)) color = i * 0x010101;
+            if (given <= 256 && i < given) color = 0x010203 + i * 0x010101;
             CHECK(fileField(file, 54 + i * 4, 4) == color);
         }
     }
@@ -86,61 +76,57 @@ TEST_CASE("pixels per metre are 0 as long as the source says its unit") {
 }
 
 TEST_CASE("where each byte of a strip goes") {
-    struct Row {
-        const char* image;   // bits, planes or not, width, length
-        const char* strips;  // of each the bytes of a row, columns, rows, place, and all its bytes
-        std::string pixels;  // of the file
-        std::string failure = "";
-    };
-    const Row rows[] = {
+    // Of an image of so many bits, in planes or not, its width and length: of each strip the bytes of a row,
+    // columns, rows, place, and all its bytes; then the pixels of the file. Fails when these are all zeros.
+    const std::tuple<TW_INT16, bool, int, int, std::string, std::string> rows[] = {
         // The lowest row first, blue first, padded with zeros.
-        {"24 0 3 2", "9 3 1 0 0 abcdefghi  9 3 1 0 1 ABCDEFGHI", "CBAFEDIHG...cbafedihg..."},
+        {24, false, 3, 2, "9 3 1 0 0 abcdefghi  9 3 1 0 1 ABCDEFGHI", "CBAFEDIHG...cbafedihg..."},
         // Tiles in any order.
-        {"24 0 4 2", "6 2 2 2 0 ABCDEFGHIJKL  6 2 2 0 0 abcdefghijkl", "ihglkjIHGLKJcbafedCBAFED"},
-        {"4 0 8 1", "2 4 1 4 0 cd  2 4 1 0 0 ab", "abcd"},
+        {24, false, 4, 2, "6 2 2 2 0 ABCDEFGHIJKL  6 2 2 0 0 abcdefghijkl", "ihglkjIHGLKJcbafedCBAFED"},
+        {4, false, 8, 1, "2 4 1 4 0 cd  2 4 1 0 0 ab", "abcd"},
         // Rows longer than those of the file go over the row above.
-        {"8 0 2 2", "6 2 2 0 0 abcdefghijkl", "ghijklcdef"},
+        {8, false, 2, 2, "6 2 2 0 0 abcdefghijkl", "ghijklcdef"},
         // Rows are counted by their bytes, and those below the image left out.
-        {"8 0 4 2", "4 4 1000000 0 0 abcdefgh", "efghabcd"},
-        {"8 0 4 2", "4 4 0 0 0 abcdefgh", "efghabcd"},
-        {"8 0 4 2", "4 4 3 0 0 abcdefghijkl", "efghabcd"},
-        {"8 0 4 2", "4 4 1 0 0 abcd  4 4 3 0 1 efghijklmnop", "efghabcd"},
+        {8, false, 4, 2, "4 4 1000000 0 0 abcdefgh", "efghabcd"},
+        {8, false, 4, 2, "4 4 0 0 0 abcdefgh", "efghabcd"},
+        {8, false, 4, 2, "4 4 3 0 0 abcdefghijkl", "efghabcd"},
+        {8, false, 4, 2, "4 4 1 0 0 abcd  4 4 3 0 1 efghijklmnop", "efghabcd"},
         // Planes, whole and in strips. One that doesn't begin at the top goes on with the last colour.
-        {"24 1 2 2", "2 2 2 0 0 abcd  2 2 2 0 0 ABCD  2 2 2 0 0 1234", "3Cc4Dd..1Aa2Bb.."},
-        {"24 1 2 2", "3 2 1 0 0 abx  3 2 2 0 1 cdxxxx  3 2 2 0 0 ABxCDx", ".Cc.Dd...Aa.Bb.."},
-        {"24 1 4 2", "2 2 1 2 1 ab", "......a..b.............."},
+        {24, true, 2, 2, "2 2 2 0 0 abcd  2 2 2 0 0 ABCD  2 2 2 0 0 1234", "3Cc4Dd..1Aa2Bb.."},
+        {24, true, 2, 2, "3 2 1 0 0 abx  3 2 2 0 1 cdxxxx  3 2 2 0 0 ABxCDx", ".Cc.Dd...Aa.Bb.."},
+        {24, true, 4, 2, "2 2 1 2 1 ab", "......a..b.............."},
         // Away from the left edge the top row can't be read whole.
-        {"24 1 4 2", "2 2 1 2 0 ab", "........................", "_lread returns failure"},
+        {24, true, 4, 2, "2 2 1 2 0 ab", "........................"},
     };
-    for (const Row& row : rows) {
-        CAPTURE(row.strips);
-        std::istringstream image(row.image), strips(row.strips);
-        TW_INT16 bits = 0, planar = 0;
-        Page page = {};
-        image >> bits >> planar >> page.info.ImageWidth >> page.info.ImageLength;
+    for (const auto& [bits, planar, width, length, strips, pixels] : rows) {
+        CAPTURE(strips);
         const TW_INT16 type = bits == 24 ? TWPT_RGB : bits == 8 ? TWPT_GRAY : TWPT_PALETTE;
-        page.info = imageInfo(type, bits, page.info.ImageWidth, page.info.ImageLength);
-        page.info.Planar = static_cast<TW_BOOL>(planar);
+        Page page{imageInfo(type, bits, width, length)};
+        page.info.Planar = planar;
+        std::istringstream rest(strips);
         StripFacts facts;
-        for (std::string bytes; strips >> facts.bytesPerRow >> facts.columns >> facts.rows >> facts.xOffset >>
+        for (std::string bytes; rest >> facts.bytesPerRow >> facts.columns >> facts.rows >> facts.xOffset >>
                                 facts.yOffset >> bytes;) {
             facts.bytesWritten = static_cast<TW_UINT32>(bytes.size());
             page.strips.push_back({facts, Bytes(bytes.begin(), bytes.end())});
         }
         page.strips.back().returnCode = TWRC_XFERDONE;
         OneShotStage stage({page});
-        CHECK(stage.scan() == (row.failure.empty() ? 0 : -3));
-        CHECK(stage.viewer.warnings().with(row.failure).with("BufferToFile").empty() == row.failure.empty());
+        const bool fails = pixels.find_first_not_of('.') == std::string::npos;
+        CHECK(stage.scan() == (fails ? -3 : 0));
+        const std::string failure = "_lread returns failure in TScanModule::BufferToFileForPlanar";
+        CHECK(stage.viewer.warnings().with("BufferToFile") == fails * Lines{failure});
         const Bytes file = stage.fileBytes();
-        CHECK(letters(from(file, fileField(file, 10, 4))).substr(0, row.pixels.size()) == row.pixels);
-        CHECK((bits == 4 || file.size() == fileField(file, 10, 4) + row.pixels.size()));
+        const uint32_t offset = fileField(file, 10, 4);
+        CHECK(letters(from(file, offset)).substr(0, pixels.size()) == pixels);
+        CHECK((bits == 4 || file.size() == offset + pixels.size()));
         // Nothing ran into what lies before the pixels: the last of the grays, or the header's last field.
-        CHECK((bits == 4 || fileField(file, fileField(file, 10, 4) - 4, 4) == (bits == 8 ? 0xFFFFFFu : 0)));
+        CHECK((bits == 4 || fileField(file, offset - 4, 4) == (bits == 8 ? 0xFFFFFFu : 0)));
     }
 }
 
 TEST_CASE("an image abandoned after its first plane shifts the colours of the next") {
-    Page page = imagePage(TWPT_RGB, 24, 1, 1, 1, true);
+    Page page = imagePage(TWPT_RGB, 24, 1, 1, 1, 1, true);
     const Strip plane = {{1, 1, 1, 0, 0, 1}, {'a'}};
     page.strips = {plane, endedBy(TWRC_CANCEL)};
     OneShotStage stage({page});
@@ -156,10 +142,10 @@ TEST_CASE("an image abandoned after its first plane shifts the colours of the ne
 
 TEST_CASE("planes are merged in never more than 256 KiB of whole rows") {
     // Three planes of the same bytes.
-    Page page = imagePage(TWPT_RGB, 24, 30001, 5, 30001, true);
+    Page page = imagePage(TWPT_RGB, 24, 30001, 5, 30001, 5, true);
     page.strips.insert(page.strips.begin(), 2, {page.strips[0].facts, page.strips[0].bytes});
     OneShotStage stage({page});
-    stage.source.setBufferSizes(64, 200000, 200000);
+    stage.source.bufferSizes = {64, 200000, 200000};
     CHECK(stage.scan() == 0);
     const auto& sizes = stage.windows.allocations;
     CHECK(*std::max_element(sizes.begin(), sizes.end()) <= 0x40000);
@@ -172,16 +158,13 @@ TEST_CASE("planes are merged in never more than 256 KiB of whole rows") {
 }
 
 TEST_CASE("layouts that the file can't hold") {
-    struct Row {
-        TW_INT16 samples, bits[3];
-    };
-    const Row rows[] = {{2, {12, 12, 0}}, {4, {6, 6, 6}}, {0, {}},
-                        {3, {8, 8, 7}},   {3, {8, 7, 8}}, {3, {7, 8, 8}}};
-    for (const Row& row : rows) {
+    const std::pair<TW_INT16, std::vector<TW_INT16>> rows[] = {
+        {2, {12, 12, 0}}, {4, {6, 6, 6}}, {0, {0, 0, 0}}, {3, {8, 8, 7}}, {3, {8, 7, 8}}, {3, {7, 8, 8}}};
+    for (const auto& [samples, bits] : rows) {
         for (const bool planar : {false, true}) {
-            Page page = imagePage(TWPT_RGB, 24, 4, 2, 12, planar);
-            page.info.SamplesPerPixel = row.samples;
-            std::copy(std::begin(row.bits), std::end(row.bits), page.info.BitsPerSample);
+            Page page = imagePage(TWPT_RGB, 24, 4, 2, 12, 2, planar);
+            page.info.SamplesPerPixel = samples;
+            std::copy(bits.begin(), bits.end(), page.info.BitsPerSample);
             OneShotStage stage({page});
             CHECK(stage.scan() == 1);
             // Kept open, so it stays; nothing but headers was written.
@@ -203,7 +186,7 @@ TEST_CASE("the look at the disk") {
         {{1, 1, enough}, -3},     // no such folder
     };
     OneShotStage stage;
-    stage.source.setBufferSizes(64, 1000000, 1000000);
+    stage.source.bufferSizes = {64, 1000000, 1000000};
     for (const auto& [space, result] : rows) {
         CAPTURE(space.freeClusters);
         stage.source.put({imagePage(TWPT_GRAY, 8, 1000, 1000, 1000)});
@@ -212,31 +195,22 @@ TEST_CASE("the look at the disk") {
         if (result == -3) stage.path = "C:\\no such folder\\a.bmp";
         CHECK(stage.scan() == result);
         CHECK(fileExists(stage.path) == (result == 0));
-        const std::string words = result == -2 ? "! Disk space is not enough" : "! Create file error";
-        CHECK(journal.with("! ") ==
-              storyOf(result == 0
-                          ? ""
-                          : words + " in TScanModule::CheckDiskSpace; ! CheckDiskSpace returns failure in @",
-                      "PrestoScanDoMemXfer"));
+        const std::string words = result == -2 ? "Disk space is not enough" : "Create file error";
+        CHECK(stage.viewer.warnings() ==
+              (result != 0) * Lines{words + " in TScanModule::CheckDiskSpace",
+                                    "CheckDiskSpace returns failure in TScanModule::PrestoScanDoMemXfer"});
         if (result != -3) CHECK(stage.windows.diskAsked == stage.path.substr(0, 3));
     }
 }
 
 TEST_CASE("a disk that fills up, and memory that runs out") {
-    struct Row {
-        bool planar;
-        size_t room, largest;  // bytes that find room, and the allocation that fails
-        int result;
-        std::string warnings;
-        bool stays;  // still open when it should be deleted
-        int closed;  // files: by the look at the disk, then for what failed
-    };
-    const size_t any = ~size_t{0};
-    const std::string write = "! _lwrite returns failure in TScanModule::",
-                      low = "! Low Memory in TScanModule::";
-    const std::string header =
-        "WriteDIBHeader; ! WriteDIBHeader returns failure in TScanModule::PrestoScanDoMemXfer";
-    const Row rows[] = {
+    // In planes, the bytes that find room, the allocation that fails; the result, warnings, whether the file
+    // is still open when it should be deleted, and files closed: by the look at the disk, then for what
+    // failed.
+    const std::string write = "! _lwrite returns failure in TScanModule::";
+    const std::string low = "! Low Memory in TScanModule::";
+    const std::string header = "WriteDIBHeader; ! WriteDIBHeader returns failure in @";
+    const std::tuple<bool, size_t, size_t, int, std::string, bool, int> rows[] = {
         // 2 x 2 black and white: 62 bytes of headers and palette, two rows of 4 bytes.
         {false, 0, any, -3, write + header, false, 2},
         {false, 69, any, -3, write + header, false, 2},
@@ -252,26 +226,27 @@ TEST_CASE("a disk that fills up, and memory that runs out") {
         {true, any, 90000, 2, low + "BufferToFileForPlanar", true, 1},
         {true, any, 90001, 0, "", true, 2},
     };
-    for (const Row& row : rows) {
-        CAPTURE(row.room);
-        CAPTURE(row.largest);
-        OneShotStage stage(
-            {row.planar ? imagePage(TWPT_RGB, 24, 300, 100, 300, true) : imagePage(TWPT_BW, 1, 2, 2, 4)});
-        stage.source.setBufferSizes(64, 30000, 100);
+    for (const auto& [planar, room, largest, result, warnings, stays, closed] : rows) {
+        CAPTURE(room);
+        CAPTURE(largest);
+        const Page colors = imagePage(TWPT_RGB, 24, 300, 100, 300, 100, true);
+        OneShotStage stage({planar ? colors : imagePage(TWPT_BW, 1, 2, 2, 4)});
+        stage.source.bufferSizes = {64, 30000, 100};
         stage.start();
-        stage.windows.diskRoom = row.room;
-        stage.windows.largestAllocation = row.largest;
+        stage.windows.diskRoom = room;
+        stage.windows.largestAllocation = largest;
         stage.windows.filesClosed = 0;
-        CHECK(stage.finish() == row.result);
-        CHECK(fileExists(stage.path) == row.stays);
-        CHECK(stage.windows.filesClosed == row.closed);
-        CHECK(journal.with("! ") == storyOf(row.warnings));
+        CHECK(stage.finish() == result);
+        CHECK(fileExists(stage.path) == stays);
+        CHECK(stage.windows.filesClosed == closed);
+        CHECK(journal.with("! ") == storyOf(warnings, "PrestoScanDoMemXfer"));
     }
 }
 
 TEST_CASE("a file that can't be made any more") {
-    for (const bool native : {false, true}) {
-        CAPTURE(native);
+    const std::pair<unsigned short, std::string> rows[] = {{SM_MECH_NATIVE, "WriteDIBHandleToFile"},
+                                                           {SM_MECH_MEMORY, "PrestoScanDoMemXfer"}};
+    for (const auto& [mechanism, method] : rows) {
         OneShotStage stage({imagePage(TWPT_GRAY, 8, 4, 4, 4)});
         // A folder takes the place of the file that the look at the disk has made.
         const auto obstruct = [&](TW_MEMREF) {
@@ -280,54 +255,46 @@ TEST_CASE("a file that can't be made any more") {
         };
         stage.manager.answer(operation::setupMemory, {TWRC_SUCCESS, TWCC_SUCCESS, {}, obstruct});
         stage.manager.answer(operation::nativeTransfer, {TWRC_XFERDONE, TWCC_SUCCESS, {}, obstruct});
-        CHECK(stage.scan(native ? SM_MECH_NATIVE : SM_MECH_MEMORY) == -3);
-        CHECK(stage.viewer.warnings().with("file") ==
-              Lines{std::string("Create file error in TScanModule::") +
-                    (native ? "WriteDIBHandleToFile" : "PrestoScanDoMemXfer")});
+        CHECK(stage.scan(mechanism) == -3);
+        CHECK(stage.viewer.warnings().with("file") == Lines{"Create file error in TScanModule::" + method});
         CHECK(RemoveDirectoryA(stage.path.c_str()));
     }
 }
 
 TEST_CASE("a DIB from the source becomes a file, or fails as a whole") {
-    struct Row {
-        LONG width, height;
-        WORD bits;
-        DWORD colors;
-        size_t blockSize, room;
-        std::string header = "";  // none when it fails
-    };
-    const size_t any = ~size_t{0};
-    const Row rows[] = {
+    // Width, height, bits, colours; the size of the block, the bytes that find room, and the file's headers:
+    // none when it fails.
+    const std::tuple<LONG, LONG, WORD, DWORD, size_t, size_t, std::string> rows[] = {
         {4, 4, 8, 256, 1080, any, "BM size 1094 pixels at 1078, 4x4, 8 bits, 256 colours"},
         // Only a palette that the header counts is counted, and what is too much is left out.
         {4, 4, 8, 0, 1080, any, "BM size 70 pixels at 54, 4x4, 8 bits, 0 colours"},
         {20, 1023, 24, 0, 61420, any, "BM size 61434 pixels at 54, 20x1023, 24 bits, 0 colours"},
         {200, 301, 24, 0, 180640, 14 + 180640, "BM size 180654 pixels at 54, 200x301, 24 bits, 0 colours"},
         // No room: for the file header, the last byte, a large one's first piece and its second.
-        {4, 4, 8, 0, 56, 13},
-        {4, 4, 8, 0, 56, 14 + 55},
-        {200, 301, 24, 0, 180640, 14 + 61439},
-        {200, 301, 24, 0, 180640, 14 + 61440 + 100},
+        {4, 4, 8, 0, 56, 13, ""},
+        {4, 4, 8, 0, 56, 14 + 55, ""},
+        {200, 301, 24, 0, 180640, 14 + 61439, ""},
+        {200, 301, 24, 0, 180640, 14 + 61440 + 100, ""},
         // Blocks that end too early: within the pixels, the palette, the header; sizes without sense.
-        {4, 5, 8, 0, 56, any},
-        {4, 4, 8, 256, 56, any},
-        {4, 4, 8, 0, 20, any},
-        {4, -4, 8, 0, 56, any},
-        {4, 0x7FFFFFFF, 8, 0, 56, any},
+        {4, 5, 8, 0, 56, any, ""},
+        {4, 4, 8, 256, 56, any, ""},
+        {4, 4, 8, 0, 20, any, ""},
+        {4, -4, 8, 0, 56, any, ""},
+        {4, 0x7FFFFFFF, 8, 0, 56, any, ""},
     };
-    for (const Row& row : rows) {
-        CAPTURE(&row - rows);
-        Bytes dib = pattern(row.blockSize);
-        const BITMAPINFOHEADER header = {40, row.width, row.height, 1, row.bits, 0, 0, 0, 0, row.colors, 0};
-        std::memcpy(dib.data(), &header, std::min(dib.size(), sizeof header));
+    for (const auto& [width, height, bits, colors, blockSize, room, headers] : rows) {
+        CAPTURE(blockSize);
+        CAPTURE(room);
         Page page = imagePage(TWPT_GRAY, 8, 4, 4, 4);
-        page.whole = dib;
+        page.whole = pattern(blockSize);
+        const BITMAPINFOHEADER header = {40, width, height, 1, bits, 0, 0, 0, 0, colors, 0};
+        std::memcpy(page.whole.data(), &header, std::min(blockSize, sizeof header));
         OneShotStage stage({page});
         stage.start(SM_MECH_NATIVE);
         stage.windows.guardBlocks = true;
-        stage.windows.diskRoom = row.room;
+        stage.windows.diskRoom = room;
         stage.windows.filesClosed = 0;
-        const bool fails = row.header.empty();
+        const bool fails = headers.empty();
         CHECK(stage.finish() == (fails ? -3 : 0));
         CHECK(stage.viewer.warnings() ==
               fails * Lines{"Error in _lwrite in TScanModule::WriteDIBHandleToFile"});
@@ -335,8 +302,8 @@ TEST_CASE("a DIB from the source becomes a file, or fails as a whole") {
         CHECK(fileExists(stage.path) == !fails);
         if (fails) continue;
         const Bytes file = stage.fileBytes();
-        CHECK(headerText(file) == row.header);
+        CHECK(headerText(file) == headers);
         CHECK(file.size() == fileField(file, 2, 4));
-        CHECK((from(file, 14) == Bytes(dib.begin(), dib.begin() + file.size() - 14)));
+        CHECK((from(file, 14) == Bytes(page.whole.begin(), page.whole.begin() + file.size() - 14)));
     }
 }

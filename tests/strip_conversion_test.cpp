@@ -12,10 +12,8 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-constexpr struct {
-    size_t pixelBytes;
-    void (*run)(const StripRows& strip, ConversionPath path);
-} exchanges[] = {{2, swapSampleBytes16}, {3, swapRedBlue24}, {6, reversePixels48}};
+constexpr std::pair<size_t, void (*)(const StripRows&, ConversionPath)> exchanges[] = {
+    {2, swapSampleBytes16}, {3, swapRedBlue24}, {6, reversePixels48}};
 constexpr size_t margin = 64;
 
 // What memory must hold afterwards, worked out for each byte on its own.
@@ -34,9 +32,9 @@ Bytes expected(const Bytes& before, size_t pixelBytes, const StripRows& strip) {
 
 // Runs all exchanges by all paths, with the strip at the very end of accessible memory.
 void check(StripRows strip) {
-    for (const auto& exchange : exchanges)
+    for (const auto& [pixelBytes, run] : exchanges)
         for (const ConversionPath path : {ConversionPath::Plain, fastestConversionPath()}) {
-            CAPTURE(exchange.pixelBytes);
+            CAPTURE(pixelBytes);
             CAPTURE(strip.bytesPerRow);
             const GuardedBuffer memory(margin + strip.size);
             uint8_t value = 1;  // no two bytes near each other are the same
@@ -44,10 +42,10 @@ void check(StripRows strip) {
                 memory.data()[i] = value = static_cast<uint8_t>(value * 5 + 17);
             const Bytes before(memory.data(), memory.data() + memory.size());
             strip.bytes = memory.data() + margin;
-            exchange.run(strip, path);
+            run(strip, path);
             // One assertion for all bytes, so that no failure prints thousands.
-            CHECK((Bytes(memory.data(), memory.data() + memory.size()) ==
-                   expected(before, exchange.pixelBytes, strip)));
+            CHECK(
+                (Bytes(memory.data(), memory.data() + memory.size()) == expected(before, pixelBytes, strip)));
         }
 }
 

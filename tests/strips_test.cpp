@@ -8,134 +8,112 @@
 #include "Story.h"
 
 TEST_CASE("the sizes that a source asks for, and those that make no sense") {
-    struct Row {
-        Answer answer;
-        std::string values, record;  // what the host is told, and the adjustments
-    };
     const auto said = [](TW_UINT32 min, TW_UINT32 max, TW_UINT32 preferred) {
         return copy(TW_SETUPMEMXFER{min, max, preferred});
     };
     const std::string noMin = "! min == 0, Adjust it in @; ", noMax = "! max == 0, Adjust it in @; ",
                       badPreferred = "! illegal preferred size, Adjust it in @; ";
-    const Row rows[] = {
-        {said(10, 30, 10), "10 30 10", ""},
-        {said(10, 30, 30), "10 30 30", ""},
-        {said(10, 30, 9), "10 30 10", badPreferred},
-        {said(10, 30, 31), "10 30 10", badPreferred},
-        {said(0, 100000, 70000), "65536 100000 70000", noMin},
-        {said(10, 0, 20), "10 65536 20", noMax},
-        {said(0, 0, 0), "65536 65536 65536", noMin + noMax + badPreferred},
-        {said(1, 0xFFFFFFFF, 0x80000000), "1 4294967295 2147483648", ""},
-        {failWith(TWCC_OPERATIONERROR), "65536 65536 65536", "!failure; "},
+    const std::pair<Answer, std::string> rows[] = {
+        {said(10, 30, 10), "result 0; value 10 30 10"},
+        {said(10, 30, 30), "result 0; value 10 30 30"},
+        {said(10, 30, 9), badPreferred + "result 0; value 10 30 10"},
+        {said(10, 30, 31), badPreferred + "result 0; value 10 30 10"},
+        {said(0, 100000, 70000), noMin + "result 0; value 65536 100000 70000"},
+        {said(10, 0, 20), noMax + "result 0; value 10 65536 20"},
+        {said(0, 0, 0), noMin + noMax + badPreferred + "result 0; value 65536 65536 65536"},
+        {said(1, 0xFFFFFFFF, 0x80000000), "result 0; value 1 4294967295 2147483648"},
+        {failWith(TWCC_OPERATIONERROR), "!failure; result 5; value 65536 65536 65536"},
     };
     Stage stage;
-    const auto ask = [&] {
-        unsigned sizes[] = {1, 2, 3};
-        const int result = stage.module.GetMemXferSize(&sizes[0], &sizes[1], &sizes[2]);
-        journal.push_back("result " + std::to_string(result) + " " + std::to_string(sizes[0]) + " " +
-                          std::to_string(sizes[1]) + " " + std::to_string(sizes[2]));
+    const auto check = [&](const std::string& record) {
+        const auto ask = [&] { return reader(&Module::GetMemXferSize)(stage.module); };
+        checkCall(stage, record, "GetMemXferSize", ask);
     };
-    ask();
-    checkStory(stage, "! Sequence error in @; result 11 1 2 3", "GetMemXferSize");
+    check("!sequence; value 7 8 9");
     stage.open();
-    for (const Row& row : rows) {
-        stage.manager.answer(operation::setupMemory, row.answer);
-        ask();
-        const std::string result = std::to_string(row.answer.conditionCode);
-        checkStory(stage, "SETUPMEMXFER; " + row.record + "result " + result + " " + row.values,
-                   "GetMemXferSize");
+    for (const auto& [answer, record] : rows) {
+        stage.manager.answer(operation::setupMemory, answer);
+        check("SETUPMEMXFER; " + record);
     }
 }
 
 TEST_CASE("the module's buffer: preferred size, else the minimum, else the maximum") {
-    struct Row {
-        TW_UINT32 min, max, preferred;
-        SIZE_T largest;  // allocations of this size fail
-        std::vector<SIZE_T> tried;
-    };
     const TW_UINT32 huge = 0x7FFF0000;
-    const Row rows[] = {
-        {600000, 800000, 700000, 800001, {700000}},
-        {600000, 800000, 700000, 700000, {700000, 600000}},
-        {huge, 500000, huge, 600000, {huge, huge, 500000}},
-        {600000, 800000, 700000, 600000, {700000, 600000, 800000}},
+    // What the source says, the allocation that fails, and what is tried.
+    const std::tuple<TW_SETUPMEMXFER, SIZE_T, std::vector<SIZE_T>> rows[] = {
+        {{600000, 800000, 700000}, 800001, {700000}},
+        {{600000, 800000, 700000}, 700000, {700000, 600000}},
+        {{huge, 500000, huge}, 600000, {huge, huge, 500000}},
+        {{600000, 800000, 700000}, 600000, {700000, 600000, 800000}},
     };
-    for (const Row& row : rows) {
-        CAPTURE(row.tried);
+    for (const auto& [sizes, largest, expected] : rows) {
+        CAPTURE(expected);
         BatchStage stage({grayPage()});
-        stage.source.setBufferSizes(row.min, row.max, row.preferred);
-        stage.windows.largestAllocation = row.largest;
+        stage.source.bufferSizes = sizes;
+        stage.windows.largestAllocation = largest;
         stage.run();
         std::vector<SIZE_T> tried;
         for (const SIZE_T size : stage.windows.allocations)
             if (size >= 500000) tried.push_back(size);
-        CHECK(tried == row.tried);
-        const bool failed = stage.source.requests().empty();
-        CHECK(failed == (row.tried.back() >= row.largest));
+        CHECK(tried == expected);
+        const bool failed = tried.back() >= largest;
+        CHECK(stage.source.requests.empty() == failed);
         CHECK(stage.host.messages().back() == (failed ? "XferEnd 2" : "XferEnd 0"));
         CHECK(stage.viewer.warnings().with("Low") == failed * Lines{"Low Memory in TScanModule::DoMemXfer"});
-        if (!failed) CHECK(stage.source.requests().back().Length == row.tried.back());
+        if (!failed) CHECK(stage.source.requests.back().Length == tried.back());
         CHECK(stage.windows.memoryComplaints() == Lines{});
     }
     // Each image has one of its own.
     BatchStage stage({grayPage(), grayPage()});
     stage.host.onMessage = [&](const std::string& line) {
-        if (line == "XferEnd 0") stage.source.setBufferSizes(64, 4096, 2048);
+        if (line == "XferEnd 0") stage.source.bufferSizes.Preferred = 2048;
     };
     stage.run();
-    CHECK(stage.source.requests().front().Length == 1024);
-    CHECK(stage.source.requests().back().Length == 2048);
+    CHECK(stage.source.requests.front().Length == 1024);
+    CHECK(stage.source.requests.back().Length == 2048);
 }
 
 TEST_CASE("where each strip goes is the host's choice") {
     GuardedBuffer first(100), second(200);
-    struct Row {
-        bool ownAtStart;
-        SmBufferDescriptor exchanged;  // what the handler of the first strip puts into the descriptor
-        const char* strips;            // the buffers: the host's first or second, or the module's
-        size_t allocated;
+    const SmBufferDescriptor none = {}, own = {100, first.data()}, other = {200, second.data()};
+    // What the host's handlers of the start and of the first strip put into the descriptor; then the sizes of
+    // the buffers: the module's own has 1024 bytes.
+    const std::tuple<SmBufferDescriptor, SmBufferDescriptor, std::string> rows[] = {
+        {own, own, "100 100 "},
+        {own, other, "100 200 "},
+        {none, other, "1024 200 "},
+        {own, none, "100 1024 "},
+        {own, {200, nullptr}, "100 1024 "},
+        {own, {0, second.data()}, "100 1024 "},
+        {none, none, "1024 1024 "},
     };
-    const Row rows[] = {
-        {true, {100, first.data()}, "first 100 first 100 ", 0},
-        {true, {200, second.data()}, "first 100 second 200 ", 0},
-        {false, {200, second.data()}, "1024 second 200 ", 1},
-        {true, {0, nullptr}, "first 100 1024 ", 1},
-        {true, {200, nullptr}, "first 100 1024 ", 1},
-        {true, {0, second.data()}, "first 100 1024 ", 1},
-        {false, {0, nullptr}, "1024 1024 ", 1},
-    };
-    for (const Row& row : rows) {
-        CAPTURE(&row - rows);
+    for (const auto& row : rows) {
+        CAPTURE(std::get<2>(row));
         BatchStage stage({grayPage()});
-        stage.host.onXferStart = [&](TXferImageInfo& image) {
-            if (row.ownAtStart) *image.Target.Buffer = {100, first.data()};
-        };
+        stage.host.onXferStart = [&](TXferImageInfo& image) { *image.Target.Buffer = std::get<0>(row); };
         std::string strips;
         stage.host.onXferData = [&](const TXferStripInfo& strip) {
-            const TW_MEMORY& asked = stage.source.requests().back();
+            const TW_MEMORY& asked = stage.source.requests.back();
             CHECK(asked.Flags == 9);  // the application's memory, given as a pointer
             CHECK(strip.Buffer->BufferPointer == asked.TheMem);
             CHECK(strip.Buffer->BufferSize == asked.Length);
-            strips += asked.TheMem == first.data() ? "first " : "";
-            strips += asked.TheMem == second.data() ? "second " : "";
+            if (strips.empty()) *strip.Buffer = std::get<1>(row);
+            CHECK((asked.TheMem == first.data()) == (asked.Length == 100));
+            CHECK((asked.TheMem == second.data()) == (asked.Length == 200));
             strips += std::to_string(asked.Length) + " ";
-            if (stage.received.empty()) *strip.Buffer = row.exchanged;
-            stage.received.push_back(0);
         };
         stage.run();
-        CHECK(strips == row.strips);
-        CHECK(stage.viewer.traces().with("Memory buffer size").size() == row.allocated);
+        CHECK(strips == std::get<2>(row));
+        const bool usesOwn = strips.find("1024") != std::string::npos;
+        CHECK(stage.viewer.traces().with("Memory buffer size").size() == usesOwn);
         CHECK(stage.windows.memoryComplaints() == Lines{});
     }
 }
 
 TEST_CASE("every layout arrives whole, is put into the order of a DIB where it has one, and described") {
-    struct Row {
-        TW_INT16 pixelType, bits;
-        TW_UINT32 bytesPerRow;
-        std::string kind;  // planar, compressed; as in a DIB or unaligned; Bytes or Colours exchanged
-    };
-    const Row rows[] = {
+    // Of a pixel type, bits, the bytes of a row: planar, compressed; as in a DIB or unaligned; Bytes or
+    // Colours exchanged.
+    const std::tuple<TW_INT16, TW_INT16, TW_UINT32, std::string> rows[] = {
         {TWPT_BW, 1, 1, "u"},      {TWPT_BW, 1, 4, "d"},     {TWPT_PALETTE, 4, 4, "d"},
         {TWPT_GRAY, 8, 5, "u"},    {TWPT_GRAY, 8, 8, "d"},   {TWPT_GRAY, 16, 10, "uB"},
         {TWPT_GRAY, 16, 12, "dB"}, {TWPT_RGB, 24, 15, "uC"}, {TWPT_RGB, 24, 16, "dC"},
@@ -144,26 +122,23 @@ TEST_CASE("every layout arrives whole, is put into the order of a DIB where it h
         {TWPT_CMYK, 32, 20, ""},   {TWPT_YUV, 24, 15, ""},
     };
     BatchStage stage;
-    for (const Row& row : rows) {
-        CAPTURE(&row - rows);
-        const auto is = [&](char kind) { return row.kind.find(kind) != std::string::npos; };
-        const Bytes all = pattern(row.bytesPerRow * 5);
-        Page page{imageInfo(row.pixelType, row.bits, 5, 5), cutRows(all, row.bytesPerRow, 5, 3)};
-        page.info.Planar = is('p');
+    for (const auto& [pixelType, bits, bytesPerRow, kind] : rows) {
+        CAPTURE(pixelType);
+        CAPTURE(bytesPerRow);
+        const auto is = [&kinds = kind](char one) { return kinds.find(one) != std::string::npos; };
+        Page page = imagePage(pixelType, bits, 5, 5, bytesPerRow, 3, is('p'));
         if (is('c')) page.info.Compression = TWCP_PACKBITS;
         stage.run({page});
         // What the exchanges do has its own test.
         const bool swaps = is('B') || is('C');
-        CHECK((stage.received == all) == !swaps);
+        CHECK((stage.received == pattern(bytesPerRow * 5)) == !swaps);
         const std::string what = is('B') ? "Swap hi-byte & lo-byte data" : "Swap R,G data";
         CHECK(stage.viewer.traces().with("Swap") == 2 * swaps * Lines{what + " in TScanModuke::DoMemXfer"});
-        const std::string length = std::to_string(row.bytesPerRow), dib = is('d') ? " as in a DIB" : "";
-        CHECK(
-            stage.strips ==
-            Lines{"5x3 at 0,0: " + std::to_string(3 * row.bytesPerRow) + " bytes, rows of " + length + dib,
-                  "5x2 at 0,3: " + std::to_string(2 * row.bytesPerRow) + " bytes, rows of " + length + dib});
-        CHECK(stage.viewer.warnings() ==
-              (is('u') ? 2 : 0) * Lines{"not 4-byte align in TScanModule::DoMemXfer"});
+        const std::string rest =
+            " bytes, rows of " + std::to_string(bytesPerRow) + (is('d') ? " as in a DIB" : "");
+        CHECK(stage.strips == Lines{"5x3 at 0,0: " + std::to_string(3 * bytesPerRow) + rest,
+                                    "5x2 at 0,3: " + std::to_string(2 * bytesPerRow) + rest});
+        CHECK(stage.viewer.warnings() == 2 * is('u') * Lines{"not 4-byte align in TScanModule::DoMemXfer"});
     }
 }
 
@@ -208,12 +183,9 @@ const StripFacts lies[] = {
     {most, most, most, most, most, most},  // everything
 };
 
-Page liar(const StripFacts& said, TW_INT16 type, TW_INT16 bits, bool planar = false) {
-    Page page{imageInfo(type, bits, 10, 10), {{said, pattern(3000), TWRC_XFERDONE}}};
-    page.info.Planar = planar;
-    return page;
+Page liar(const StripFacts& said, TW_INT16 type, TW_INT16 bits) {
+    return {imageInfo(type, bits, 10, 10), {{said, pattern(3000), TWRC_XFERDONE}}};
 }
-using Kind = std::pair<TW_INT16, TW_INT16>;
 
 // Nothing was written before a buffer at the end of a page.
 bool isClean(const GuardedBuffer& buffer) {
@@ -223,14 +195,16 @@ bool isClean(const GuardedBuffer& buffer) {
 
 }  // namespace
 
-TEST_CASE("strips that lie, pushed: nothing is touched outside the host's buffer") {
+TEST_CASE("strips that lie: nothing is touched outside the host's buffer, and a pull's slack of one row") {
+    using Kind = std::pair<TW_INT16, TW_INT16>;
     BatchStage stage;
+    stage.windows.guardBlocks = true;
     for (const StripFacts& said : lies) {
         CAPTURE(&said - lies);
-        for (const auto& [type, bits] : {Kind{2, 24}, {2, 48}, {1, 16}}) {
-            const GuardedBuffer buffer(300);
+        for (const auto& [type, bits] : {Kind{2, 24}, {2, 48}, {1, 16}, {1, 8}, {0, 1}}) {
+            const GuardedBuffer pushed(300), pulled(300 + (type == TWPT_RGB ? 30 : 10));
             stage.host.onXferStart = [&](TXferImageInfo& image) {
-                *image.Target.Buffer = {300, buffer.data()};
+                *image.Target.Buffer = {300, pushed.data()};
             };
             stage.host.onXferData = [&](const TXferStripInfo& seen) {
                 CHECK(seen.BytesWritten == std::min<TW_UINT32>(said.bytesWritten, 300));
@@ -238,38 +212,24 @@ TEST_CASE("strips that lie, pushed: nothing is touched outside the host's buffer
             };
             stage.run({liar(said, type, bits)});
             CHECK(stage.host.messages() == Lines{"XferStart", "XferData", "XferEnd 0"});
-            CHECK(isClean(buffer));
-        }
-    }
-}
-
-TEST_CASE("strips that lie, pulled: nor outside the buffer and its slack of one row") {
-    for (const std::string maker : {"KAVRO", "Another Maker"}) {
-        Stage stage;
-        PageSource source(stage.manager);
-        lstrcpynA(stage.manager.defaultSource().Manufacturer, maker.c_str(), sizeof(TW_STR32));
-        stage.enable();
-        stage.windows.guardBlocks = true;
-        for (const StripFacts& said : lies) {
-            CAPTURE(&said - lies);
-            for (const auto& [type, bits] : {Kind{2, 24}, {1, 8}, {0, 1}}) {
-                source.put({liar(said, type, bits)});
-                const GuardedBuffer buffer(300 + (type == TWPT_RGB ? 30 : 10));
-                unsigned count = 0;
-                CHECK(stage.module.ReadBlock(buffer.data(), 300, &count) == 1);
-                CHECK(isClean(buffer));
-            }
+            CHECK(isClean(pushed));
+            stage.source.put({liar(said, type, bits)});
+            unsigned count = 0;
+            CHECK(stage.module.ReadBlock(pulled.data(), 300, &count) == 1);
+            CHECK(isClean(pulled));
         }
     }
 }
 
 TEST_CASE("strips that lie, stored: nothing of the module's memory gets into the file") {
     OneShotStage stage;
-    stage.source.setBufferSizes(64, 300, 300);
+    stage.source.bufferSizes = {64, 300, 300};
     for (const StripFacts& said : lies) {
         for (const bool planar : {false, true}) {
             CAPTURE(&said - lies);
-            stage.source.put({liar(said, TWPT_RGB, 24, planar)});
+            Page page = liar(said, TWPT_RGB, 24);
+            page.info.Planar = planar;
+            stage.source.put({page});
             stage.windows.guardBlocks = false;
             stage.start();
             stage.windows.guardBlocks = true;

@@ -11,36 +11,15 @@
 namespace {
 
 // What is asked before the first image, and of each.
-const std::string choice =
-    "PROCESSEVENT; GETCURRENT ICAP_XFERMECH; GET ICAP_XFERMECH; IMAGEINFO; IMAGEINFO; ";
+const std::string begin = "PROCESSEVENT; GETCURRENT ICAP_XFERMECH; GET ICAP_XFERMECH; IMAGEINFO; IMAGEINFO; ";
 const std::string box = "box Insufficient memory or disk space. | (null) | 0";
 const std::string undescribed = "! Error in get DAT_IMAGEINFO in @; ";
-
-bool isMemory(const Mechanism& by) {
-    return by.code == SM_MECH_MEMORY;
-}
-std::string info(const Mechanism& by) {
-    return isMemory(by) ? "SETUPMEMXFER; IMAGEINFO; " : "IMAGEINFO; ";
-}
-std::string image(const Mechanism& by, const std::string& transfer, int result) {
-    const std::string told = "XferEnd " + std::to_string(result) + "; ";
-    return info(by) + "GETCURRENT ICAP_UNITS; XferStart; " + transfer +
-           (isMemory(by) ? "ENDXFER; " + told : told + "ENDXFER; ");
-}
-std::string imageDone(const Mechanism& by) {
-    return image(by, by.call + by.done, 0);
-}
 
 }  // namespace
 
 TEST_CASE("each mechanism, each way an image can end") {
-    struct Row {
-        Strip last;
-        int result;
-        std::string words;
-    };
     const std::string failed = "! Image xfer error in @; STATUS; ";
-    const Row rows[] = {
+    const std::tuple<Strip, int, std::string> rows[] = {
         {endedBy(TWRC_CANCEL), -4, "! Image xfer canceled in @; "},
         {failedWith(TWCC_PAPERJAM), 20, failed},
         {failedWith(TWCC_SUCCESS), 0, failed},
@@ -53,15 +32,15 @@ TEST_CASE("each mechanism, each way an image can end") {
             // Neither has an effect here.
             CHECK(stage.module.CancelAllXfer() == 1);
             CHECK(stage.module.EnableDS(!showUI, FALSE) == 0);
-            for (const Row& row : rows) {
+            for (auto [last, result, words] : rows) {
                 Page page = grayPage();
-                page.strips[1] = row.last;
+                page.strips[1] = last;
                 stage.run({page, grayPage()});
-                std::string words = row.words, rest = imageDone(by) + (showUI ? "" : "CloseDSReq");
-                if (isMemory(by) && row.result == -4) words[2] = 'i';
+                std::string rest = by.goodPage() + (showUI ? "" : "CloseDSReq");
+                if (by.isMemory() && result == -4) words[2] = 'i';
                 // Ends the batch, and asks for the source to be closed twice.
-                if (isMemory(by) && row.result == 5) rest = "RESET; CloseDSReq; CloseDSReq";
-                checkStory(stage, choice + image(by, by.call + words, row.result) + rest, by.method);
+                if (by.isMemory() && result == 5) rest = "RESET; CloseDSReq; CloseDSReq";
+                checkStory(stage, begin + by.image(by.call + words, result) + rest, by.method);
                 CHECK(stage.manager.state() == 5);
             }
         }
@@ -71,36 +50,32 @@ TEST_CASE("each mechanism, each way an image can end") {
 TEST_CASE("the lines of a batch") {
     const std::string strip =
         " 'MSG_GET DAT_IMAGEMEMXFER' ImageBytesPerRow() ImageBytesPerRow() 'Send WM_XFERDATA'";
-    // What follows the start of an image, and what asks for the source to be closed.
-    const std::string words[][2] = {
-        {" 'MSG_GET DAT_IMAGENATIVEXFER'", "WM_CLOSEDSREQ"},
+    // What follows the start of an image, up to what asks for the source to be closed.
+    const std::string words[] = {
+        "'MSG_GET DAT_IMAGENATIVEXFER' EndThisXfer() 'Send WM_CLOSEDSREQ",
         // Kept: the name of the native transfer.
-        {" 'MSG_SET DAT_SETUPFILEXFER' 'Get image by DAT_IMAGEFILEXFER'", "WM_CLOSEDSREQ in DoNativeXfer"},
-        {" 'Process memory buffer' 'Memory buffer size = 1024' 'Do while-loop to get image data'" + strip +
-             strip,
-         "SM_CLOSEDSREQ"},
-    };
+        "'MSG_SET DAT_SETUPFILEXFER' 'Get image by DAT_IMAGEFILEXFER' EndThisXfer() "
+        "'Send WM_CLOSEDSREQ in DoNativeXfer",
+        "'Process memory buffer' 'Memory buffer size = 1024' 'Do while-loop to get image data'" + strip +
+            strip + " EndThisXfer() 'Send SM_CLOSEDSREQ"};
     for (size_t i = 0; i < 3; ++i) {
         const Mechanism& by = mechanisms[i];
         BatchStage stage({grayPage()}, by, false);
-        // A batch of memory transfers leaves one message that wakes the host's loop.
-        int posted = 0;
+        // A batch of memory transfers leaves a message that wakes the host's loop.
+        bool isPosted = false;
         stage.host.onMessage = [&](const std::string& line) {
             MSG message;
-            if (line != "CloseDSReq") return;
-            while (PeekMessageA(&message, stage.host.window(), WM_NULL, WM_NULL, PM_REMOVE))
-                ++posted;
+            if (line == "CloseDSReq") isPosted = PeekMessageA(&message, stage.host.window(), 0, 0, PM_REMOVE);
         };
         stage.run();
-        CHECK(posted == isMemory(by));
-        const std::string sizes =
-            isMemory(by) ? "GetMemXferSize('Mem Xfer Size min = 64 max = 4096preferred = 1024') " : "";
+        CHECK(isPosted == by.isMemory());
+        const std::string sizes = "GetMemXferSize('Mem Xfer Size min = 64 max = 4096preferred = 1024') ";
+        const std::string asked = "(CapNegotiate() ExtractOneValue())";
         CHECK(outline(stage) ==
-              "IsDSEvent capturing MSG_XFERREADY(ProcessScanImage(GetXferMech(CapNegotiate() "
-              "ExtractOneValue()) "
-              "CanUseFileXfer('Can Use File Xfer.') HasEnoughMemFreeSpace() HasEnoughMemFreeSpace() " +
-                  by.method + "(" + sizes + "GetUnit(CapNegotiate() ExtractOneValue()) 'Send WM_XFERSTART'" +
-                  words[i][0] + " EndThisXfer() 'Send " + words[i][1] + "')))");
+              "IsDSEvent capturing MSG_XFERREADY(ProcessScanImage(GetXferMech" + asked +
+                  " CanUseFileXfer('Can Use File Xfer.') HasEnoughMemFreeSpace() HasEnoughMemFreeSpace() " +
+                  by.method + "(" + (by.isMemory() ? sizes : "") + "GetUnit" + asked +
+                  " 'Send WM_XFERSTART' " + words[i] + "')))");
     }
 }
 
@@ -108,39 +83,33 @@ TEST_CASE("cancelling from each handler") {
     // Of three images. Asked, at each message of this name: t for this one, a for all, b for all and then
     // only this one. Outcome: done, cancelled at the start, with the first or the last strip; with an r at
     // the end when the rest was dropped.
-    struct Row {
-        std::string message, asked, outcome;
-        bool withStrips = false;
-    };
-    const Row rows[] = {
-        {"XferStart", "t--", "cdd"},         {"XferStart", "--t", "ddc"},
-        {"XferStart", "ttt", "ccc"},         {"XferStart", "a--", "cr"},
-        {"XferStart", "-a-", "dcr"},         {"XferStart", "b--", "cdd"},
-        {"XferEnd", "-a-", "ddr"},           {"XferEnd", "ttt", "ddd"},
-        {"XferData", "t-----", "1dd", true}, {"XferData", "a", "1r", true},
-        {"XferData", "-t----", "2dd", true}, {"XferData", "-a", "2r", true},
+    const std::string rows[][3] = {
+        {"XferStart", "t--", "cdd"},   {"XferStart", "--t", "ddc"}, {"XferStart", "ttt", "ccc"},
+        {"XferStart", "a--", "cr"},    {"XferStart", "-a-", "dcr"}, {"XferStart", "b--", "cdd"},
+        {"XferEnd", "-a-", "ddr"},     {"XferEnd", "ttt", "ddd"},   {"XferData", "t-----", "1dd"},
+        {"XferData", "-t----", "2dd"}, {"XferData", "a", "1r"},     {"XferData", "-a", "2r"},
     };
     for (const Mechanism& by : mechanisms) {
         const std::map<char, std::string> outcomes = {
-            {'d', imageDone(by)},
-            {'c', image(by, "! AP cancel image xfer in @; ", -5)},
-            {'1', image(by, "IMAGEMEMXFER; XferData; ", -5)},
-            {'2', image(by, by.call + by.done, -5)},
+            {'d', by.goodPage()},
+            {'c', by.image("! AP cancel image xfer in @; ", -5)},
+            {'1', by.image("IMAGEMEMXFER; XferData; ", -5)},
+            {'2', by.image(by.call + by.done, -5)},
             {'r', "RESET; "},
         };
         BatchStage stage({}, by, false);
-        for (const Row& row : rows) {
-            if (row.withStrips && !isMemory(by)) continue;
+        for (const auto& row : rows) {
+            if (row[0] == "XferData" && !by.isMemory()) continue;
             size_t count = 0;
             stage.host.onMessage = [&](const std::string& line) {
-                if (line.rfind(row.message, 0) != 0) return;
-                const char asked = row.asked.at(count++);
+                if (line.rfind(row[0], 0) != 0) return;
+                const char asked = row[1].at(count++);
                 if (asked == 'a' || asked == 'b') CHECK(stage.module.CancelAllXfer() == 1);
                 if (asked == 't' || asked == 'b') stage.module.CancelThisXfer();
             };
             stage.run({grayPage(), grayPage(), grayPage()});
-            std::string story = choice;
-            for (const char letter : row.outcome)
+            std::string story = begin;
+            for (const char letter : row[2])
                 story += outcomes.at(letter);
             checkStory(stage, story + "CloseDSReq", by.method);
         }
@@ -153,39 +122,33 @@ TEST_CASE("images without a description, and ends that fail") {
     worse.refusal = TWCC_OPERATIONERROR;
     for (const Mechanism& by : mechanisms) {
         BatchStage stage({grayPage(), bad, grayPage()}, by);
-        const std::string status = isMemory(by) ? "STATUS; " : "", done = imageDone(by);
-        stage.source.hideCount();
+        const std::string failed = "! DSM_Entry returns failure in TScanModule::", done = by.goodPage();
+        const std::string skipped = by.info() + undescribed + (by.isMemory() ? "STATUS; " : "") + "ENDXFER; ";
+        stage.source.countIsKnown = false;
         stage.run();
         // From then on the ends of a memory transfer are silent, until the next batch.
-        std::string last = done;
-        if (isMemory(by)) last.erase(last.rfind("XferEnd"));
-        checkStory(stage, choice + done + info(by) + undescribed + status + "ENDXFER; " + last, by.method);
+        const std::string last = by.isMemory() ? done.substr(0, done.rfind("XferEnd")) : done;
+        checkStory(stage, begin + done + skipped + last, by.method);
 
         // Further images that a failed end speaks of don't count.
-        stage.source.put({grayPage(), grayPage()});
-        Answer failure = pending(7);
-        failure.returnCode = TWRC_FAILURE;
-        failure.conditionCode = TWCC_SEQERROR;
+        Answer failure = failWith(TWCC_SEQERROR);
+        failure.act = pending(7).act;
         stage.manager.answerNext(operation::endTransfer, failure);
-        stage.run();
+        stage.run({grayPage(), grayPage()});
         std::string only = done;
-        only.insert(only.find("ENDXFER; ") + 9,
-                    "! DSM_Entry returns failure in TScanModule::EndThisXfer; STATUS; ");
-        checkStory(stage, choice + only, by.method);
+        only.insert(only.find("ENDXFER; ") + 9, failed + "EndThisXfer; STATUS; ");
+        checkStory(stage, begin + only, by.method);
 
         // An operation error ends a batch of memory transfers here too. An end of all may fail.
-        stage.source.put({grayPage(), worse, grayPage()});
         stage.manager.answer(operation::resetTransfers, failWith(TWCC_SEQERROR));
         size_t ends = 0;
         stage.host.onMessage = [&](const std::string& line) {
             if (line == "XferEnd 0" && ++ends == 2) stage.module.CancelAllXfer();
         };
-        stage.run();
-        const std::string reset = "RESET; ! DSM_Entry returns failure in TScanModule::EndAllXfer; STATUS; ";
-        checkStory(stage,
-                   choice + done + info(by) + undescribed + status + "ENDXFER; " +
-                       (isMemory(by) ? reset + "CloseDSReq; CloseDSReq" : done + reset),
-                   by.method);
+        stage.run({grayPage(), worse, grayPage()});
+        const std::string reset = "RESET; " + failed + "EndAllXfer; STATUS; ";
+        const std::string rest = by.isMemory() ? reset + "CloseDSReq; CloseDSReq" : done + reset;
+        checkStory(stage, begin + done + skipped + rest, by.method);
 
         // A batch that describes none any more ends, one that describes some goes on.
         stage.windows.switchesOff = true;
@@ -193,9 +156,7 @@ TEST_CASE("images without a description, and ends that fail") {
             std::vector<Page> pages(600, bad);
             for (size_t i = 0; i < pages.size(); i += described)
                 pages[i] = grayPage();
-            stage.source.put(pages);
-            stage.forget();
-            stage.run();
+            stage.run(pages);
             const size_t count = stage.manager.calls().with("ENDXFER").size();
             CHECK((count == pages.size()) == (described == 10));
         }
@@ -208,29 +169,25 @@ TEST_CASE("the recorded mechanism counts when the source doesn't say its own") {
         stage.module.DisableDS();
         CHECK(stage.module.SetXferMech(by.code) == 0);
         stage.module.EnableDS(FALSE, FALSE);
-        for (const Operation& question :
-             {operation::get(ICAP_XFERMECH), operation::getCurrent(ICAP_XFERMECH)})
-            stage.manager.answer(question, failWith(TWCC_BADCAP));
+        stage.manager.answer(operation::get(ICAP_XFERMECH), failWith(TWCC_BADCAP));
+        stage.manager.answer(operation::getCurrent(ICAP_XFERMECH), failWith(TWCC_BADCAP));
         stage.run();
         CHECK(outline(stage).find(" " + by.method + "(") != std::string::npos);
     }
 }
 
 TEST_CASE("the pending count is known inside the handler of a memory transfer's end, and there only") {
-    for (const bool hidden : {false, true}) {
+    for (const bool known : {false, true}) {
         BatchStage stage({grayPage(), grayPage()}, memory, false);
-        if (hidden) stage.source.hideCount();
+        stage.source.countIsKnown = known;
         std::vector<int> counts;
-        const auto note = [&](const std::string&) {
+        stage.host.onMessage = [&](const std::string&) {
             unsigned short count = 1;
             CHECK(stage.module.GetPendingCount(&count) == 0);
             counts.push_back(count);
         };
-        note("");
-        stage.host.onMessage = note;
         stage.run();
-        CHECK(counts ==
-              std::vector<int>{0, 9999, 9999, 9999, hidden ? 0xFFFF : 1, 9999, 9999, 9999, 0, 9999});
+        CHECK(counts == std::vector<int>{9999, 9999, 9999, known ? 1 : 0xFFFF, 9999, 9999, 9999, 0, 9999});
     }
 }
 
@@ -239,18 +196,16 @@ TEST_CASE("a host takes a DIB by naming a handle of its own, another is freed be
     page.whole = pattern(101);
     BatchStage stage({page, page}, native);
     HGLOBAL mine = nullptr;
-    std::vector<void*> targets;
     stage.host.onXferStart = [&](TXferImageInfo& image) {
-        targets.push_back(image.Target.Dib);
-        if (targets.size() == 1) image.Target.Dib = &mine;
+        CHECK(image.Target.Dib == nullptr);  // also of the second image
+        if (mine == nullptr) image.Target.Dib = &mine;
     };
     stage.host.onMessage = [&](const std::string& line) {
         stage.windows.release(mine);
         CHECK((line == "XferStart" || stage.windows.ownedBlocks() == 0));
     };
     stage.run();
-    // Each image begins without a target.
-    CHECK(targets == std::vector<void*>{nullptr, nullptr});
+    CHECK(stage.host.messages().size() == 4);
     CHECK(GlobalSize(mine) == 101);
     GlobalFree(mine);
 }
@@ -277,10 +232,9 @@ TEST_CASE("the name of a file is a format text, and no longer than its field") {
     BatchStage stage({grayPage()}, file);
     stage.manager.answerNext(operation::setupFile, failWith(TWCC_BADVALUE));
     stage.run();
-    const std::string refusal = file.call.substr(0, file.call.find(';'));
-    checkStory(stage,
-               choice + image(file, refusal + "; ! MSG_SET DAT_SETUPFILEXFER error in @; STATUS; ", 10),
-               file.method);
+    const std::string refusal = file.call.substr(0, file.call.find(';') + 2);
+    const std::string words = refusal + "! MSG_SET DAT_SETUPFILEXFER error in @; STATUS; ";
+    checkStory(stage, begin + file.image(words, 10), file.method);
 }
 
 TEST_CASE("an image too large for memory comes by file where the source can") {
@@ -308,28 +262,18 @@ TEST_CASE("an image too large for memory comes by file where the source can") {
         {enumeration(TWTY_STR32, {0x10000, 5}), true},
     };
     stage.windows.largestAllocation = headroom;
-    const std::string asked = choice.substr(0, choice.rfind("IMAGEINFO"));
+    const std::string asked = begin.substr(0, begin.rfind("IMAGEINFO"));
     for (const auto& [offer, isFile] : rows) {
         stage.manager.answer(operation::get(ICAP_XFERMECH), give(offer));
         stage.run({grayPage()});
         const Lines notes = stage.viewer.traces().with("Use File Xfer");
         CHECK(notes == Lines{isFile ? "Can Use File Xfer." : "Cannot Use File Xfer."});
-        checkStory(stage, asked + (isFile ? imageDone(file) : box), file.method);
+        checkStory(stage, asked + (isFile ? file.goodPage() : box), file.method);
     }
 }
 
-TEST_CASE("an image too large for memory and without a file is only told to the user") {
-    BatchStage stage({}, file);  // nor has it a description
-    stage.manager.answer(operation::get(ICAP_XFERMECH), failWith(TWCC_BADCAP));
-    SetFocus(stage.host.window());
-    stage.run();
-    checkStory(stage, "PROCESSEVENT; GETCURRENT ICAP_XFERMECH; GET ICAP_XFERMECH; STATUS; IMAGEINFO; " + box);
-    // This path leaves the nesting of the trace raised: what comes next counts as nested.
-    stage.module.IsTWAINAvailable();
-    CHECK(stage.viewer.lines().front() == "Trace: Coming TScanModule::IsTWAINAvailable");
-}
-
-TEST_CASE("the condition code of a source that doesn't say its mechanisms, in words") {
+TEST_CASE(
+    "without memory and without a file the user is told, and why the source doesn't say its mechanisms") {
     const std::pair<TW_UINT16, std::string> rows[] = {
         {0, "TWCC_SUCCESS: It worked!"},
         {1, "TWCC_BUMMER: Failure due to unknown causes"},
@@ -349,36 +293,37 @@ TEST_CASE("the condition code of a source that doesn't say its mechanisms, in wo
         stage.manager.answer(operation::get(ICAP_XFERMECH), failWith(code));
         stage.run({});
         CHECK(outline(stage).find("CanUseFileXfer(GetStatus('" + text + "\n')) ") != std::string::npos);
+        const std::string asked = "PROCESSEVENT; GETCURRENT ICAP_XFERMECH; GET ICAP_XFERMECH; STATUS; ";
+        checkStory(stage, asked + "IMAGEINFO; " + box);
     }
+    // This path leaves the nesting of the trace raised: what comes next counts as nested.
+    stage.module.IsTWAINAvailable();
+    CHECK(stage.viewer.lines().front() == "Trace: Coming TScanModule::IsTWAINAvailable");
 }
 
 TEST_CASE("the records of images: what is known, by a length's factor in the source's unit, or as it was") {
-    struct Row {
+    // An unknown pixel type leaves the record's as it was.
+    const struct {
         TW_INT16 type;
         TW_UINT16 unit;
-        TW_FIX32 resolution;
-        int flag, recorded;
-    };
-    // An unknown pixel type leaves the record's as it was.
-    const Row rows[] = {
-        {2, TWUN_INCHES, {299, 65535}, 4, 299}, {0, TWUN_CENTIMETERS, {762, 0}, 1, 299},
-        {1, TWUN_TWIPS, {28800, 0}, 2, 20},     {8, TWUN_PIXELS, {200, 0}, 256, 200},
-        {9, TWUN_POINTS, {-720, 0}, 256, -1},   {-1, 77, {75, 0}, 256, 75},
+        TW_FIX32 yResolution;
+        unsigned short flag;
+        short x, y;  // the recorded resolutions
+    } rows[] = {
+        {2, TWUN_INCHES, {299, 65535}, 4, 150, 299}, {0, TWUN_CENTIMETERS, {762, 0}, 1, 59, 299},
+        {1, TWUN_TWIPS, {28800, 0}, 2, 0, 20},       {8, TWUN_PIXELS, {200, 0}, 256, 150, 200},
+        {9, TWUN_POINTS, {-720, 0}, 256, 2, -1},     {-1, 77, {75, 0}, 256, 150, 75},
     };
     for (const Mechanism& by : mechanisms) {
         BatchStage stage({}, by);
         std::vector<Page> pages;
-        for (const Row& row : rows) {
-            TW_IMAGEINFO info = imageInfo(TWPT_RGB, 24, 20, -1);
-            info.XResolution = {150, 0};
-            info.YResolution = row.resolution;
+        for (const auto& row : rows) {
+            TW_IMAGEINFO info = {{150, 0}, row.yResolution, 20,           -1, 3, {8, 8, 8}, 24,
+                                 1,        row.type,        TWCP_PACKBITS};
             info.BitsPerSample[7] = 99;
-            info.Planar = 1;
-            info.PixelType = row.type;
-            info.Compression = TWCP_PACKBITS;
             pages.push_back({info, {endedBy(TWRC_XFERDONE)}});
-            stage.manager.answerNext(operation::getCurrent(ICAP_UNITS),
-                                     give(oneValue(TWTY_UINT16, row.unit)));
+            const Answer unit = give(oneValue(TWTY_UINT16, row.unit));
+            stage.manager.answerNext(operation::getCurrent(ICAP_UNITS), unit);
         }
         stage.source.put(pages);
         // What a strip is told with begins like its image.
@@ -389,17 +334,16 @@ TEST_CASE("the records of images: what is known, by a length's factor in the sou
         };
         stage.run();
         REQUIRE(stage.host.images().size() == 12);
-        TXferImageInfo expected = {150, 299,           20,      -1, 3, {8, 8, 8, 0, 0, 0, 0, 99}, 24, 1,
-                                   4,   TWCP_PACKBITS, by.code, {}};
+        TXferImageInfo expected = {0,       0, 20, -1, 3, {8, 8, 8, 0, 0, 0, 0, 99}, 24, 1, 0, TWCP_PACKBITS,
+                                   by.code, {}};
         for (int i = 0; i < 12; ++i) {
             const TXferImageInfo& image = stage.host.images()[i];
             CHECK((image.Target.Dib == nullptr) == (by.code == SM_MECH_NATIVE));
             expected.Target = image.Target;
-            expected.PixelTypeFlag = static_cast<unsigned short>(rows[i / 2].flag);
-            expected.YResolution = static_cast<short>(rows[i / 2].recorded);
-            if (i < 2) CHECK(std::memcmp(&image, &expected, sizeof expected) == 0);
-            CHECK(image.PixelTypeFlag == expected.PixelTypeFlag);
-            CHECK(image.YResolution == expected.YResolution);
+            expected.PixelTypeFlag = rows[i / 2].flag;
+            expected.XResolution = rows[i / 2].x;
+            expected.YResolution = rows[i / 2].y;
+            CHECK(std::memcmp(&image, &expected, sizeof expected) == 0);
         }
     }
 }

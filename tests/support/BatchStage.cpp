@@ -1,6 +1,7 @@
 #include "BatchStage.h"
 
 #include <cstring>
+#include <sstream>
 
 const Mechanism mechanisms[3] = {
     {SM_MECH_NATIVE, TWSX_NATIVE, "DoNativeXfer", "IMAGENATIVEXFER; ",
@@ -9,13 +10,19 @@ const Mechanism mechanisms[3] = {
     {SM_MECH_MEMORY, TWSX_MEMORY, "DoMemXfer", "IMAGEMEMXFER; XferData; IMAGEMEMXFER; ", "XferData; "},
 };
 
+std::string Mechanism::image(const std::string& transfer, int result) const {
+    const std::string told = "XferEnd " + std::to_string(result) + "; ";
+    return info() + "GETCURRENT ICAP_UNITS; XferStart; " + transfer +
+           (isMemory() ? "ENDXFER; " + told : told + "ENDXFER; ");
+}
+
 Page grayPage() {
-    return {imageInfo(TWPT_GRAY, 8, 4, 4), cutRows(pattern(16), 4, 4, 2)};
+    return imagePage(TWPT_GRAY, 8, 4, 4, 4, 2);
 }
 
 BatchStage::BatchStage(std::vector<Page> pages, const Mechanism& mechanism, bool showUI) {
     source.put(std::move(pages));
-    source.mechanism = mechanism.twain;
+    manager.answer(operation::getCurrent(ICAP_XFERMECH), give(oneValue(TWTY_UINT16, mechanism.twain)));
     host.onXferStart = [](TXferImageInfo& image) {
         if (image.XferMech == SM_MECH_FILE) std::strcpy(image.Target.FileName, "C:\\page.bmp");
     };
@@ -32,10 +39,11 @@ void BatchStage::run(std::vector<Page> pages) {
 }
 
 void BatchStage::keep(const TXferStripInfo& strip) {
-    strips.push_back(std::to_string(strip.Columns) + "x" + std::to_string(strip.Rows) + " at " +
-                     std::to_string(strip.XOffset) + "," + std::to_string(strip.YOffset) + ": " +
-                     std::to_string(strip.BytesWritten) + " bytes, rows of " +
-                     std::to_string(strip.BytesPerRow) + (strip.DibAligned != 0 ? " as in a DIB" : ""));
+    std::ostringstream text;
+    text << strip.Columns << "x" << strip.Rows << " at " << strip.XOffset << "," << strip.YOffset << ": "
+         << strip.BytesWritten << " bytes, rows of " << strip.BytesPerRow
+         << (strip.DibAligned != 0 ? " as in a DIB" : "");
+    strips.push_back(text.str());
     const auto* const bytes = static_cast<const uint8_t*>(strip.Buffer->BufferPointer);
     received.insert(received.end(), bytes, bytes + strip.BytesWritten);
 }

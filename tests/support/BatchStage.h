@@ -10,6 +10,12 @@ struct Mechanism {
     TW_UINT16 twain;
     std::string method;
     std::string call, done;  // the transfer of a good page, and what comes with it
+
+    bool isMemory() const { return twain == TWSX_MEMORY; }
+    // The stories of a description, of an image with this transfer and result, and of a good page.
+    std::string info() const { return isMemory() ? "SETUPMEMXFER; IMAGEINFO; " : "IMAGEINFO; "; }
+    std::string image(const std::string& transfer, int result) const;
+    std::string goodPage() const { return image(call + done, 0); }
 };
 extern const Mechanism mechanisms[3];
 inline const Mechanism &native = mechanisms[0], &file = mechanisms[1], &memory = mechanisms[2];

@@ -3,18 +3,12 @@
 #include <cstring>
 #include <stdexcept>
 
-OneShotStage::OneShotStage(std::vector<Page> pages, const std::string& fileName)
-    : source(manager, std::move(pages)) {
-    char folder[MAX_PATH] = "";
-    GetTempPathA(sizeof folder, folder);
+OneShotStage::OneShotStage(std::vector<Page> pages) : source(manager, std::move(pages)) {
     static int number = 0;
-    path = folder + (fileName.empty() ? "one-shot" + std::to_string(++number) + ".bmp" : fileName);
+    path = temporaryFolder() + "one-shot" + std::to_string(++number) + ".bmp";
     host.onGetFileName = [this](char* name) { std::strcpy(name, path.c_str()); };
-    settings.FrameUnit = SM_UNIT_INCHES;
     settings.PixelType = SM_PIXEL_GRAY;
     settings.Resolution = 300;
-    settings.BrightnessMax = settings.ContrastMax = 1000;
-    settings.Highlight = settings.HighlightMax = settings.ShadowMax = 255;
 }
 
 void OneShotStage::refuseMechanisms(int count) {
@@ -27,8 +21,7 @@ void OneShotStage::refuseMechanisms(int count) {
 void OneShotStage::start(unsigned short mechanism) {
     refuseMechanisms(mechanism == SM_MECH_MEMORY ? 0 : mechanism == SM_MECH_FILE ? 1 : 2);
     windows.switchesOff = true;
-    if (!module.PrestoScan(host.window(), "Test Host", &settings))
-        throw std::runtime_error("the one-shot scan doesn't start");
+    if (begin() == 0) throw std::runtime_error("the one-shot scan doesn't start");
     windows.switchesOff = false;
     forget();
 }
@@ -36,13 +29,10 @@ void OneShotStage::start(unsigned short mechanism) {
 int OneShotStage::finish() {
     host.takeMessages();
     deliver(MSG_XFERREADY);
-    const Lines messages = host.messages();
-    const std::string end = "ScanToFileXferEnd ";
-    if (messages.size() != 3 || messages[0] != "ScanToFileGetName" || messages[1].rfind(end, 0) != 0 ||
-        messages[2] != "ScanToFileDSClosed")
-        throw std::runtime_error("unexpected messages of a one-shot scan");
+    const Lines results = host.messages().with("ScanToFileXferEnd ");
+    if (results.size() != 1) throw std::runtime_error("a one-shot scan without a result, or with some");
     if (!windows.memoryComplaints().empty()) throw std::runtime_error(windows.memoryComplaints().front());
-    return std::stoi(messages[1].substr(end.size()));
+    return std::stoi(results[0].substr(results[0].find(' ')));
 }
 
 int OneShotStage::scan(unsigned short mechanism) {

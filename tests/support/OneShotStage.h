@@ -6,18 +6,18 @@
 
 class OneShotStage : public Stage {
 public:
-    // The file's name is one that no other stage has, unless a test wants a certain one.
-    explicit OneShotStage(std::vector<Page> pages = {}, const std::string& fileName = "");
+    explicit OneShotStage(std::vector<Page> pages = {});
     // Removes the file, unless the module left it open.
     ~OneShotStage() { DeleteFileA(path.c_str()); }
 
     // Opening the source sets memory transfer; after that so many of memory, file and native transfer are
     // refused.
     void refuseMechanisms(int count);
+    int begin() { return module.PrestoScan(host.window(), "Test Host", &settings); }
     // Opens the source by a one-shot scan, for this mechanism; forgets what was recorded on the way.
     void start(unsigned short mechanism = SM_MECH_MEMORY);
-    // The image is ready: gives the result that the host is told; throws when the messages around it aren't
-    // those of a scan, or the module lost memory.
+    // The image is ready: gives the result that the host is told; throws when there isn't one, or the module
+    // lost memory.
     int finish();
     int scan(unsigned short mechanism = SM_MECH_MEMORY);
 
@@ -25,5 +25,5 @@ public:
 
     PageSource source;
     PrestoScanSettings settings = {};  // those of a plain gray scan without windows
-    std::string path;
+    std::string path;                  // of a file that no other stage has
 };

@@ -4,43 +4,12 @@
 #include <cstring>
 #include <fstream>
 
-Strip endedBy(TW_UINT16 returnCode) {
-    Strip strip;
-    strip.returnCode = returnCode;
-    return strip;
-}
-
-Strip failedWith(TW_UINT16 conditionCode) {
-    Strip strip = endedBy(TWRC_FAILURE);
-    strip.conditionCode = conditionCode;
-    return strip;
-}
-
 TW_IMAGEINFO imageInfo(TW_INT16 pixelType, TW_INT16 bits, TW_INT32 width, TW_INT32 length) {
-    TW_IMAGEINFO info = {};
-    info.XResolution.Whole = info.YResolution.Whole = 300;
-    info.ImageWidth = width;
-    info.ImageLength = length;
-    info.SamplesPerPixel = pixelType == TWPT_RGB ? 3 : 1;
-    std::fill_n(info.BitsPerSample, info.SamplesPerPixel, static_cast<TW_INT16>(bits / info.SamplesPerPixel));
-    info.BitsPerPixel = bits;
-    info.PixelType = pixelType;
-    info.Compression = TWCP_NONE;
-    return info;
-}
-
-std::vector<Strip> cutRows(const Bytes& rows, TW_UINT32 bytesPerRow, TW_UINT32 columns,
-                           TW_UINT32 rowsPerStrip) {
-    std::vector<Strip> strips;
-    const auto count = static_cast<TW_UINT32>(rows.size() / bytesPerRow);
-    for (TW_UINT32 row = 0; row < count; row += rowsPerStrip) {
-        const TW_UINT32 stripRows = std::min(rowsPerStrip, count - row);
-        const auto begin = rows.begin() + row * bytesPerRow;
-        strips.push_back({{bytesPerRow, columns, stripRows, 0, row, stripRows * bytesPerRow},
-                          Bytes(begin, begin + stripRows * bytesPerRow)});
-    }
-    strips.back().returnCode = TWRC_XFERDONE;
-    return strips;
+    const TW_INT16 samples = pixelType == TWPT_RGB ? 3 : 1;
+    const auto first = static_cast<TW_INT16>(bits / samples), others = samples == 3 ? first : TW_INT16{0};
+    const TW_FIX32 resolution = {300, 0};
+    return {resolution, resolution, width,     length,   samples, {first, others, others},
+            bits,       FALSE,      pixelType, TWCP_NONE};
 }
 
 Bytes pattern(size_t size) {
@@ -50,29 +19,42 @@ Bytes pattern(size_t size) {
     return bytes;
 }
 
+Page imagePage(TW_INT16 pixelType, TW_INT16 bits, TW_INT32 width, TW_INT32 length, TW_UINT32 bytesPerRow,
+               TW_UINT32 rowsPerStrip, bool planar) {
+    Page page{imageInfo(pixelType, bits, width, length)};
+    page.info.Planar = planar;
+    const Bytes bytes = pattern(bytesPerRow * length);
+    const auto columns = static_cast<TW_UINT32>(width), rows = static_cast<TW_UINT32>(length);
+    for (TW_UINT32 row = 0; row < rows; row += rowsPerStrip) {
+        const TW_UINT32 count = std::min(rowsPerStrip, rows - row), size = count * bytesPerRow;
+        const auto begin = bytes.begin() + row * bytesPerRow;
+        page.strips.push_back({{bytesPerRow, columns, count, 0, row, size}, {begin, begin + size}});
+    }
+    page.strips.back().returnCode = TWRC_XFERDONE;
+    return page;
+}
+
 PageSource::PageSource(ScriptedManager& manager, std::vector<Page> pages) {
     put(std::move(pages));
-    manager.useSource([this](TW_UINT32 group, TW_UINT16 argumentType, TW_UINT16 message, TW_MEMREF data) {
-        return call(group, argumentType, message, data);
+    manager.answer(operation::getCurrent(ICAP_UNITS), give(oneValue(TWTY_UINT16, TWUN_INCHES)));
+    manager.answer(operation::getCurrent(ICAP_XFERMECH), give(oneValue(TWTY_UINT16, TWSX_MEMORY)));
+    manager.answer(operation::get(ICAP_XFERMECH), give(enumeration(TWTY_UINT16, {0, 1, 2})));
+    manager.useSource([this](TW_UINT32, TW_UINT16 argumentType, TW_UINT16 message, TW_MEMREF data) {
+        return call(argumentType, message, data);
     });
 }
 
-TW_UINT16 PageSource::call(TW_UINT32 group, TW_UINT16 argumentType, TW_UINT16 message, TW_MEMREF data) {
-    if (group == DG_IMAGE && argumentType == DAT_IMAGEINFO)
-        return giveImageInfo(*static_cast<TW_IMAGEINFO*>(data));
-    if (group == DG_IMAGE && argumentType == DAT_IMAGEMEMXFER)
-        return giveStrip(*static_cast<TW_IMAGEMEMXFER*>(data));
-    if (group == DG_IMAGE) return giveWhole(static_cast<HGLOBAL*>(data));
-    if (argumentType == DAT_EVENT) return TWRC_NOTDSEVENT;
-    if (argumentType == DAT_CAPABILITY) return giveCapability(message, *static_cast<TW_CAPABILITY*>(data));
+TW_UINT16 PageSource::call(TW_UINT16 argumentType, TW_UINT16 message, TW_MEMREF data) {
+    if (argumentType == DAT_IMAGEINFO) return giveImageInfo(*static_cast<TW_IMAGEINFO*>(data));
+    if (argumentType == DAT_IMAGEMEMXFER) return giveStrip(*static_cast<TW_IMAGEMEMXFER*>(data));
+    if (argumentType == DAT_IMAGENATIVEXFER) return giveWhole(static_cast<HGLOBAL*>(data));
+    if (argumentType == DAT_IMAGEFILEXFER) return giveWhole(nullptr);
     if (argumentType == DAT_PENDINGXFERS) return endPages(message, *static_cast<TW_PENDINGXFERS*>(data));
+    if (argumentType == DAT_CAPABILITY && message != MSG_SET) return fail(TWCC_BADCAP);
     if (argumentType == DAT_SETUPFILEXFER) fileName_ = static_cast<const TW_SETUPFILEXFER*>(data)->FileName;
-    if (argumentType == DAT_SETUPMEMXFER) *static_cast<TW_SETUPMEMXFER*>(data) = sizes_;
+    if (argumentType == DAT_SETUPMEMXFER) *static_cast<TW_SETUPMEMXFER*>(data) = bufferSizes;
     if (argumentType == DAT_STATUS) static_cast<TW_STATUS*>(data)->ConditionCode = conditionCode_;
-    const TW_UINT16 others[] = {DAT_SETUPFILEXFER, DAT_SETUPMEMXFER, DAT_STATUS, DAT_IDENTITY,
-                                DAT_USERINTERFACE};
-    return std::count(std::begin(others), std::end(others), argumentType) != 0 ? TW_UINT16{TWRC_SUCCESS}
-                                                                               : fail(TWCC_BADPROTOCOL);
+    return argumentType == DAT_EVENT ? TWRC_NOTDSEVENT : TWRC_SUCCESS;
 }
 
 TW_UINT16 PageSource::giveImageInfo(TW_IMAGEINFO& info) {
@@ -83,7 +65,7 @@ TW_UINT16 PageSource::giveImageInfo(TW_IMAGEINFO& info) {
 }
 
 TW_UINT16 PageSource::giveStrip(TW_IMAGEMEMXFER& transfer) {
-    requests_.push_back(transfer.Memory);
+    requests.push_back(transfer.Memory);
     if (whileTransferring) whileTransferring();
     if (pages_.empty() || nextStrip_ >= pages_.front().strips.size()) return fail(TWCC_SEQERROR);
     const Strip& strip = pages_.front().strips[nextStrip_++];
@@ -111,25 +93,11 @@ TW_UINT16 PageSource::giveWhole(HGLOBAL* dib) {
     return TWRC_XFERDONE;
 }
 
-TW_UINT16 PageSource::giveCapability(TW_UINT16 message, TW_CAPABILITY& capability) {
-    if (message == MSG_SET) return TWRC_SUCCESS;
-    ContainerImage image = oneValue(TWTY_UINT16, TWUN_INCHES);
-    if (capability.Cap == ICAP_XFERMECH) {
-        image.bytes = oneValue(TWTY_UINT16, mechanism).bytes;
-        if (message == MSG_GET) image = enumeration(TWTY_UINT16, {TWSX_NATIVE, TWSX_FILE, TWSX_MEMORY});
-    } else if (capability.Cap != ICAP_UNITS) {
-        return fail(TWCC_BADCAP);
-    }
-    capability.ConType = image.conType;
-    capability.hContainer = image.allocate();
-    return TWRC_SUCCESS;
-}
-
 TW_UINT16 PageSource::endPages(TW_UINT16 message, TW_PENDINGXFERS& pending) {
     nextStrip_ = 0;
     if (message == MSG_RESET) pages_.clear();
     if (!pages_.empty()) pages_.pop_front();
-    pending.Count = static_cast<TW_UINT16>(countIsKnown_ || pages_.empty() ? pages_.size() : 0xFFFF);
+    pending.Count = static_cast<TW_UINT16>(countIsKnown || pages_.empty() ? pages_.size() : 0xFFFF);
     return TWRC_SUCCESS;
 }
 

@@ -12,12 +12,7 @@ using Bytes = std::vector<uint8_t>;
 
 // What a source says of a strip: those members of a TW_IMAGEMEMXFER, in its order.
 struct StripFacts {
-    TW_UINT32 bytesPerRow = 0;
-    TW_UINT32 columns = 0;
-    TW_UINT32 rows = 0;
-    TW_UINT32 xOffset = 0;
-    TW_UINT32 yOffset = 0;
-    TW_UINT32 bytesWritten = 0;
+    TW_UINT32 bytesPerRow = 0, columns = 0, rows = 0, xOffset = 0, yOffset = 0, bytesWritten = 0;
 };
 
 // What one request for a strip gets.
@@ -30,24 +25,29 @@ struct Strip {
 
 struct Page {
     TW_IMAGEINFO info;
-    std::vector<Strip> strips;  // the last one's code is also that of a native or file transfer
-    Bytes whole = {};           // what such a transfer brings: 40 zeros in memory and no file when empty
-    TW_UINT16 refusal = 0;      // of its description
+    std::vector<Strip> strips = {};  // the last one's code is also that of a native or file transfer
+    Bytes whole = {};                // what such a transfer brings: 40 zeros in memory and no file when empty
+    TW_UINT16 refusal = 0;           // of its description
 };
 
 // A request that brings no strip but this.
-Strip endedBy(TW_UINT16 returnCode);
-Strip failedWith(TW_UINT16 conditionCode);
+inline Strip endedBy(TW_UINT16 returnCode) {
+    return {{}, {}, returnCode};
+}
+inline Strip failedWith(TW_UINT16 conditionCode) {
+    return {{}, {}, TWRC_FAILURE, conditionCode};
+}
 
 // An uncompressed chunky image at 300 dots per inch; the bits are those of a pixel.
 TW_IMAGEINFO imageInfo(TW_INT16 pixelType, TW_INT16 bits, TW_INT32 width, TW_INT32 length);
 
-// Whole rows cut into strips, the last one shorter when it has to be; TWRC_XFERDONE comes with the last.
-std::vector<Strip> cutRows(const Bytes& rows, TW_UINT32 bytesPerRow, TW_UINT32 columns,
-                           TW_UINT32 rowsPerStrip);
-
 // So many bytes, none of them 0 and no neighbours alike.
 Bytes pattern(size_t size);
+
+// Such an image, its rows a pattern in one strip or in more, the last one shorter when it has to be;
+// TWRC_XFERDONE comes with the last.
+Page imagePage(TW_INT16 pixelType, TW_INT16 bits, TW_INT32 width, TW_INT32 length, TW_UINT32 bytesPerRow,
+               TW_UINT32 rowsPerStrip = 0xFFFF, bool planar = false);
 
 class PageSource {
 public:
@@ -59,30 +59,22 @@ public:
         pages_.assign(pages.begin(), pages.end());
         nextStrip_ = 0;
     }
-    void setBufferSizes(TW_UINT32 min, TW_UINT32 max, TW_UINT32 preferred) { sizes_ = {min, max, preferred}; }
-    // Says "unknown" instead of how many pages are left.
-    void hideCount() { countIsKnown_ = false; }
-    TW_UINT16 mechanism = TWSX_MEMORY;
+    TW_SETUPMEMXFER bufferSizes = {64, 4096, 1024};  // least, most, preferred
+    bool countIsKnown = true;                        // else it says "unknown" for how many pages are left
     // Runs inside each request for a strip, as a message loop of the source's own would.
     std::function<void()> whileTransferring;
-
-    // The memory that each request for a strip named.
-    const std::vector<TW_MEMORY>& requests() const { return requests_; }
+    std::vector<TW_MEMORY> requests;  // the memory that each request for a strip named
 
 private:
-    TW_UINT16 call(TW_UINT32 group, TW_UINT16 argumentType, TW_UINT16 message, TW_MEMREF data);
+    TW_UINT16 call(TW_UINT16 argumentType, TW_UINT16 message, TW_MEMREF data);
     TW_UINT16 giveImageInfo(TW_IMAGEINFO& info);
     TW_UINT16 giveStrip(TW_IMAGEMEMXFER& transfer);
     TW_UINT16 giveWhole(HGLOBAL* dib);
-    TW_UINT16 giveCapability(TW_UINT16 message, TW_CAPABILITY& capability);
     TW_UINT16 endPages(TW_UINT16 message, TW_PENDINGXFERS& pending);
     TW_UINT16 fail(TW_UINT16 conditionCode);
 
     std::deque<Page> pages_;
     size_t nextStrip_ = 0;
-    bool countIsKnown_ = true;
-    TW_SETUPMEMXFER sizes_ = {64, 4096, 1024};
     TW_UINT16 conditionCode_ = TWCC_SUCCESS;
-    std::vector<TW_MEMORY> requests_;
     std::string fileName_;
 };

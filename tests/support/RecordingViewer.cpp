@@ -44,21 +44,15 @@ bool RecordingViewer::receive(UINT message, WPARAM wParam, LPARAM lParam) {
     const bool isConsistent =
         wParam == 0 && modulesText != nullptr && modulesText != view_ && line == modulesText;
     raw_.push_back(isConsistent ? line : "inconsistent message for: " + line);
-    if (line.rfind("Warning ", 0) == 0) journal.push_back("! " + withoutPlace(line).substr(9));
-    if (line.rfind("Fatal ", 0) == 0) journal.push_back("! " + withoutPlace(line));
+    lines_.push_back(withoutPlace(raw_.back()));
+    if (line.rfind("Warning ", 0) == 0) journal.push_back("! " + lines_.back().substr(9));
+    if (line.rfind("Fatal ", 0) == 0) journal.push_back("! " + lines_.back());
     return true;
-}
-
-Lines RecordingViewer::lines() const {
-    Lines lines;
-    for (const std::string& line : raw_)
-        lines.push_back(withoutPlace(line));
-    return lines;
 }
 
 Lines RecordingViewer::textsOf(const std::string& level) const {
     Lines texts;
-    for (const std::string& line : lines())
+    for (const std::string& line : lines_)
         if (line.rfind(level, 0) == 0) texts.push_back(line.substr(level.size()));
     return texts;
 }

@@ -16,11 +16,11 @@ public:
     // Whole lines as they came: "Trace sm/Session.cpp 85: [SM] text".
     const Lines& rawLines() const { return raw_; }
     // Without path and number: "Trace: text", "Warning: text"; separators stay as they are.
-    Lines lines() const;
+    const Lines& lines() const { return lines_; }
     // The texts of one level.
     Lines warnings() const { return textsOf("Warning: "); }
     Lines traces() const { return textsOf("Trace: "); }
-    void forget() { raw_.clear(); }
+    void forget() { raw_ = lines_ = {}; }
 
     static constexpr size_t bufferSize = 1024;
     // The memory after the first 1024 bytes is as it was.
@@ -33,5 +33,5 @@ private:
     const MessageWindow window_;
     HANDLE mapping_ = nullptr;
     char* view_ = nullptr;
-    Lines raw_;
+    Lines raw_, lines_;
 };
