@@ -21,12 +21,12 @@ struct Setter {
     std::string refused = "!refused; ";
     bool checksState = true;
 
-    std::string sending(size_t type, const std::string& item) const {
-        return "SET # one " + types[type] + " " + item + "; ";
+    std::string sending(const std::string& type, const std::string& item) const {
+        return "SET # one " + type + " " + item;
     }
     void check(Stage& stage, double value, const std::string& record) const {
-        checkCall(
-            stage, record, method, [&] { return resultText(set(stage.module, value)); }, capability);
+        const Call call = [&](Module& module) { return resultText(set(module, value)); };
+        checkCall(stage, record, method, call, capability);
     }
 };
 
@@ -76,35 +76,32 @@ TEST_CASE("a setter sends one value and frees its container") {
     Stages stages;
     for (const Setter& setter : setters) {
         for (const auto& [host, sent] : setter.samples)
-            setter.check(stages.in(4), host, setter.sending(0, sent) + "result 0");
+            setter.check(stages.in(4), host, setter.sending(setter.types[0], sent) + "; result 0");
     }
 }
 
 TEST_CASE("a setter tries its item types in order until one is taken, also while the source is enabled") {
+    const std::pair<std::string, std::string> refusals[] = {{" -> fail 16; ", "result 16"},
+                                                            {" -> check; ", "result 0"}};
     Stages stages;
     for (const Setter& setter : setters) {
         const auto& [host, sent] = setter.samples[1];
-        const Operation set = operation::set(setter.capability);
-        std::string tried;
-        for (size_t type = 0; type < setter.types.size(); ++type) {
-            Stage& stage = stages.in(5);
-            for (size_t refusal = 0; refusal < type; ++refusal)
-                stage.manager.answerNext(set, failWith(TWCC_BADVALUE));
-            setter.check(stage, host, tried + setter.sending(type, sent) + "result 0");
-            tried += setter.sending(type, sent) + setter.refused;
+        for (const auto& [refusal, result] : refusals) {
+            std::string tried;
+            for (const std::string& type : setter.types) {
+                const std::string sending = setter.sending(type, sent);
+                setter.check(stages.in(5), host, tried + sending + "; result 0");
+                tried += sending + refusal + setter.refused;
+            }
+            setter.check(stages.in(5), host, tried + result);
         }
-        Stage& stage = stages.in(5);
-        stage.manager.answer(set, failWith(TWCC_DENIED));
-        setter.check(stage, host, tried + "result 16");
-        stage.manager.answer(set, returnCode(TWRC_CHECKSTATUS));
-        setter.check(stage, host, tried + "result 0");
     }
 }
 
 TEST_CASE("a setter without an open source sends nothing, without a manager it says so") {
     Stages stages;
     for (const Setter& setter : setters)
-        setter.check(stages.in(2), 1, setter.checksState ? "!sequence" : setter.sending(0, "1") + "result 0");
+        setter.check(stages.in(2), 1, setter.checksState ? "!sequence" : "SET # one BOOL 1; result 0");
     for (const Setter& setter : setters)
         setter.check(stages.in(1), 1, "!manager");
 }
@@ -134,34 +131,30 @@ TEST_CASE("narrowing the supported values sends the set bits in order, with the 
         {"SetSupportedPaperSize", writer(&Module::SetSupportedPaperSize), ICAP_SUPPORTEDSIZES, {}, {}},
     };
     struct Row {
-        int state, mask;
-        TW_UINT32 present;
+        int mask;
         std::string record;
-        Answer answer = succeed();
-        SIZE_T largest = 1000;
+        SIZE_T largestAllocation = 1000;
     };
-    const std::string set = "GETCURRENT #; SET # enum UINT16 ";
-    const std::string notBuilt =
-        "! Memory alloc error in BuildupEnumeration; ! BuildupEnumeration returns failure in @; ";
+    const std::string present = "GETCURRENT # -> one UINT16 ", sent = "; SET # enum UINT16 ";
     const Row rows[] = {
-        {4, 7, 1, set + "[0 1 2] current 1 default 1; result 0"},
-        {4, 6, 0, set + "[1 2] current 0 default 0; result 0"},
-        {4, 0x109, 3, set + "[0 3 8] current 1 default 1; result 0"},
-        {4, 0x3ff, 8, set + "[0 1 2 3 4 5 6 7 8] current 8 default 8; result 0"},
-        {5, 1, 0, set + "[0] current 0 default 0; !refused; result 14", failWith(TWCC_CAPBADOPERATION)},
-        {5, 1, 0, set + "[0] current 0 default 0; !refused; result 0", returnCode(TWRC_CHECKSTATUS)},
-        {5, 3, 1, "GETCURRENT #; " + notBuilt + "result 2", {}, 0},
-        {2, 3, 1, "!sequence"},
-        {1, 3, 1, "!manager"},
+        {7, present + "1" + sent + "[0 1 2] current 1 default 1; result 0"},
+        {6, present + "0" + sent + "[1 2] current 0 default 0; result 0"},
+        {0x109, present + "3" + sent + "[0 3 8] current 1 default 1; result 0"},
+        {0x3ff, present + "8" + sent + "[0 1 2 3 4 5 6 7 8] current 8 default 8; result 0"},
+        {1, "state 5; " + present + "0" + sent + "[0] current 0 default 0 -> fail 14; !refused; result 14"},
+        {1, "state 5; " + present + "0" + sent + "[0] current 0 default 0 -> check; !refused; result 0"},
+        {3,
+         present + "1; ! Memory alloc error in BuildupEnumeration; ! BuildupEnumeration returns failure in "
+                   "@; result 2",
+         0},
+        {3, "state 2; !sequence"},
+        {3, "state 1; !manager"},
     };
     Stages stages;
     for (const Row& row : rows) {
         for (const Setter& setter : both) {
-            Stage& stage = stages.in(row.state);
-            stage.windows.largestAllocation = row.largest;
-            const Answer present = give(oneValue(TWTY_UINT16, row.present));
-            stage.manager.answer(operation::getCurrent(setter.capability), present);
-            stage.manager.answer(operation::set(setter.capability), row.answer);
+            Stage& stage = stages.forRow(row.record);
+            stage.windows.largestAllocation = row.largestAllocation;
             setter.check(stage, row.mask, row.record);
         }
     }
