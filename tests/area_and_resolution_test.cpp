@@ -3,38 +3,21 @@
 
 namespace {
 
-struct Axis {
-    std::string letter;
-    TW_UINT16 resolution, scaling;
-    Call getResolution, getScale;
-    decltype(Module::SetXResolution) Module::*setResolution;
-
-    void checkResolution(Stage& stage, const std::string& row) const {
-        checkCall(stage, row, "Get" + letter + "Resolution", getResolution, resolution);
-    }
-    void checkScale(Stage& stage, const std::string& row) const {
-        checkCall(stage, row, "Get" + letter + "Scale", getScale, scaling);
-    }
-    void checkSet(Stage& stage, unsigned short dpi, const std::string& row) const {
-        const Call set = [&](Module& module) { return resultText((module.*setResolution)(dpi)); };
-        checkCall(stage, row, "Set" + letter + "Resolution", set, resolution);
-    }
-};
-
-const Axis axes[] = {
-    {"X", ICAP_XRESOLUTION, ICAP_XSCALING, reader(&Module::GetXResolution), reader(&Module::GetXScale),
-     &Module::SetXResolution},
-    {"Y", ICAP_YRESOLUTION, ICAP_YSCALING, reader(&Module::GetYResolution), reader(&Module::GetYScale),
-     &Module::SetYResolution},
-};
-
 const std::string inches = "unit -> one UINT16 0";
+
+// Across and down: '$' stands for X and Y, '#' for the capability.
+void checkBoth(Stages& stages, const std::string& call, const std::string& record,
+               const std::string& capability = "ICAP_$RESOLUTION") {
+    for (const std::string axis : {"X", "Y"})
+        checkCall(stages.forRow(record), filled(call, '$', axis),
+                  filled(filled(record, '#', capability), '$', axis));
+}
 
 }  // namespace
 
 TEST_CASE("resolutions and scales from every container") {
-    const std::string none = "100 100 100", noScale = "0 0 0",
-                      refused = "GET # -> fail 13; !refused; GETCURRENT # -> ";
+    const std::string none = "100 100 100", noScale = "0 0 0";
+    const std::string refused = "GET # -> fail 13; !refused; GETCURRENT # -> ";
     const struct {
         std::string asked, resolution, scale, result = "0";
     } rows[] = {
@@ -48,52 +31,45 @@ TEST_CASE("resolutions and scales from every container") {
         {"state 5; " + refused + "check; !refused", none, noScale},
     };
     Stages stages;
-    for (const Axis& axis : axes) {
-        for (const auto& row : rows) {
-            const std::string result = "; result " + row.result + "; value ";
-            axis.checkResolution(stages.forRow(row.asked),
-                                 row.asked + "; " + inches + result + row.resolution);
-            axis.checkScale(stages.forRow(row.asked), row.asked + result + row.scale);
-        }
-        axis.checkResolution(stages.in(2), "!sequence; value 7 8 9");
-        axis.checkScale(stages.in(2), "!sequence; value 7 8 9");
+    for (const auto& row : rows) {
+        const std::string result = "; result " + row.result + "; value ";
+        checkBoth(stages, "Get$Resolution", row.asked + "; " + inches + result + row.resolution);
+        checkBoth(stages, "Get$Scale", row.asked + result + row.scale, "ICAP_$SCALING");
     }
+    checkBoth(stages, "Get$Resolution 7 8 9", "state 2; !sequence; value 7 8 9");
+    checkBoth(stages, "Get$Scale 7 8 9", "state 2; !sequence; value 7 8 9");
 }
 
 TEST_CASE("resolutions in the source's unit, both ways") {
     const struct {
-        int unit;
-        unsigned short dpi;
-        std::string sent, said, read;
+        std::string unit, set, sent, said, got;
     } rows[] = {
-        {TWUN_INCHES, 300, "300", "300", "300 300 300"},
-        {TWUN_CENTIMETERS, 300, "762", "762", "300 300 300"},
+        {"0", "300", "300", "300", "300"},
+        {"1", "300", "762", "762", "300"},
         // The factor loses a dot now and then.
-        {TWUN_CENTIMETERS, 150, "381", "254", "99 99 99"},
-        {TWUN_PICAS, 300, "1800", "1800", "300 300 300"},
-        {TWUN_POINTS, 300, "21600", "21600", "300 300 300"},
+        {"1", "150", "381", "254", "99"},
+        {"2", "300", "1800", "1800", "300"},
+        {"3", "300", "21600", "21600", "300"},
         // 432000 doesn't fit into a TW_FIX32; its low 16 bits are what goes.
-        {TWUN_TWIPS, 300, "-26752", "14400", "10 10 10"},
-        {TWUN_PIXELS, 300, "300", "300", "300 300 300"},
-        {77, 300, "300", "300", "300 300 300"},
+        {"4", "300", "-26752", "14400", "10"},
+        {"5", "300", "300", "300", "300"},
+        {"77", "300", "300", "300", "300"},
     };
     Stages stages;
-    for (const Axis& axis : axes) {
-        for (const auto& row : rows) {
-            const std::string unit = "unit -> one UINT16 " + std::to_string(row.unit);
-            axis.checkSet(stages.in(4), row.dpi, unit + "; SET # one FIX32 " + row.sent + "; result 0");
-            axis.checkResolution(stages.in(4), "GET # -> one FIX32 " + row.said + "; " + unit +
-                                                   "; result 0; value " + row.read);
-        }
-        // A source that doesn't say its resolution has 100, in its own unit.
-        axis.checkResolution(
-            stages.in(4),
-            "GET #; !refused; GETCURRENT #; !refused; unit -> one UINT16 1; result 6; value 39 39 39");
-        const std::string refused = inches + "; SET # one FIX32 10 -> ";
-        axis.checkSet(stages.in(5), 10, refused + "fail 10; !refused; result 10");
-        axis.checkSet(stages.in(5), 10, refused + "check; !refused; result 0");
-        axis.checkSet(stages.in(2), 300, "!sequence");
+    for (const auto& row : rows) {
+        const std::string unit = "unit -> one UINT16 " + row.unit,
+                          got = row.got + " " + row.got + " " + row.got;
+        checkBoth(stages, "Set$Resolution " + row.set, unit + "; SET # one FIX32 " + row.sent + "; result 0");
+        checkBoth(stages, "Get$Resolution",
+                  "GET # -> one FIX32 " + row.said + "; " + unit + "; result 0; value " + got);
     }
+    // A source that doesn't say its resolution has 100, in its own unit.
+    const std::string refused = "GET #; !refused; GETCURRENT #; !refused; ";
+    checkBoth(stages, "Get$Resolution", refused + "unit -> one UINT16 1; result 6; value 39 39 39");
+    const std::string sent = "state 5; " + inches + "; SET # one FIX32 10 -> ";
+    checkBoth(stages, "Set$Resolution 10", sent + "fail 10; !refused; result 10");
+    checkBoth(stages, "Set$Resolution 10", sent + "check; !refused; result 0");
+    checkBoth(stages, "Set$Resolution 300", "state 2; !sequence");
 }
 
 TEST_CASE("a pair of resolutions is tried by setting it, and taken back") {
@@ -115,31 +91,28 @@ TEST_CASE("a pair of resolutions is tried by setting it, and taken back") {
         setX + "300; " + setY + "400; " + setX + "150 -> fail 16; " + refusedX + setY + "200 -> fail 16; " +
             refusedY + "result 0",
     };
-    const Call call = [](Module& module) { return resultText(module.IsThisDPIAvailable(300, 400)); };
+    const std::string present =
+        filled(asked, '$', "X") + "150; " + inches + "; " + filled(asked, '$', "Y") + "200; unit; ";
     Stages stages;
-    for (const std::string& row : rows) {
-        const std::string present =
-            filled(asked, '$', "X") + "150; " + inches + "; " + filled(asked, '$', "Y") + "200; unit; ";
-        checkCall(stages.in(4), present + row, "IsThisDPIAvailable", call);
-    }
+    for (const std::string& row : rows)
+        checkCall(stages.in(4), "IsThisDPIAvailable 300 400", present + row);
 }
 
 TEST_CASE("the largest area in inches, whatever the source's unit") {
-    const std::string width = "GETCURRENT ICAP_PHYSICALWIDTH", height = "GETCURRENT ICAP_PHYSICALHEIGHT";
     const struct {
-        int unit;
-        std::string width, height, area, resolution = "150";
+        std::string unit, width, height, area, resolution = "150";
     } rows[] = {
-        {TWUN_INCHES, "8.5", "14", "8.5 14"},
-        {TWUN_CENTIMETERS, "127", "254", "50 100"},
-        {TWUN_PICAS, "51", "84", "8.5 14"},
-        {TWUN_POINTS, "612", "1008", "8.5 14"},
-        {TWUN_TWIPS, "12240", "20160", "8.5 14"},
+        {"0", "8.5", "14", "8.5 14"},
+        {"1", "127", "254", "50 100"},
+        {"2", "51", "84", "8.5 14"},
+        {"3", "612", "1008", "8.5 14"},
+        {"4", "12240", "20160", "8.5 14"},
         // The height too is divided by the X resolution, and without one there is a usual area.
-        {TWUN_PIXELS, "1275", "2100", "8.5 14"},
-        {TWUN_PIXELS, "1275", "2100", "8 11", "0.5"},
-        {77, "5", "6", "5 6"},
+        {"5", "1275", "2100", "8.5 14"},
+        {"5", "1275", "2100", "8 11", "0.5"},
+        {"77", "5", "6", "5 6"},
     };
+    const std::string width = "GETCURRENT ICAP_PHYSICALWIDTH", height = "GETCURRENT ICAP_PHYSICALHEIGHT";
     const std::string aRange = " -> range FIX32 1 9 1 1 9; !container; GET ICAP_PHYSICAL";
     const std::string widthOnly = "state 5; " + width + " -> one FIX32 9; " + height;
     std::vector<std::string> records = {
@@ -149,17 +122,10 @@ TEST_CASE("the largest area in inches, whatever the source's unit") {
         widthOnly + aRange + "HEIGHT; !refused; result 6; value 5 6",
         "state 2; !sequence; value 5 6",
     };
-    for (const auto& row : rows) {
-        const std::string one = " -> one FIX32 ",
-                          sides = width + one + row.width + "; " + height + one + row.height;
-        const std::string asked =
-            "; unit -> one UINT16 " + std::to_string(row.unit) + "; GET ICAP_XRESOLUTION";
-        records.push_back(sides + asked + one + row.resolution + "; unit; result 0; value " + row.area);
-    }
-    const Call call = [](Module& module) {
-        double across = 5, down = 6;
-        const int result = module.GetMaxArea(&across, &down);
-        return resultText(result, across, down);
-    };
-    checkCalls(records, "GetMaxArea", call);
+    for (const auto& row : rows)
+        records.push_back(width + " -> one FIX32 " + row.width + "; " + height + " -> one FIX32 " +
+                          row.height + "; unit -> one UINT16 " + row.unit +
+                          "; GET ICAP_XRESOLUTION -> one FIX32 " + row.resolution +
+                          "; unit; result 0; value " + row.area);
+    checkCalls(records, "GetMaxArea 5 6");
 }

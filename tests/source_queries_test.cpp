@@ -5,57 +5,35 @@
 #include "CallRecord.h"
 #include "GuardedBuffer.h"
 
-namespace {
-
-void answer(Stage& stage, TW_UINT16 capability, TW_UINT16 type, TW_UINT32 item) {
-    stage.manager.answer(operation::getCurrent(capability), give(oneValue(type, item)));
-}
-
-const std::string resolution = "GET ICAP_XRESOLUTION; unit; ";
-
-}  // namespace
-
 TEST_CASE("a scan area is converted, but not for a source that works in inches") {
-    struct Row {
-        int state;
-        SmImageLayout area;
-        unsigned short unit;
-        TW_UINT32 sourceUnit;
-        std::string asked, sent, rest = "; result 0";
-        Answer answer = succeed();
-    };
-    const std::string resolutions = resolution + "GET ICAP_YRESOLUTION; unit; ";
-    const std::string plain = "1.0000 2.0000 3.0000 4.0000";
-    const std::string early = "! Sequence error in TScanModule::GetUnit; ";
-    const Answer refusal = failWith(TWCC_BADVALUE), check = returnCode(TWRC_CHECKSTATUS);
-    const Row rows[] = {
+    // 144 and 288 dots per inch where the source works in pixels, 24 and 48 where it does in picas.
+    const std::string x = "GET ICAP_XRESOLUTION -> one FIX32 144; unit; ";
+    const std::string y = "GET ICAP_YRESOLUTION -> one FIX32 288; unit; ";
+    const std::string unit = "unit -> one UINT16 ", set = "; SET IMAGELAYOUT ";
+    const std::string plain = set + "1.0000 2.0000 3.0000 4.0000";
+    const struct {
+        std::string area, record;
+    } rows[] = {
         // Kept: for inches, and for an unknown unit, the numbers go as they are.
-        {4, {1, 2, 3, 4}, 2, TWUN_INCHES, "unit; ", plain},
-        {4, {1, 2, 3, 4}, 8, 77, "unit; ", plain},
-        {4, {0, 0, 2.54, 5.08}, 2, TWUN_POINTS, "unit; ", "0.0000 0.0000 72.0000 144.0000"},
-        {4, {1, 2, 3, 4}, 3, TWUN_PICAS, "unit; ", "6.0000 12.0000 18.0000 24.0000"},
-        {4, {1, 2, 3, 4}, 1, TWUN_PIXELS, "unit; " + resolutions, "144.0000 576.0000 432.0000 1152.0000"},
-        {4, {24, 48, 96, 144}, 32, TWUN_PICAS, resolutions + "unit; ", "6.0000 6.0000 24.0000 18.0000"},
-        {4, {0, 0, 16384.0005, 1}, 1, TWUN_INCHES, "unit; ", "0.0000 0.0000 16384.0000 1.0000"},
-        {4, {1, 2, 3, 4}, 1, TWUN_INCHES, "unit; ", plain, "; !failure; result 10", refusal},
-        {4, {1, 2, 3, 4}, 1, TWUN_INCHES, "unit; ", plain, "; !failure; result 0", check},
+        {"1 2 3 4 2", unit + "0" + plain + "; result 0"},
+        {"1 2 3 4 8", unit + "77" + plain + "; result 0"},
+        {"0 0 2.54 5.08 2", unit + "3" + set + "0.0000 0.0000 72.0000 144.0000; result 0"},
+        {"1 2 3 4 3", unit + "2" + set + "6.0000 12.0000 18.0000 24.0000; result 0"},
+        {"1 2 3 4 1",
+         unit + "5; " + x + y + "SET IMAGELAYOUT 144.0000 576.0000 432.0000 1152.0000; result 0"},
+        {"24 48 96 144 32", x + y + unit + "2" + set + "6.0000 6.0000 24.0000 18.0000; result 0"},
+        {"0 0 16384.0005 1 1", unit + "0" + set + "0.0000 0.0000 16384.0000 1.0000; result 0"},
+        {"1 2 3 4 1", unit + "0" + plain + " -> fail 10; !failure; result 10"},
+        {"1 2 3 4 1", unit + "0" + plain + " -> check; !failure; result 0"},
         // Too early, which the source decides.
-        {2, {1, 2, 3, 4}, 1, 0, early, plain, "; !failure; result 10", refusal},
-        {5, {1, 2, 3, 4}, 1, TWUN_INCHES, "", "", "!sequence"},
-        {1, {1, 2, 3, 4}, 1, TWUN_INCHES, "", "", "!manager"},
+        {"1 2 3 4 1",
+         "state 2; ! Sequence error in TScanModule::GetUnit" + plain + " -> fail 10; !failure; result 10"},
+        {"1 2 3 4 1", "state 5; !sequence"},
+        {"1 2 3 4 1", "state 1; !manager"},
     };
     Stages stages;
-    for (const Row& row : rows) {
-        Stage& stage = stages.in(row.state);
-        answer(stage, ICAP_UNITS, TWTY_UINT16, row.sourceUnit);
-        // 144 and 288 as they are; 24 and 48 dots per inch in picas.
-        stage.manager.answer(operation::get(ICAP_XRESOLUTION), give(oneValue(TWTY_FIX32, fix32(144))));
-        stage.manager.answer(operation::get(ICAP_YRESOLUTION), give(oneValue(TWTY_FIX32, fix32(288))));
-        stage.manager.answer(operation::imageLayoutSet, row.answer);
-        const std::string sent = row.sent.empty() ? "" : "SET IMAGELAYOUT " + row.sent;
-        checkCall(stage, row.asked + sent + row.rest, "SetImageLayout",
-                  [&] { return resultText(stage.module.SetImageLayout(row.area, row.unit)); });
-    }
+    for (const auto& row : rows)
+        checkCall(stages.forRow(row.record), "SetImageLayout " + row.area, row.record);
 }
 
 TEST_CASE("the palette, white where the source gives no colour") {
