@@ -4,7 +4,9 @@
 #include "capabilities/GlobalMemory.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstring>
+#include <map>
 #include <sstream>
 #include <stdexcept>
 
@@ -113,20 +115,24 @@ ContainerImage containerOf(const std::string& text) {
     std::istringstream words(plain);
     words >> kind >> type;
     const TW_UINT16 itemType = typeNamed(type);
-    TW_UINT32 current = 0, defaultIndex = 0;
+    std::map<std::string, TW_UINT32> extras;
     Items items;
     while (words >> word) {
-        if (word == "current" || word == "default")
-            words >> (word == "current" ? current : defaultIndex);
+        if (std::isalpha(word[0]))
+            words >> extras[word];
         else
             items.push_back(itemType == TWTY_FIX32 ? fix32(std::stod(word))
                                                    : static_cast<TW_UINT32>(std::stoll(word)));
     }
-    if (kind == "one") return image(TWON_ONEVALUE, itemType, items);
-    if (kind == "range") return range(itemType, items);
-    if (kind == "array") return array(itemType, items);
-    if (kind == "enum") return enumeration(itemType, items, current, defaultIndex);
-    throw std::invalid_argument("no container: " + text);
+    ContainerImage made;
+    if (kind == "one") made = image(TWON_ONEVALUE, itemType, items);
+    if (kind == "range") made = range(itemType, items);
+    if (kind == "array") made = array(itemType, items);
+    if (kind == "enum") made = enumeration(itemType, items, extras["current"], extras["default"]);
+    if (made.bytes.empty()) throw std::invalid_argument("no container: " + text);
+    if (extras.count("count") != 0) std::memcpy(&made.bytes[2], &extras["count"], 4);
+    if (extras.count("cut") != 0) made.bytes.resize(extras["cut"]);
+    return made;
 }
 
 std::string containerText(const TW_CAPABILITY& capability) {

@@ -35,8 +35,8 @@ ContainerImage rawContainer(TW_UINT16 conType, std::vector<uint8_t> bytes);
 ContainerImage withoutHandle(TW_UINT16 conType);
 
 // The container of a text: "one UINT16 4", "enum UINT16 [0 1 2] current 1 default 0", "array BOOL [1]",
-// "range FIX32 -100 100 1 0 50" (in the order of range()). A text that stops early gives a block that does;
-// "nothing" has neither kind nor handle.
+// "range FIX32 -100 100 1 0 50" (in the order of range()). "nothing" has neither kind nor handle. A lying one
+// ends with "count 4", the number of items that it claims, or "cut 13", the bytes of it that are there.
 ContainerImage containerOf(const std::string& text);
 // Such a text of a container.
 std::string containerText(const TW_CAPABILITY& capability);
