@@ -6,48 +6,42 @@ namespace {
 
 enum Trait { plain = 0, listed = 1, unchecked = 2 };  // takes lists as well; has no state check
 
-struct Sample {
-    TW_UINT32 source;
-    int host;
-};
-
 struct Getter {
     std::string method;
     TW_UINT16 capability;
     std::string type;  // of the items
     int traits;
-    std::vector<Sample> samples;
+    std::string samples;  // the source's value and the host's
     std::string afterFailure = "777";
 
     // In a row '%' is the type, '~' what the source says, '$' what the host gets of it, '?' what of nothing.
-    void check(Stage& stage, const std::string& row, const Sample& sample) const {
-        std::string record = filled(filled(row, '%', type), '~', std::to_string(sample.source));
-        record = filled(filled(record, '$', std::to_string(sample.host)), '?', afterFailure);
+    void check(Stage& stage, const std::string& row,
+               const std::pair<std::string, std::string>& sample) const {
+        std::string record = filled(filled(row, '%', type), '~', sample.first);
+        record = filled(filled(record, '$', sample.second), '?', afterFailure);
         checkCall(stage, method, record, capability);
     }
 };
 
 const std::string flag = "BOOL", word = "UINT16";
 
-// Other modes than 1 and 3 are 0.
-const std::vector<Sample> uiModes = {{2, 0}, {257, 0}, {259, 0}, {3, 2}, {1, 1}};
-
 const Getter getters[] = {
-    {"IsADFPaperLoaded", CAP_FEEDERLOADED, flag, plain, {{0, 0}, {1, 1}}},
-    {"GetADFEnable", CAP_FEEDERENABLED, flag, plain, {{1, 1}}},
-    {"GetUnit", ICAP_UNITS, word, listed, {{0, 1}, {4, 16}, {6, 1}, {5, 32}}, "1"},
-    {"GetPixelFlavor", ICAP_PIXELFLAVOR, word, listed, {{0, 0}, {1, 1}}},
-    {"GetPixelType", ICAP_PIXELTYPE, word, listed, {{0, 1}, {8, 256}, {9, 2}}},
-    {"GetPaperSize", ICAP_SUPPORTEDSIZES, word, listed, {{8, 256}, {9, 1}}},
-    {"GetXferMech", ICAP_XFERMECH, word, listed, {{0, 1}, {1, 2}, {3, 4}}},
-    {"GetXferCount", CAP_XFERCOUNT, "INT16", listed, {{65535, -1}}},
-    {"GetKvUnSharpMask", KV_UNSHARPMASK, flag, listed, {{1, 1}}},
-    {"GetClearPage", CAP_CLEARPAGE, flag, listed, {{1, 1}}},
-    {"GetPIMFlag", KV_PIMFLAG, flag, listed, {{1, 1}}},
-    {"GetKvUIMode", KV_UIMODE, word, listed, uiModes, "0"},
-    {"GetKvLUT1", KV_LUT1, word, listed, {{2, 2}}},
-    {"GetKvLUT2", KV_LUT2, word, listed + unchecked, {{2, 2}}},
-    {"GetKvCC", KV_COLORCORRECTION, word, listed, {{2, 2}}},
+    {"IsADFPaperLoaded", CAP_FEEDERLOADED, flag, plain, "0:0 1:1"},
+    {"GetADFEnable", CAP_FEEDERENABLED, flag, plain, "1:1"},
+    {"GetUnit", ICAP_UNITS, word, listed, "0:1 4:16 6:1 5:32", "1"},
+    {"GetPixelFlavor", ICAP_PIXELFLAVOR, word, listed, "0:0 1:1"},
+    {"GetPixelType", ICAP_PIXELTYPE, word, listed, "0:1 8:256 9:2"},
+    {"GetPaperSize", ICAP_SUPPORTEDSIZES, word, listed, "8:256 9:1"},
+    {"GetXferMech", ICAP_XFERMECH, word, listed, "0:1 1:2 3:4"},
+    {"GetXferCount", CAP_XFERCOUNT, "INT16", listed, "65535:-1"},
+    {"GetKvUnSharpMask", KV_UNSHARPMASK, flag, listed, "1:1"},
+    {"GetClearPage", CAP_CLEARPAGE, flag, listed, "1:1"},
+    {"GetPIMFlag", KV_PIMFLAG, flag, listed, "1:1"},
+    // Other modes than 1 and 3 are 0.
+    {"GetKvUIMode", KV_UIMODE, word, listed, "2:0 257:0 259:0 3:2 1:1", "0"},
+    {"GetKvLUT1", KV_LUT1, word, listed, "2:2"},
+    {"GetKvLUT2", KV_LUT2, word, listed + unchecked, "2:2"},
+    {"GetKvCC", KV_COLORCORRECTION, word, listed, "2:2"},
 };
 
 const struct {
@@ -77,7 +71,7 @@ TEST_CASE("a getter gives what the first message says, else the second, of conta
     for (const auto& row : answers) {
         for (const Getter& getter : getters) {
             if ((getter.traits & row.with) == row.with && (getter.traits & row.without) == 0)
-                getter.check(stages.forRow(row.record), row.record, getter.samples.back());
+                getter.check(stages.forRow(row.record), row.record, samplesOf(getter.samples).back());
         }
     }
 }
@@ -85,7 +79,7 @@ TEST_CASE("a getter gives what the first message says, else the second, of conta
 TEST_CASE("what a getter makes of the source's values") {
     Stages stages;
     for (const Getter& getter : getters) {
-        for (const Sample& sample : getter.samples)
+        for (const auto& sample : samplesOf(getter.samples))
             getter.check(stages.in(4), "GETCURRENT # -> one % ~; result 0; value $", sample);
     }
 }
@@ -108,22 +102,58 @@ TEST_CASE("the supported values are the bits of a list") {
     checkCalls(rows, "GetSupportedPaperSize", ICAP_SUPPORTEDSIZES);
 }
 
-TEST_CASE("a feeder is there when its capability can be asked, before the source is enabled") {
-    const std::string rows[] = {
-        "GET # -> one BOOL 0; result 0; value 1",
-        "GET # -> nothing; result 0; value 1",
-        "GET # -> fail 13; !refused; result 13; value 0",
-        "GET # -> check; !refused; result 0; value 0",
-        "state 2; GET # -> fail 13; !refused; result 13; value 0",
-        "state 5; !sequence; value 777",
-        "state 1; !manager; value 777",
+TEST_CASE("getters with rules of their own") {
+    struct Method {
+        std::string call;
+        TW_UINT16 capability = 0;
     };
-    checkCalls(rows, "IsADFAvailable", CAP_FEEDERENABLED);
-}
-
-TEST_CASE("the pending count needs an enabled source and asks nothing") {
-    const std::string rows[] = {"!sequence; value 777", "state 5; result 0; value 0"};
-    checkCalls(rows, "GetPendingCount");
+    const Method feeder = {"IsADFAvailable", CAP_FEEDERENABLED}, pending = {"GetPendingCount"};
+    const Method gamma = {"GetGamma", ICAP_GAMMA}, version = {"GetKvVersion", KV_VERSION};
+    const Method limit = {"GetMaxResForKvDescreeing", KV_DESCREENINGLIMIT};
+    const Method uiMode1 = {"GetKvUIMode 1", KV_UIMODE}, uiMode3 = {"GetKvUIMode 3", KV_UIMODE};
+    const std::string getVersion = "GET # contype " + std::to_string(TWON_ONEVALUE);
+    const std::string asGetUnit = "! Invalid container type in TScanModule::GetUnit; ";
+    const std::pair<Method, std::string> rows[] = {
+        // A feeder is there when its capability can be asked, before the source is enabled.
+        {feeder, "GET # -> one BOOL 0; result 0; value 1"},
+        {feeder, "GET # -> nothing; result 0; value 1"},
+        {feeder, "GET # -> fail 13; !refused; result 13; value 0"},
+        {feeder, "GET # -> check; !refused; result 0; value 0"},
+        {feeder, "state 2; GET # -> fail 13; !refused; result 13; value 0"},
+        {feeder, "state 5; !sequence; value 777"},
+        {feeder, "state 1; !manager; value 777"},
+        // The pending count needs an enabled source and asks nothing.
+        {pending, "!sequence; value 777"},
+        {pending, "state 5; result 0; value 0"},
+        // Gamma is read from one value only, and is 2.2 without.
+        {gamma, "GETCURRENT # -> one FIX32 1.5; result 0; value 1.5"},
+        {gamma, "GETCURRENT #; !refused; GET # -> range FIX32 0 9 1 0 7; !container; result 10; value 2.2"},
+        {gamma,
+         "state 5; GETCURRENT # -> enum FIX32 [2]; !container; GET # -> one FIX32 -1.5; result 0; value "
+         "-1.5"},
+        {gamma, "state 2; !sequence; value 777"},
+        {gamma, "state 1; !manager; value 777"},
+        // The version is asked once, for one value, and its bad container names another method.
+        {version, getVersion + " -> one UINT16 3; result 0; value 3"},
+        {version, getVersion + " -> fail 13; !refused; result 13; value 0"},
+        {version, getVersion + " -> check; !refused; result 0; value 0"},
+        {version, getVersion + " -> range UINT16 0 9 1 0 7; " + asGetUnit + "result 10; value 0"},
+        {version, "state 5; " + getVersion + " -> enum UINT16 [1 2 258] current 2; result 0; value 258"},
+        {version, "state 2; !sequence; value 777"},
+        {version, "state 1; !manager; value 777"},
+        // The highest resolution for descreening is a TW_FIX32, asked once.
+        {limit, "GET # -> one FIX32 300.5; result 0; value 300.5"},
+        {limit, "GET # -> fail 13; !refused; result 13; value 777"},
+        {limit, "GET # -> range FIX32 0 9 1 0 7; !container; result 10; value 777"},
+        {limit, "state 5; GET # -> enum FIX32 [75 600] current 1; result 0; value 600"},
+        {limit, "state 2; !sequence; value 777"},
+        // The UI mode is mapped after each attempt, also when it failed.
+        {uiMode3, "GETCURRENT #; !refused; GET # -> fail 13; !refused; result 13; value 0"},
+        {uiMode1, "GETCURRENT #; !refused; GET # -> array UINT16 [7]; !container; result 10; value 1"},
+    };
+    Stages stages;
+    for (const auto& [method, record] : rows)
+        checkCall(stages.forRow(record), method.call, record, method.capability);
 }
 
 TEST_CASE("the names of the source, in every state, under one name in the trace") {

@@ -6,15 +6,11 @@ namespace {
 
 using Types = std::vector<std::string>;
 
-struct Sample {
-    std::string host, sent;
-};
-
 struct Setter {
     std::string method;
     TW_UINT16 capability;
-    Types types;  // in the order in which they are tried
-    std::vector<Sample> samples;
+    Types types;          // in the order in which they are tried
+    std::string samples;  // what the host gives and what is sent
     std::string notBuilt = "! BuildupOneValue returns failure in @; ";  // empty: made without the codec
     std::string refused = "!refused; ";
     bool checksState = true;
@@ -29,17 +25,10 @@ struct Setter {
 
 const Types flags = {"BOOL", "UINT16", "INT16"}, words = {"UINT16", "INT16", "BOOL"}, flag = {"BOOL"};
 const Types counts = {"INT16", "UINT16", "BOOL"}, word = {"UINT16"}, number = {"FIX32"};
-const std::vector<Sample> onOff = {{"0", "0"}, {"1", "1"}}, codes = {{"0", "0"}, {"1", "1"}, {"3", "3"}};
-const std::vector<Sample> asGiven = {{"-1", "65535"}, {"2", "2"}, {"0", "0"}, {"1", "1"}};
-const std::vector<Sample> bits = {{"1", "0"}, {"2", "1"}, {"256", "8"},
-                                  {"0", "0"}, {"3", "3"}, {"512", "512"}};
-const std::vector<Sample> mechanisms = {{"1", "0"}, {"2", "1"}, {"4", "2"},
-                                        {"0", "0"}, {"3", "3"}, {"8", "8"}};
+const std::string onOff = "0:0 1:1", codes = "0:0 1:1 3:3", asGiven = "-1:65535 2:2 0:0 1:1";
+const std::string bits = "1:0 2:1 256:8 0:0 3:3 512:512", mechanisms = "1:0 2:1 4:2 0:0 3:3 8:8";
 // Through single precision into two separate halves: below nought one 65536th too much.
-const std::vector<Sample> fractions = {{"0.75", "0+49152/65536"},
-                                       {"1.8", "1+52429/65536"},
-                                       {"-1.5", "-1+32769/65536"},
-                                       {"16384.00001", "16384"}};
+const std::string fractions = "0.75:0+49152/65536 1.8:1+52429/65536 -1.5:-1+32769/65536 16384.00001:16384";
 const std::string returnFailure = "! BuildupOneValue return failure in @; ";
 const std::string misspelt = "! CapNegotiate returns failure in TScanModule::SetBitDepath; STATUS; ";
 const std::string misspeltBuild = "! BuildupOneValue return failure in TScanModule::SetBitDepath; ";
@@ -52,7 +41,7 @@ const Setter setters[] = {
     {"SetBitDepth", ICAP_BITDEPTH, words, codes, misspeltBuild, misspelt},
     {"SetPaperSize", ICAP_SUPPORTEDSIZES, words, bits},
     {"SetXferMech", ICAP_XFERMECH, words, mechanisms},
-    {"SetXferCount", CAP_XFERCOUNT, counts, {{"-1", "-1"}, {"30", "30"}}},
+    {"SetXferCount", CAP_XFERCOUNT, counts, "-1:-1 30:30"},
     {"SetLightpath", ICAP_LIGHTPATH, word, onOff},
     {"SetKvExposureMode", KV_EXPOSUREMODE, word, codes, returnFailure},
     {"SetKvUIMode", KV_UIMODE, word, codes, returnFailure},
@@ -71,7 +60,7 @@ const Setter setters[] = {
 TEST_CASE("a setter sends one value and frees its container") {
     Stages stages;
     for (const Setter& setter : setters) {
-        for (const auto& [host, sent] : setter.samples)
+        for (const auto& [host, sent] : samplesOf(setter.samples))
             setter.check(stages.in(4), host, setter.sending(setter.types[0], sent) + "; result 0");
     }
 }
@@ -81,7 +70,7 @@ TEST_CASE("a setter tries its item types in order until one is taken, also while
                                                             {" -> check; ", "result 0"}};
     Stages stages;
     for (const Setter& setter : setters) {
-        const auto& [host, sent] = setter.samples[1];
+        const auto [host, sent] = samplesOf(setter.samples)[1];
         for (const auto& [refusal, result] : refusals) {
             std::string tried;
             for (const std::string& type : setter.types) {

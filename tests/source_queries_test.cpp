@@ -1,5 +1,7 @@
-// Questions around a scan: the scan area, the palette, the coming image's size and the summary of a source.
+// Questions around a scan: the scan area, the palette, the coming image's size, the summary of a source, and
+// the maker's blocks.
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 #include "CallRecord.h"
@@ -139,5 +141,33 @@ TEST_CASE("the summary of a source") {
         words[0] = 104;
         std::copy(known.begin(), known.end(), words.begin() + 14);
         CHECK(std::memcmp(ability, words.data(), sizeof *ability) == 0);
+    }
+}
+
+TEST_CASE("a block of the host's goes to the source as it is") {
+    const std::string early = "!sequence; value before", done = "%; result 0; value source's";
+    const struct {
+        std::string method, sent, withoutSource;
+    } operations[] = {
+        {"SetKvAutoExposureMode", "DG 2 DAT 0x8001 SET", early},
+        {"GetKvDefaultRgbMatrix", "DG 2 DAT 0x8002 GETDEFAULT", early},
+        // Kept: the response curve needs no open source.
+        {"SetKvRgbResponse", "DG 2 DAT 0x0108 SET", done},
+        {"GetKvRgbResponse", "DG 2 DAT 0x0108 GET", done},
+    };
+    Stages stages;
+    for (const auto& operation : operations) {
+        const std::string rows[] = {
+            done,
+            "state 5; % -> fail 6; !failure; result 6; value before",
+            "state 5; % -> check; !failure; result 0; value before",
+            "state 2; " + operation.withoutSource,
+            "state 1; !manager; value before",
+        };
+        for (const std::string& row : rows) {
+            Stage& stage = stages.forRow(row);
+            stage.manager.answerLine(operation.sent, copy(std::array<char, 9>{"source's"}));
+            checkCall(stage, operation.method, filled(row, '%', operation.sent));
+        }
     }
 }

@@ -1,5 +1,5 @@
 // The tone controls of the DLL: the range that a source gives when it is opened, what each setter sends over
-// it, and each getter over what a source may answer. Gamma too, which has no range.
+// it, and each getter over what a source may answer.
 #include <algorithm>
 
 #include "CallRecord.h"
@@ -124,15 +124,4 @@ TEST_CASE("the source's tone ranges, asked anew for each source") {
             CHECK(stage.module.CloseDS() == 0);
         }
     }
-}
-
-TEST_CASE("gamma is read from one value only, and is 2.2 without") {
-    const std::string rows[] = {
-        "GETCURRENT # -> one FIX32 1.5; result 0; value 1.5",
-        "GETCURRENT #; !refused; GET # -> range FIX32 0 9 1 0 7; !container; result 10; value 2.2",
-        "state 5; GETCURRENT # -> enum FIX32 [2]; !container; GET # -> one FIX32 -1.5; result 0; value -1.5",
-        "state 2; !sequence; value 777",
-        "state 1; !manager; value 777",
-    };
-    checkCalls(rows, "GetGamma", ICAP_GAMMA);
 }

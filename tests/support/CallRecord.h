@@ -40,6 +40,15 @@ inline std::string filled(std::string text, char mark, const std::string& words)
     return text;
 }
 
+// "1:0 2:1": what one side says and what becomes of it for the other.
+inline std::vector<std::pair<std::string, std::string>> samplesOf(const std::string& text) {
+    std::vector<std::pair<std::string, std::string>> samples;
+    std::istringstream words(text);
+    for (std::string from, to; std::getline(words >> std::ws, from, ':') && words >> to;)
+        samples.emplace_back(from, to);
+    return samples;
+}
+
 // What stands behind an arrow: a container as containerOf() reads it; "fail 16" or "check" for a return code
 // of failure or TWRC_CHECKSTATUS, which may leave a container, too: "fail 6 one BOOL 1".
 inline Answer answerOf(const std::string& text) {
