@@ -1,5 +1,6 @@
 #include "TextCall.h"
 
+#include <array>
 #include <iomanip>
 #include <sstream>
 #include <stdexcept>
@@ -8,58 +9,35 @@
 
 namespace {
 
-// A number. What has no text, like a window or a record, is null.
+// A number or an area, an output, or memory that a text is written to. What else there is, like a window, has
+// no text and is null.
 template <class Type>
 struct Argument {
-    Type value{};
+    using Value = std::remove_pointer_t<Type>;
+    static constexpr bool isText = std::is_same_v<Type, char*> || std::is_same_v<Type, void*>;
+    static constexpr bool isOutput =
+        std::is_pointer_v<Type> && std::is_arithmetic_v<Value> && !std::is_const_v<Value> && !isText;
+    using Memory = std::conditional_t<isText, std::array<char, 40>, std::array<Value, 2>>;
+    std::conditional_t<isText || isOutput, Memory, Type> held{};
 
     void read(std::istream& words) {
-        if constexpr (std::is_arithmetic_v<Type>) words >> value;
+        if constexpr (isText) held = {"before"};
+        if constexpr (isOutput) words >> (held = {777, 555})[0];
+        if constexpr (std::is_arithmetic_v<Type>) words >> held;
+        if constexpr (std::is_same_v<Type, SmImageLayout>)
+            words >> held.Left >> held.Top >> held.Right >> held.Bottom;
     }
-    Type pass() { return value; }
-    void show(std::ostream&) const {}
-};
-
-// What is behind an output has to stay.
-template <class Value>
-struct Output {
-    Value values[2] = {777, 555};
-
-    void read(std::istream& words) { words >> values[0]; }
-    Value* pass() { return values; }
+    Type pass() {
+        if constexpr (isText || isOutput)
+            return held.data();
+        else
+            return held;
+    }
     void show(std::ostream& text) const {
-        text << " " << values[0] << (values[1] == 555 ? "" : " and wrote past it");
+        if constexpr (isText) text << " " << held.data();
+        // What is behind an output has to stay.
+        if constexpr (isOutput) text << " " << held[0] << (held[1] == 555 ? "" : " and wrote past it");
     }
-};
-template <>
-struct Argument<short*> : Output<short> {};
-template <>
-struct Argument<unsigned short*> : Output<unsigned short> {};
-template <>
-struct Argument<int*> : Output<int> {};
-template <>
-struct Argument<double*> : Output<double> {};
-
-// Memory that a source or the module writes a text to.
-struct TextBuffer {
-    char text[40] = "before";
-
-    void read(std::istream&) {}
-    char* pass() { return text; }
-    void show(std::ostream& out) const { out << " " << text; }
-};
-template <>
-struct Argument<char*> : TextBuffer {};
-template <>
-struct Argument<void*> : TextBuffer {};
-
-template <>
-struct Argument<SmImageLayout> {
-    SmImageLayout area{};
-
-    void read(std::istream& words) { words >> area.Left >> area.Top >> area.Right >> area.Bottom; }
-    SmImageLayout pass() { return area; }
-    void show(std::ostream&) const {}
 };
 
 template <class Result, class... Types>
