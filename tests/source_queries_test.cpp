@@ -102,22 +102,19 @@ TEST_CASE("the summary of a source") {
     const std::string refusedDepth =
         "-> fail 6; ! CapNegotiate returns failure in TScanModule::Getbitdepth; STATUS; GET ICAP_BITDEPTH "
         "-> array UINT16 [8]; ! Invalid container type in TScanModule::Getbitdepth; ";
-    const std::string area85 = "8.5; GETCURRENT ICAP_PHYSICALHEIGHT -> one FIX32 11.6907; ";
+    const std::string height = "; GETCURRENT ICAP_PHYSICALHEIGHT -> one FIX32 ";
+    const std::string inInches = "8.5" + height + "11.6907; ", inPoints = "612" + height + "841.7304; ";
     const struct {
         std::string resolution, unit, area;
         Words numbers;  // maximum, minimum and current resolution, unit
         std::string depth;
     } rows[] = {
         // Raised to 300, but not above the maximum.
-        {"50 300 1 50 299", "0", area85, {300, 50, 300, 1}, depth},
-        {"50 299 1 50 200", "0", area85, {299, 50, 200, 1}, refusedDepth},
-        {"5400 28800 1 5400 21672",
-         "3",
-         "612; GETCURRENT ICAP_PHYSICALHEIGHT -> one FIX32 841.7304; ",
-         {400, 75, 301, 8},
-         depth},
+        {"50 300 1 50 299", "0", inInches, {300, 50, 300, 1}, depth},
+        {"50 299 1 50 200", "0", inInches, {299, 50, 200, 1}, refusedDepth},
+        {"5400 28800 1 5400 21672", "3", inPoints, {400, 75, 301, 8}, depth},
         // Widened with the sign.
-        {"-3 -1 1 -3 -2", "0", area85, {0xffffffff, 0xfffffffd, 0xfffffffe, 1}, depth},
+        {"-3 -1 1 -3 -2", "0", inInches, {0xffffffff, 0xfffffffd, 0xfffffffe, 1}, depth},
     };
     Stages stages;
     for (const auto& row : rows) {
