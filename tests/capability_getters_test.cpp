@@ -6,89 +6,63 @@ namespace {
 
 enum Trait { plain = 0, listed = 1, unchecked = 2 };  // takes lists as well; has no state check
 
-struct Sample {
-    TW_UINT32 source;
-    int host;
-};
-
 struct Getter {
     std::string method;
-    std::function<std::string(Module&)> read;
     TW_UINT16 capability;
-    TW_UINT16 type;
+    std::string type;  // of the items
     int traits;
-    std::vector<Sample> samples;
+    std::string samples;  // the source's value and the host's
     std::string afterFailure = "777";
+
+    // In a row '%' is the type, '~' what the source says, '$' what the host gets of it, '?' what of nothing.
+    void check(Stage& stage, const std::string& row,
+               const std::pair<std::string, std::string>& sample) const {
+        std::string record = filled(filled(row, '%', type), '~', sample.first);
+        record = filled(filled(record, '$', sample.second), '?', afterFailure);
+        checkCall(stage, method, record, capability);
+    }
 };
 
-constexpr TW_UINT16 flag = TWTY_BOOL, word = TWTY_UINT16;
-
-// Other modes than 1 and 3 are 0.
-const std::vector<Sample> uiModes = {{2, 0}, {257, 0}, {259, 0}, {3, 2}, {1, 1}};
+const std::string flag = "BOOL", word = "UINT16";
 
 const Getter getters[] = {
-    {"IsADFPaperLoaded", reader(&Module::IsADFPaperLoaded), CAP_FEEDERLOADED, flag, plain, {{0, 0}, {1, 1}}},
-    {"IsADFPaperLoaded", reader(&Module::IsPaperLoaded), CAP_FEEDERLOADED, flag, plain, {{1, 1}}},
-    {"GetADFEnable", reader(&Module::GetADFEnable), CAP_FEEDERENABLED, flag, plain, {{1, 1}}},
-    {"GetUnit", reader(&Module::GetUnit), ICAP_UNITS, word, listed, {{0, 1}, {4, 16}, {6, 1}, {5, 32}}, "1"},
-    {"GetPixelFlavor", reader(&Module::GetPixelFlavor), ICAP_PIXELFLAVOR, word, listed, {{0, 0}, {1, 1}}},
-    {"GetPixelType", reader(&Module::GetPixelType), ICAP_PIXELTYPE, word, listed, {{0, 1}, {8, 256}, {9, 2}}},
-    {"GetPaperSize", reader(&Module::GetPaperSize), ICAP_SUPPORTEDSIZES, word, listed, {{8, 256}, {9, 1}}},
-    {"GetXferMech", reader(&Module::GetXferMech), ICAP_XFERMECH, word, listed, {{0, 1}, {1, 2}, {3, 4}}},
-    {"GetXferCount", reader<short>(&Module::GetXferCount), CAP_XFERCOUNT, TWTY_INT16, listed, {{65535, -1}}},
-    {"GetKvUnSharpMask", reader(&Module::GetKvUnSharpMask), KV_UNSHARPMASK, flag, listed, {{1, 1}}},
-    {"GetClearPage", reader(&Module::GetClearPage), CAP_CLEARPAGE, flag, listed, {{1, 1}}},
-    {"GetPIMFlag", reader(&Module::GetPIMFlag), KV_PIMFLAG, flag, listed, {{1, 1}}},
-    {"GetKvUIMode", reader(&Module::GetKvUIMode), KV_UIMODE, word, listed, uiModes, "0"},
-    {"GetKvLUT1", reader(&Module::GetKvLUT1), KV_LUT1, word, listed, {{2, 2}}},
-    {"GetKvLUT2", reader(&Module::GetKvLUT2), KV_LUT2, word, listed + unchecked, {{2, 2}}},
-    {"GetKvCC", reader(&Module::GetKvCC), KV_COLORCORRECTION, word, listed, {{2, 2}}},
+    {"IsADFPaperLoaded", CAP_FEEDERLOADED, flag, plain, "0:0 1:1"},
+    {"GetADFEnable", CAP_FEEDERENABLED, flag, plain, "1:1"},
+    {"GetUnit", ICAP_UNITS, word, listed, "0:1 4:16 6:1 5:32", "1"},
+    {"GetPixelFlavor", ICAP_PIXELFLAVOR, word, listed, "0:0 1:1"},
+    {"GetPixelType", ICAP_PIXELTYPE, word, listed, "0:1 8:256 9:2"},
+    {"GetPaperSize", ICAP_SUPPORTEDSIZES, word, listed, "8:256 9:1"},
+    {"GetXferMech", ICAP_XFERMECH, word, listed, "0:1 1:2 3:4"},
+    {"GetXferCount", CAP_XFERCOUNT, "INT16", listed, "65535:-1"},
+    {"GetKvUnSharpMask", KV_UNSHARPMASK, flag, listed, "1:1"},
+    {"GetClearPage", CAP_CLEARPAGE, flag, listed, "1:1"},
+    {"GetPIMFlag", KV_PIMFLAG, flag, listed, "1:1"},
+    // Other modes than 1 and 3 are 0.
+    {"GetKvUIMode", KV_UIMODE, word, listed, "2:0 257:0 259:0 3:2 1:1", "0"},
+    {"GetKvLUT1", KV_LUT1, word, listed, "2:2"},
+    {"GetKvLUT2", KV_LUT2, word, listed + unchecked, "2:2"},
+    {"GetKvCC", KV_COLORCORRECTION, word, listed, "2:2"},
 };
 
-// What a source may say; a refusal may leave a container, which isn't the module's to free.
-enum Said { value, list, anArray, aRange, noHandle, cutOff, no, denied, leftNo, leftCheck };
-
-std::vector<Answer> answersOf(const Getter& getter) {
-    const TW_UINT32 item = getter.samples.back().source;
-    const ContainerImage one = oneValue(getter.type, item);
-    return {
-        give(one),
-        give(enumeration(getter.type, {0, 0, item}, 2, 1)),  // whose current item counts
-        give(array(getter.type, {item})),
-        give(range(getter.type, {0, 9, 1, 1, item})),
-        give(withoutHandle(TWON_DONTCARE16)),
-        give(rawContainer(TWON_ONEVALUE, {1, 0, 1})),
-        failWith(TWCC_CAPUNSUPPORTED),
-        failWith(TWCC_DENIED),
-        {TWRC_FAILURE, TWCC_CAPUNSUPPORTED, one, {}},
-        {TWRC_CHECKSTATUS, TWCC_SUCCESS, one, {}},
-    };
-}
-
-// '$' is what the host gets of the value, '?' what it gets of nothing.
 const struct {
-    int state;
-    Said current, get;
     std::string record;
     int with = plain, without = plain;  // traits of the getters it is for
 } answers[] = {
-    {4, value, no, "GETCURRENT #; result 0; value $"},
-    {4, list, no, "GETCURRENT #; result 0; value $", listed},
-    {4, list, value, "GETCURRENT #; !container; GET #; result 0; value $", plain, listed},
-    {4, anArray, value, "GETCURRENT #; !container; GET #; result 0; value $"},
-    {4, aRange, noHandle, "GETCURRENT #; !container; GET #; !container; result 10; value ?"},
-    {4, cutOff, value, "GETCURRENT #; ! Invalid memory in ExtractOneValue; GET #; result 0; value $"},
-    {4, no, denied, "GETCURRENT #; !refused; GET #; !refused; result 16; value ?"},
-    {4, leftNo, value, "GETCURRENT #; !refused; GET #; a block was not freed; result 0; value $"},
-    {4, value, leftNo, "GETCURRENT #; result 0; value $"},
-    {4, no, leftCheck, "GETCURRENT #; !refused; GET #; !refused; a block was not freed; result 0; value ?"},
-    {5, no, value, "GETCURRENT #; !refused; GET #; result 0; value $"},
-    {2, no, value, "!sequence; value 777", plain, unchecked},
-    {2, no, no, "GETCURRENT #; !refused; GET #; !refused; result 13; value 777", unchecked},
-    {1, no, value, "!manager; value 777"},
+    // The current item of a list counts.
+    {"GETCURRENT # -> enum % [0 0 ~] current 2 default 1; result 0; value $", listed},
+    {"GETCURRENT # -> enum % [~]; !container; GET # -> one % ~; result 0; value $", plain, listed},
+    {"GETCURRENT # -> array % [~]; !container; GET # -> one % ~; result 0; value $"},
+    {"GETCURRENT # -> range % 0 9 1 1 ~; !container; GET # -> nothing; !container; result 10; value ?"},
+    {"GETCURRENT # -> one %; ! Invalid memory in ExtractOneValue; GET # -> one % ~; result 0; value $"},
+    {"GETCURRENT # -> fail 13; !refused; GET # -> fail 16; !refused; result 16; value ?"},
+    // What a refusal leaves isn't the module's to free.
+    {"GETCURRENT # -> fail 13 one % ~; !refused; GET # -> one % ~; a block was not freed; result 0; value $"},
+    {"GETCURRENT #; !refused; GET # -> check one % ~; !refused; a block was not freed; result 0; value ?"},
+    {"state 5; GETCURRENT #; !refused; GET # -> one % ~; result 0; value $"},
+    {"state 2; !sequence; value 777", plain, unchecked},
+    {"state 2; GETCURRENT #; !refused; GET # -> fail 13; !refused; result 13; value 777", unchecked},
+    {"state 1; !manager; value 777"},
 };
-
-const Answer refusal = failWith(TWCC_CAPUNSUPPORTED);
 
 }  // namespace
 
@@ -96,12 +70,8 @@ TEST_CASE("a getter gives what the first message says, else the second, of conta
     Stages stages;
     for (const auto& row : answers) {
         for (const Getter& getter : getters) {
-            if ((getter.traits & row.with) != row.with || (getter.traits & row.without) != 0) continue;
-            std::string record = filled(row.record, '$', std::to_string(getter.samples.back().host));
-            record = filled(record, '?', getter.afterFailure);
-            const std::vector<Answer> said = answersOf(getter);
-            checkReading(stages.in(row.state), {row.state, said[row.current], said[row.get], record},
-                         getter.read, getter.method, getter.capability);
+            if ((getter.traits & row.with) == row.with && (getter.traits & row.without) == 0)
+                getter.check(stages.forRow(row.record), row.record, samplesOf(getter.samples).back());
         }
     }
 }
@@ -109,50 +79,81 @@ TEST_CASE("a getter gives what the first message says, else the second, of conta
 TEST_CASE("what a getter makes of the source's values") {
     Stages stages;
     for (const Getter& getter : getters) {
-        for (const auto& [source, host] : getter.samples)
-            checkReading(stages.in(4),
-                         {4, give(oneValue(getter.type, source)), refusal,
-                          "GETCURRENT #; result 0; value " + std::to_string(host)},
-                         getter.read, getter.method, getter.capability);
+        for (const auto& sample : samplesOf(getter.samples))
+            getter.check(stages.in(4), "GETCURRENT # -> one % ~; result 0; value $", sample);
     }
 }
 
 TEST_CASE("the supported values are the bits of a list") {
-    const auto listOf = [](const Items& items) { return give(enumeration(word, items, 1)); };
-    const Reading rows[] = {
-        {4, refusal, listOf({2, 0, 1}), "GET #; result 0; value 7"},
+    const std::string rows[] = {
+        "GET # -> enum UINT16 [2 0 1] current 1; result 0; value 7",
         // Those without a bit are left out.
-        {4, refusal, listOf({1, 9, 16, 32, 40000}), "GET #; result 0; value 2"},
-        {4, refusal, give(enumeration(TWTY_UINT8, {3, 8})), "GET #; result 0; value 264"},
-        {4, refusal, give(enumeration(TWTY_UINT32, {3, 0x10000})), "GET #; result 0; value 8"},
-        {4, refusal, listOf({}), "GET #; result 0; value 0"},
-        {4, refusal, give(oneValue(word, 1)), "GET #; !container; result 10; value 0"},
-        {4, refusal, give(array(word, {0, 1})), "GET #; !container; result 10; value 0"},
-        {5, listOf({1}), refusal, "GET #; !refused; result 13; value 0"},
-        {5, listOf({1}), returnCode(TWRC_CHECKSTATUS), "GET #; !refused; result 0; value 0"},
-        {2, refusal, listOf({1}), "!sequence; value 777"},
+        "GET # -> enum UINT16 [1 9 16 32 40000]; result 0; value 2",
+        "GET # -> enum UINT8 [3 8]; result 0; value 264",
+        "GET # -> enum UINT32 [3 65536]; result 0; value 8",
+        "GET # -> enum UINT16 []; result 0; value 0",
+        "GET # -> one UINT16 1; !container; result 10; value 0",
+        "GET # -> array UINT16 [0 1]; !container; result 10; value 0",
+        "state 5; GET # -> fail 13; !refused; result 13; value 0",
+        "state 5; GET # -> check; !refused; result 0; value 0",
+        "state 2; !sequence; value 777",
     };
-    checkReadings(rows, reader(&Module::GetSupportedPixelType), "GetSupportedPixelType", ICAP_PIXELTYPE);
-    checkReadings(rows, reader(&Module::GetSupportedPaperSize), "GetSupportedPaperSize", ICAP_SUPPORTEDSIZES);
+    checkCalls(rows, "GetSupportedPixelType", ICAP_PIXELTYPE);
+    checkCalls(rows, "GetSupportedPaperSize", ICAP_SUPPORTEDSIZES);
 }
 
-TEST_CASE("a feeder is there when its capability can be asked, before the source is enabled") {
-    const Reading rows[] = {
-        {4, refusal, give(oneValue(flag, 0)), "GET #; result 0; value 1"},
-        {4, refusal, give(array(flag, {1})), "GET #; result 0; value 1"},
-        {4, refusal, give(withoutHandle(TWON_RANGE)), "GET #; result 0; value 1"},
-        {4, give(oneValue(flag, 1)), refusal, "GET #; !refused; result 13; value 0"},
-        {4, refusal, returnCode(TWRC_CHECKSTATUS), "GET #; !refused; result 0; value 0"},
-        {2, refusal, refusal, "GET #; !refused; result 13; value 0"},
-        {5, refusal, refusal, "!sequence; value 777"},
-        {1, refusal, refusal, "!manager; value 777"},
+TEST_CASE("getters with rules of their own") {
+    struct Method {
+        std::string call;
+        TW_UINT16 capability = 0;
     };
-    checkReadings(rows, reader(&Module::IsADFAvailable), "IsADFAvailable", CAP_FEEDERENABLED);
-}
-
-TEST_CASE("the pending count needs an enabled source and asks nothing") {
-    const Reading rows[] = {{4, refusal, refusal, "!sequence; value 777"}, {5, {}, {}, "result 0; value 0"}};
-    checkReadings(rows, reader(&Module::GetPendingCount), "GetPendingCount", 0);
+    const Method feeder = {"IsADFAvailable", CAP_FEEDERENABLED}, pending = {"GetPendingCount"};
+    const Method gamma = {"GetGamma", ICAP_GAMMA}, version = {"GetKvVersion", KV_VERSION};
+    const Method limit = {"GetMaxResForKvDescreeing", KV_DESCREENINGLIMIT};
+    const Method uiMode1 = {"GetKvUIMode 1", KV_UIMODE}, uiMode3 = {"GetKvUIMode 3", KV_UIMODE};
+    const std::string getVersion = "GET # contype " + std::to_string(TWON_ONEVALUE);
+    const std::string asGetUnit = "! Invalid container type in TScanModule::GetUnit; ";
+    const std::pair<Method, std::string> rows[] = {
+        // A feeder is there when its capability can be asked, before the source is enabled.
+        {feeder, "GET # -> one BOOL 0; result 0; value 1"},
+        {feeder, "GET # -> nothing; result 0; value 1"},
+        {feeder, "GET # -> fail 13; !refused; result 13; value 0"},
+        {feeder, "GET # -> check; !refused; result 0; value 0"},
+        {feeder, "state 2; GET # -> fail 13; !refused; result 13; value 0"},
+        {feeder, "state 5; !sequence; value 777"},
+        {feeder, "state 1; !manager; value 777"},
+        // The pending count needs an enabled source and asks nothing.
+        {pending, "!sequence; value 777"},
+        {pending, "state 5; result 0; value 0"},
+        // Gamma is read from one value only, and is 2.2 without.
+        {gamma, "GETCURRENT # -> one FIX32 1.5; result 0; value 1.5"},
+        {gamma, "GETCURRENT #; !refused; GET # -> range FIX32 0 9 1 0 7; !container; result 10; value 2.2"},
+        {gamma,
+         "state 5; GETCURRENT # -> enum FIX32 [2]; !container; GET # -> one FIX32 -1.5; result 0; value "
+         "-1.5"},
+        {gamma, "state 2; !sequence; value 777"},
+        {gamma, "state 1; !manager; value 777"},
+        // The version is asked once, for one value, and its bad container names another method.
+        {version, getVersion + " -> one UINT16 3; result 0; value 3"},
+        {version, getVersion + " -> fail 13; !refused; result 13; value 0"},
+        {version, getVersion + " -> check; !refused; result 0; value 0"},
+        {version, getVersion + " -> range UINT16 0 9 1 0 7; " + asGetUnit + "result 10; value 0"},
+        {version, "state 5; " + getVersion + " -> enum UINT16 [1 2 258] current 2; result 0; value 258"},
+        {version, "state 2; !sequence; value 777"},
+        {version, "state 1; !manager; value 777"},
+        // The highest resolution for descreening is a TW_FIX32, asked once.
+        {limit, "GET # -> one FIX32 300.5; result 0; value 300.5"},
+        {limit, "GET # -> fail 13; !refused; result 13; value 777"},
+        {limit, "GET # -> range FIX32 0 9 1 0 7; !container; result 10; value 777"},
+        {limit, "state 5; GET # -> enum FIX32 [75 600] current 1; result 0; value 600"},
+        {limit, "state 2; !sequence; value 777"},
+        // The UI mode is mapped after each attempt, also when it failed.
+        {uiMode3, "GETCURRENT #; !refused; GET # -> fail 13; !refused; result 13; value 0"},
+        {uiMode1, "GETCURRENT #; !refused; GET # -> array UINT16 [7]; !container; result 10; value 1"},
+    };
+    Stages stages;
+    for (const auto& [method, record] : rows)
+        checkCall(stages.forRow(record), method.call, record, method.capability);
 }
 
 TEST_CASE("the names of the source, in every state, under one name in the trace") {
@@ -170,12 +171,9 @@ TEST_CASE("the names of the source, in every state, under one name in the trace"
         row.name.copy(stage->manager.defaultSource().ProductName, 34);
         row.family.copy(stage->manager.defaultSource().ProductFamily, 34);
         stage->bringTo(row.state);
-        const auto check = [&](const std::string& text, int(WINAPI * get)(char*)) {
-            char output[34] = "before";
-            const auto read = [&] { return resultText(get(output), output); };
-            checkCall(*stage, row.record + text.substr(0, 33), "GetDSProductName", read);
-        };
-        check(row.name, stage->module.GetDSProductName);
-        check(row.family, stage->module.GetDSProductFamily);
+        const Call nameOf = [](Module& module) { return callByText(module, "GetDSProductName"); };
+        const Call familyOf = [](Module& module) { return callByText(module, "GetDSProductFamily"); };
+        checkCall(*stage, "GetDSProductName", nameOf, row.record + row.name.substr(0, 33));
+        checkCall(*stage, "GetDSProductName", familyOf, row.record + row.family.substr(0, 33));
     }
 }

@@ -6,7 +6,7 @@
 
 #include <cstring>
 
-#include "Stage.h"
+#include "CallRecord.h"
 #include "base/Trace.h"
 
 namespace {
@@ -41,6 +41,10 @@ struct Codec {
         return text;
     }
 
+    std::string read(Extractor extractor, const std::string& text, int32_t selector = 0) {
+        return read(extractor, containerOf(text), selector);
+    }
+
     TraceSwitches switches;
     RecordingViewer viewer;
 };
@@ -53,70 +57,44 @@ std::vector<uint8_t> blockOf(HGLOBAL handle) {
     return copy;
 }
 
-// A list of three items with its numbers as given.
-ContainerImage lyingList(TW_UINT32 numItems, TW_UINT32 currentIndex, TW_UINT16 type = TWTY_UINT16) {
-    ContainerImage image = enumeration(type, {1, 2, 3}, currentIndex);
-    std::memcpy(&image.bytes[2], &numItems, sizeof numItems);
-    return image;
-}
-
-ContainerImage cut(ContainerImage image, size_t size) {
-    image.bytes.resize(size);
-    return image;
-}
-
-const ContainerImage badOneValues[] = {cut(oneValue(TWTY_UINT16, 1), 1), cut(oneValue(TWTY_UINT16, 1), 3),
-                                       cut(oneValue(TWTY_UINT32, 1), 5), withoutHandle(TWON_ONEVALUE)};
-const ContainerImage badLists[] = {
-    lyingList(4, 0),
-    lyingList(0x40000001, 0, TWTY_FIX32),
-    lyingList(0xffffffff, 0xffffffff, TWTY_UINT8),
-    cut(enumeration(TWTY_UINT16, {1, 2, 3}), 13),
-    cut(enumeration(TWTY_UINT16, {1, 2, 3}), 1),
-    withoutHandle(TWON_ENUMERATION),
+// Lists that claim more than their block holds.
+const std::string badLists[] = {
+    "enum UINT16 [1 2 3] count 4",         "enum FIX32 [1 2 3] count 1073741825",
+    "enum UINT8 [1 2 3] count 4294967295", "enum UINT16 [1 2 3] cut 13",
+    "enum UINT16 [1 2 3] cut 1",
 };
-const ContainerImage badCurrentItems[] = {
-    lyingList(3, 3), lyingList(3, 0x7fffffff), lyingList(3, 0xffffffff), lyingList(0, 0), lyingList(2, 2),
-};
-const ContainerImage badRanges[] = {cut(fix32Range(1, 2, 1, 2), 21), cut(fix32Range(1, 2, 1, 2), 1),
-                                    withoutHandle(TWON_RANGE)};
 
 }  // namespace
 
 TEST_CASE("an item is read at its width and without its sign") {
     Codec codec;
-    struct Row {
-        TW_UINT16 type;
-        const char* read;
-    };
-    const Row rows[] = {
+    const std::pair<TW_UINT16, std::string> rows[] = {
         {TWTY_INT8, "132"},          {TWTY_UINT8, "132"},        {TWTY_INT16, "33668"},
         {TWTY_UINT16, "33668"},      {TWTY_BOOL, "33668"},       {TWTY_INT32, "2172814212"},
         {TWTY_UINT32, "2172814212"}, {TWTY_FIX32, "2172814212"}, {TWTY_FRAME, "fails 10"},
         {0xffff, "fails 10"},
     };
     const TW_UINT32 bits = 0x81828384;
-    for (const Row& row : rows) {
-        CAPTURE(row.type);
-        CHECK(codec.read(one, oneValue(row.type, bits)) == row.read);
-        CHECK(codec.read(item, enumeration(row.type, {1, bits, 3}), 1) == row.read);
-        CHECK(codec.read(field, range(row.type, {1, 2, 3, 4, bits}), rangeCurrent) == row.read);
-        if (row.read[0] == 'f') CHECK(codec.read(count, enumeration(row.type, {5})) == row.read);
+    for (const auto& [type, value] : rows) {
+        CAPTURE(type);
+        CHECK(codec.read(one, oneValue(type, bits)) == value);
+        CHECK(codec.read(item, enumeration(type, {1, bits, 3}), 1) == value);
+        CHECK(codec.read(field, range(type, {1, 2, 3, 4, bits}), rangeCurrent) == value);
+        CHECK(codec.read(count, enumeration(type, {5})) == (value[0] == 'f' ? value : "1"));
     }
 }
 
 TEST_CASE("list items by index, their count at the width of an item, range fields by selector") {
     Codec codec;
-    const ContainerImage list = enumeration(TWTY_UINT16, {70, 71, 72, 73}, 3, 2);
+    const std::string list = "enum UINT16 [70 71 72 73] current 3 default 2",
+                      fields = "range UINT32 10 20 30 40 50";
     CHECK(codec.read(item, list, 1) == "71");
     CHECK(codec.read(item, list, enumerationCurrent) == "73");
     CHECK(codec.read(item, list, enumerationDefault) == "72");
-    CHECK(codec.read(item, enumeration(TWTY_UINT8, {7, 8, 9}, 1), enumerationCurrent) == "8");
-    CHECK(codec.read(count, list) == "4");
-    CHECK(codec.read(count, enumeration(TWTY_UINT8, std::vector<TW_UINT32>(258, 1))) == "2");
-    CHECK(codec.read(count, enumeration(TWTY_UINT16, std::vector<TW_UINT32>(65537, 1))) == "1");
-    CHECK(codec.read(count, enumeration(TWTY_UINT32, std::vector<TW_UINT32>(65537, 1))) == "65537");
-    const ContainerImage fields = range(TWTY_UINT32, {10, 20, 30, 40, 50});
+    CHECK(codec.read(item, "enum UINT8 [7 8 9] current 1", enumerationCurrent) == "8");
+    CHECK(codec.read(count, enumeration(TWTY_UINT8, Items(258, 1))) == "2");
+    CHECK(codec.read(count, enumeration(TWTY_UINT16, Items(65537, 1))) == "1");
+    CHECK(codec.read(count, enumeration(TWTY_UINT32, Items(65537, 1))) == "65537");
     CHECK(codec.read(field, fields, rangeMin) == "10");
     CHECK(codec.read(field, fields, rangeMax) == "20");
     CHECK(codec.read(field, fields, rangeStep) == "30");
@@ -128,27 +106,20 @@ TEST_CASE("list items by index, their count at the width of an item, range field
 TEST_CASE("nothing outside the source's block is ever read") {
     Codec codec;
     const std::string bad = "fails 10 Invalid memory";
-    for (const ContainerImage& image : badOneValues)
-        CHECK(codec.read(one, image) == bad);
-    for (const ContainerImage& image : badRanges)
-        CHECK(codec.read(field, image, rangeCurrent) == bad);
-    for (const ContainerImage& image : badLists) {
-        CHECK(codec.read(count, image) == bad);
-        CHECK(codec.read(item, image, 0) == bad);
-    }
-    for (const ContainerImage& image : badCurrentItems)
-        CHECK(codec.read(item, image, enumerationCurrent) == bad);
-    const ContainerImage list = enumeration(TWTY_UINT16, {70, 71, 72}, 0, 0x40000000);
+    for (Extractor extractor : {one, count, item, field})
+        CHECK(codec.read(extractor, "nothing") == bad);
+    for (const std::string& text : badLists)
+        CHECK(codec.read(item, text, 0) == bad);
     for (int32_t index : {3, 0x7fffffff, -3, +enumerationDefault})
-        CHECK(codec.read(item, list, index) == bad);
+        CHECK(codec.read(item, "enum UINT16 [70 71 72] default 1073741824", index) == bad);
 }
 
 TEST_CASE("a block that can't be locked") {
     Codec codec;
     // Windows hands out a discarded block for a size of 0: it has a handle and can't be locked.
-    CHECK(codec.read(one, rawContainer(TWON_ONEVALUE, {})) == "fails 10 Lock memory error");
+    CHECK(codec.read(one, "one UINT16 1 cut 0") == "fails 10 Lock memory error");
     for (Extractor extractor : {count, item, field})
-        CHECK(codec.read(extractor, rawContainer(TWON_RANGE, {})) == "fails 2 Lock memory error");
+        CHECK(codec.read(extractor, "one UINT16 1 cut 0") == "fails 2 Lock memory error");
 }
 
 TEST_CASE("building one values and lists") {
@@ -175,19 +146,18 @@ TEST_CASE("building one values and lists") {
 }
 
 TEST_CASE("numbers and TW_FIX32") {
-    struct Row {
+    const struct {
         float number;
         TW_INT16 whole;
         TW_UINT16 fraction;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {1.5f, 1, 32768},    {2.99f, 2, 64881},   {-2.0f, -2, 1},
         {-1.5f, -1, 0x8001}, {-0.25f, 0, 0xc001}, {432000.0f, -26752, 0},
     };
-    for (const Row& row : rows) {
-        CAPTURE(row.number);
-        CHECK(numberToFix32(row.number).Whole == row.whole);
-        CHECK(numberToFix32(row.number).Frac == row.fraction);
+    for (const auto& [number, whole, fraction] : rows) {
+        CAPTURE(number);
+        CHECK(numberToFix32(number).Whole == whole);
+        CHECK(numberToFix32(number).Frac == fraction);
     }
     CHECK(fix32ToNumber({-2, 16384}) == -1.75);
     CHECK(fix32ToNumber({32767, 65535}) == 32768 - 1.0 / 65536);
@@ -198,36 +168,34 @@ TEST_CASE("getters take no lying container, free it and go on to the next messag
     Stage stage;
     stage.open();
     stage.windows.guardBlocks = true;
-    stage.manager.answer(operation::getCurrent(ICAP_UNITS), give(oneValue(TWTY_UINT16, TWUN_INCHES)));
-    unsigned short words[3];
-    const auto readResolution = [&] { return stage.module.GetXResolution(words, words + 1, words + 2); };
-    const auto readSizes = [&] { return stage.module.GetSupportedPaperSize(words); };
-    const auto checkRefused = [&](const auto& images, TW_UINT16 capability, size_t messages, auto ask) {
-        for (const ContainerImage& image : images) {
-            stage.manager.answer(operation::get(capability), give(image));
-            stage.manager.answer(operation::getCurrent(capability), give(image));
-            stage.forget();
-            CHECK(ask() == 10);
-            CHECK(stage.manager.calls().with(operation::capabilityName(capability)).size() == messages);
-            CHECK(stage.viewer.warnings().size() == messages);
-            CHECK(stage.viewer.warnings().with("Invalid memory in Extract").size() == messages);
-            CHECK(stage.windows.memoryComplaints() == Lines{});
-        }
+    const auto check = [&](const std::string& text, const std::string& extractor) {
+        const std::string given = " -> " + text + "; ! Invalid memory in " + extractor + "; ";
+        const std::string record =
+            "GET #" + given + "GETCURRENT #" + given + "unit -> one UINT16 0; result 10; ";
+        checkCall(stage, "GetXResolution", record + "value 100 100 100", ICAP_XRESOLUTION);
     };
-    checkRefused(badLists, ICAP_SUPPORTEDSIZES, 1, readSizes);
-    checkRefused(badLists, ICAP_XRESOLUTION, 2, readResolution);
-    checkRefused(badCurrentItems, ICAP_XRESOLUTION, 2, readResolution);
-    checkRefused(badOneValues, ICAP_XRESOLUTION, 2, readResolution);
-    checkRefused(badRanges, ICAP_XRESOLUTION, 2, readResolution);
+    for (const std::string& text : badLists) {
+        check(text, "ExtractEnumerationValue");
+        const std::string record = "GET # -> " + text + "; ! Invalid memory in ExtractEnumerationNumItems; ";
+        checkCall(stage, "GetSupportedPaperSize", record + "result 10; value 0", ICAP_SUPPORTEDSIZES);
+    }
+    for (const std::string current :
+         {"current 3", "current 2147483647", "current 4294967295", "count 0", "count 2 current 2"})
+        check("enum UINT16 [1 2 3] " + current, "ExtractEnumerationValue");
+    for (const std::string text : {"UINT16 1 cut 1", "UINT16 1 cut 3", "UINT32 1 cut 5"})
+        check("one " + text, "ExtractOneValue");
+    for (const std::string cut : {"cut 1", "cut 21"})
+        check("range FIX32 1 2 1 1 2 " + cut, "ExtractRangeValue");
 }
 
 TEST_CASE("tone range, offered and set mechanisms out of a lying list stay within its block") {
-    for (const ContainerImage& image : badLists) {
+    for (const std::string& text : badLists) {
+        const ContainerImage image = containerOf(text);
         Stage stage;
         stage.windows.guardBlocks = true;
-        stage.manager.answer(operation::get(ICAP_BRIGHTNESS), give(image));
-        stage.manager.answer(operation::getCurrent(ICAP_BRIGHTNESS), give(image));
-        stage.manager.answer(operation::get(ICAP_XFERMECH), give(image));
+        for (const std::string asked :
+             {"GET ICAP_BRIGHTNESS", "GETCURRENT ICAP_BRIGHTNESS", "GET ICAP_XFERMECH"})
+            stage.manager.answerLine(asked, give(image));
         stage.enable();
         CHECK(stage.module.SetBrightness(3, 0, 3) == 0);
         CHECK(stage.takeRecord() == Lines{"SET ICAP_BRIGHTNESS one FIX32 1000"});

@@ -1,94 +1,72 @@
-// Questions around a scan: the scan area, the palette, the coming image's size and the summary of a source.
+// Questions around a scan: the scan area, the palette, the coming image's size, the summary of a source, and
+// the maker's blocks.
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 #include "CallRecord.h"
 #include "GuardedBuffer.h"
 
-namespace {
-
-void answer(Stage& stage, TW_UINT16 capability, TW_UINT16 type, TW_UINT32 item) {
-    stage.manager.answer(operation::getCurrent(capability), give(oneValue(type, item)));
-}
-
-const std::string resolution = "GET ICAP_XRESOLUTION; unit; ";
-
-}  // namespace
-
 TEST_CASE("a scan area is converted, but not for a source that works in inches") {
-    struct Row {
-        int state;
-        SmImageLayout area;
-        unsigned short unit;
-        TW_UINT32 sourceUnit;
-        std::string asked, sent, rest = "; result 0";
-        Answer answer = succeed();
-    };
-    const std::string resolutions = resolution + "GET ICAP_YRESOLUTION; unit; ";
-    const std::string plain = "1.0000 2.0000 3.0000 4.0000";
-    const std::string early = "! Sequence error in TScanModule::GetUnit; ";
-    const Answer refusal = failWith(TWCC_BADVALUE), check = returnCode(TWRC_CHECKSTATUS);
-    const Row rows[] = {
+    // 144 and 288 dots per inch where the source works in pixels, 24 and 48 where it does in picas.
+    const std::string x = "GET ICAP_XRESOLUTION -> one FIX32 144; unit; ";
+    const std::string y = "GET ICAP_YRESOLUTION -> one FIX32 288; unit; ";
+    const std::string unit = "unit -> one UINT16 ", set = "; SET IMAGELAYOUT ";
+    const std::string plain = set + "1.0000 2.0000 3.0000 4.0000";
+    const struct {
+        std::string area, record;
+    } rows[] = {
         // Kept: for inches, and for an unknown unit, the numbers go as they are.
-        {4, {1, 2, 3, 4}, 2, TWUN_INCHES, "unit; ", plain},
-        {4, {1, 2, 3, 4}, 8, 77, "unit; ", plain},
-        {4, {0, 0, 2.54, 5.08}, 2, TWUN_POINTS, "unit; ", "0.0000 0.0000 72.0000 144.0000"},
-        {4, {1, 2, 3, 4}, 3, TWUN_PICAS, "unit; ", "6.0000 12.0000 18.0000 24.0000"},
-        {4, {1, 2, 3, 4}, 1, TWUN_PIXELS, "unit; " + resolutions, "144.0000 576.0000 432.0000 1152.0000"},
-        {4, {24, 48, 96, 144}, 32, TWUN_PICAS, resolutions + "unit; ", "6.0000 6.0000 24.0000 18.0000"},
-        {4, {0, 0, 16384.0005, 1}, 1, TWUN_INCHES, "unit; ", "0.0000 0.0000 16384.0000 1.0000"},
-        {4, {1, 2, 3, 4}, 1, TWUN_INCHES, "unit; ", plain, "; !failure; result 10", refusal},
-        {4, {1, 2, 3, 4}, 1, TWUN_INCHES, "unit; ", plain, "; !failure; result 0", check},
+        {"1 2 3 4 2", unit + "0" + plain + "; result 0"},
+        {"1 2 3 4 8", unit + "77" + plain + "; result 0"},
+        {"0 0 2.54 5.08 2", unit + "3" + set + "0.0000 0.0000 72.0000 144.0000; result 0"},
+        {"1 2 3 4 3", unit + "2" + set + "6.0000 12.0000 18.0000 24.0000; result 0"},
+        {"1 2 3 4 1",
+         unit + "5; " + x + y + "SET IMAGELAYOUT 144.0000 576.0000 432.0000 1152.0000; result 0"},
+        {"24 48 96 144 32", x + y + unit + "2" + set + "6.0000 6.0000 24.0000 18.0000; result 0"},
+        {"0 0 16384.0005 1 1", unit + "0" + set + "0.0000 0.0000 16384.0000 1.0000; result 0"},
+        {"1 2 3 4 1", unit + "0" + plain + " -> fail 10; !failure; result 10"},
+        {"1 2 3 4 1", unit + "0" + plain + " -> check; !failure; result 0"},
         // Too early, which the source decides.
-        {2, {1, 2, 3, 4}, 1, 0, early, plain, "; !failure; result 10", refusal},
-        {5, {1, 2, 3, 4}, 1, TWUN_INCHES, "", "", "!sequence"},
-        {1, {1, 2, 3, 4}, 1, TWUN_INCHES, "", "", "!manager"},
+        {"1 2 3 4 1",
+         "state 2; ! Sequence error in TScanModule::GetUnit" + plain + " -> fail 10; !failure; result 10"},
+        {"1 2 3 4 1", "state 5; !sequence"},
+        {"1 2 3 4 1", "state 1; !manager"},
     };
     Stages stages;
-    for (const Row& row : rows) {
-        Stage& stage = stages.in(row.state);
-        answer(stage, ICAP_UNITS, TWTY_UINT16, row.sourceUnit);
-        // 144 and 288 as they are; 24 and 48 dots per inch in picas.
-        stage.manager.answer(operation::get(ICAP_XRESOLUTION), give(oneValue(TWTY_FIX32, fix32(144))));
-        stage.manager.answer(operation::get(ICAP_YRESOLUTION), give(oneValue(TWTY_FIX32, fix32(288))));
-        stage.manager.answer(operation::imageLayoutSet, row.answer);
-        const std::string sent = row.sent.empty() ? "" : "SET IMAGELAYOUT " + row.sent;
-        checkCall(stage, row.asked + sent + row.rest, "SetImageLayout",
-                  [&] { return resultText(stage.module.SetImageLayout(row.area, row.unit)); });
+    for (const auto& row : rows) {
+        Stage& stage = stages.forRow(row.record);
+        stage.manager.answer(operation::imageLayoutSet, succeed());
+        checkCall(stage, "SetImageLayout " + row.area, row.record);
     }
 }
 
 TEST_CASE("the palette, white where the source gives no colour") {
     constexpr int isUntouched = -1;
     const struct {
-        int state;
         TW_UINT16 given;
-        std::string record;
         int colors;
-        Answer answer = succeed();
+        std::string record;
     } rows[] = {
-        {4, 2, "PALETTE8; result 0", 2},
-        {4, 257, "PALETTE8; ! Bad Value, palette.NumColors > 256, in @; result 10", 0},
-        {4, 2, "PALETTE8; !failure; result 10", 0, failWith(TWCC_BADVALUE)},
-        {4, 2, "PALETTE8; !failure; result 0", 0, returnCode(TWRC_CHECKSTATUS)},
-        {5, 256, "PALETTE8; result 0", 256},
-        {2, 2, "!sequence", isUntouched},
+        {2, 2, "PALETTE8; result 0"},
+        {257, 0, "PALETTE8; ! Bad Value, palette.NumColors > 256, in @; result 10"},
+        {2, 0, "PALETTE8 -> fail 10; !failure; result 10"},
+        {2, 0, "PALETTE8 -> check; !failure; result 0"},
+        {256, 256, "state 5; PALETTE8; result 0"},
+        {2, isUntouched, "state 2; !sequence"},
     };
     Stages stages;
     for (const auto& row : rows) {
-        Stage& stage = stages.in(row.state);
-        Answer answer = row.answer;
-        answer.act = [&](TW_MEMREF data) {
-            auto& palette = *static_cast<TW_PALETTE8*>(data);
-            palette.NumColors = row.given;
-            std::fill_n(palette.Colors, 256, TW_ELEMENT8{99, 6, 7, 8});
-        };
-        stage.manager.answer(operation::palette, answer);
+        Stage& stage = stages.forRow(row.record);
+        TW_PALETTE8 given = {};
+        given.NumColors = row.given;
+        std::fill_n(given.Colors, 256, TW_ELEMENT8{99, 6, 7, 8});
+        stage.manager.answerLine("PALETTE8", copy(given));
         const GuardedBuffer table(sizeof(SmPalette));
         std::memset(table.data(), 85, table.size());
         auto* palette = reinterpret_cast<SmPalette*>(table.data());
-        checkCall(stage, row.record, "GetDSPalette",
-                  [&] { return resultText(stage.module.GetDSPalette(palette)); });
+        const auto call = [&](Module& module) { return resultText(module.GetDSPalette(palette)); };
+        checkCall(stage, "GetDSPalette", call, row.record);
         const bool isLeft = row.colors == isUntouched;
         std::vector<SmPaletteEntry> expected(
             256, isLeft ? SmPaletteEntry{85, 85, 85, 85} : SmPaletteEntry{255, 255, 255, 0});
@@ -98,78 +76,95 @@ TEST_CASE("the palette, white where the source gives no colour") {
 }
 
 TEST_CASE("the coming image's size, without a trace in any state") {
-    const struct {
-        int state;
-        TW_UINT16 code;
-    } rows[] = {
-        {5, TWRC_SUCCESS}, {5, TWRC_FAILURE}, {5, TWRC_CHECKSTATUS}, {2, TWRC_SUCCESS}, {1, TWRC_SUCCESS}};
     Stages stages;
-    for (const auto& [state, code] : rows) {
+    const auto check = [&](int state, TW_UINT16 code, const std::string& size) {
         Stage& stage = stages.in(state);
-        Answer answer =
-            fill<TW_IMAGEINFO>([](TW_IMAGEINFO& info) { info.ImageWidth = 850, info.ImageLength = -1; });
+        TW_IMAGEINFO info = {};
+        info.ImageWidth = 850, info.ImageLength = -1;
+        Answer answer = copy(info);
         answer.returnCode = code;
-        stage.manager.answer(operation::imageInfo, answer);
+        stage.manager.answerLine("IMAGEINFO", answer);
         stage.forget();
-        int width = 777, length = 777;
-        stage.module.GetImageDim(&width, &length);
-        const bool isKnown = state > 1 && code == TWRC_SUCCESS;
-        CHECK(width == (isKnown ? 850 : 0));
-        CHECK(length == (isKnown ? -1 : 0));
+        CHECK(callByText(stage.module, "GetImageDim") == "value " + size);
         CHECK((state == 1 || stage.happened() == Lines{"IMAGEINFO"}));
         CHECK((state == 1 || stage.viewer.rawLines() == Lines{}));
-    }
+    };
+    check(5, TWRC_SUCCESS, "850 -1");
+    check(5, TWRC_FAILURE, "0 0");
+    check(5, TWRC_CHECKSTATUS, "0 0");
+    check(2, TWRC_SUCCESS, "850 -1");
+    check(1, TWRC_SUCCESS, "0 0");
 }
 
 TEST_CASE("the summary of a source") {
     using Words = std::vector<unsigned int>;
-    const Answer depth = give(oneValue(TWTY_UINT16, 24)), refusal = failWith(TWCC_BADCAP);
+    const std::string depth = "-> one UINT16 24; ";
     const std::string refusedDepth =
-        "! CapNegotiate returns failure in TScanModule::Getbitdepth; STATUS; GET ICAP_BITDEPTH; "
-        "! Invalid container type in TScanModule::Getbitdepth; ";
+        "-> fail 6; ! CapNegotiate returns failure in TScanModule::Getbitdepth; STATUS; GET ICAP_BITDEPTH "
+        "-> array UINT16 [8]; ! Invalid container type in TScanModule::Getbitdepth; ";
+    const std::string height = "; GETCURRENT ICAP_PHYSICALHEIGHT -> one FIX32 ";
+    const std::string inInches = "8.5" + height + "11.6907; ", inPoints = "612" + height + "841.7304; ";
     const struct {
-        TW_UINT16 unit;
-        double perInch, current, min, max;
+        std::string resolution, unit, area;
         Words numbers;  // maximum, minimum and current resolution, unit
-        Answer depth;
-        std::string depthRecord = "";
+        std::string depth;
     } rows[] = {
         // Raised to 300, but not above the maximum.
-        {TWUN_INCHES, 1, 299, 50, 300, {300, 50, 300, 1}, depth},
-        {TWUN_INCHES, 1, 200, 50, 299, {299, 50, 200, 1}, refusal, refusedDepth},
-        {TWUN_POINTS, 72, 301, 75, 400, {400, 75, 301, 8}, depth},
+        {"50 300 1 50 299", "0", inInches, {300, 50, 300, 1}, depth},
+        {"50 299 1 50 200", "0", inInches, {299, 50, 200, 1}, refusedDepth},
+        {"5400 28800 1 5400 21672", "3", inPoints, {400, 75, 301, 8}, depth},
         // Widened with the sign.
-        {TWUN_INCHES, 1, -2, -3, -1, {0xffffffff, 0xfffffffd, 0xfffffffe, 1}, depth},
+        {"-3 -1 1 -3 -2", "0", inInches, {0xffffffff, 0xfffffffd, 0xfffffffe, 1}, depth},
     };
     Stages stages;
     for (const auto& row : rows) {
-        CAPTURE(row.current);
         Stage& stage = stages.in(4);
-        const double f = row.perInch;
-        stage.manager.answer(operation::get(ICAP_XRESOLUTION),
-                             give(fix32Range(f * row.min, f * row.max, 1, f * row.current)));
-        answer(stage, ICAP_UNITS, TWTY_UINT16, row.unit);
-        // In 1200ths of an inch, cut to whole ones.
-        answer(stage, ICAP_PHYSICALWIDTH, TWTY_FIX32, fix32(f * 8.5));
-        answer(stage, ICAP_PHYSICALHEIGHT, TWTY_FIX32, fix32(f * 11.6907));
-        answer(stage, ICAP_PIXELTYPE, TWTY_UINT16, TWPT_RGB);
-        stage.manager.answer(operation::getCurrent(ICAP_BITDEPTH), row.depth);
-        stage.manager.answer(operation::get(ICAP_BITDEPTH), give(array(TWTY_UINT16, {8})));
         stage.manager.answer(operation::setupMemory, copy(TW_SETUPMEMXFER{1000, 40000, 20000}));
         // Words 1 to 13 and the last two stay the host's.
         Words words(26, 0xeeeeeeee);
         const GuardedBuffer buffer(sizeof(SmScanAbility));
         std::memcpy(buffer.data(), words.data(), buffer.size());
         auto* ability = reinterpret_cast<SmScanAbility*>(buffer.data());
+        const auto call = [&](Module& module) { return resultText(module.GetScanCap(ability)); };
         const std::string asked =
-            resolution + "GETCURRENT ICAP_PHYSICALWIDTH; GETCURRENT ICAP_PHYSICALHEIGHT; unit; " +
-            resolution + "unit; GETCURRENT ICAP_PIXELTYPE; SETUPMEMXFER; GETCURRENT ICAP_BITDEPTH; ";
-        checkCall(stage, asked + row.depthRecord + "result 0", "GetScanCap",
-                  [&] { return resultText(stage.module.GetScanCap(ability)); });
+            "GET ICAP_XRESOLUTION -> range FIX32 " + row.resolution + "; unit -> one UINT16 " + row.unit +
+            "; GETCURRENT ICAP_PHYSICALWIDTH -> one FIX32 " + row.area +
+            "unit; GET ICAP_XRESOLUTION; unit; unit; "
+            "GETCURRENT ICAP_PIXELTYPE -> one UINT16 2; SETUPMEMXFER; GETCURRENT ICAP_BITDEPTH ";
+        checkCall(stage, "GetScanCap", call, asked + row.depth + "result 0");
+        // The area in 1200ths of an inch, cut to whole ones.
         const Words& n = row.numbers;
         const Words known = {0, n[0], n[1], n[2], 8, 10200, 14028, n[3], SM_PIXEL_RGB, 40000};
         words[0] = 104;
         std::copy(known.begin(), known.end(), words.begin() + 14);
         CHECK(std::memcmp(ability, words.data(), sizeof *ability) == 0);
+    }
+}
+
+TEST_CASE("a block of the host's goes to the source as it is") {
+    const std::string early = "!sequence; value before", done = "%; result 0; value source's";
+    const struct {
+        std::string method, sent, withoutSource;
+    } operations[] = {
+        {"SetKvAutoExposureMode", "DG 2 DAT 0x8001 SET", early},
+        {"GetKvDefaultRgbMatrix", "DG 2 DAT 0x8002 GETDEFAULT", early},
+        // Kept: the response curve needs no open source.
+        {"SetKvRgbResponse", "DG 2 DAT 0x0108 SET", done},
+        {"GetKvRgbResponse", "DG 2 DAT 0x0108 GET", done},
+    };
+    Stages stages;
+    for (const auto& operation : operations) {
+        const std::string rows[] = {
+            done,
+            "state 5; % -> fail 6; !failure; result 6; value before",
+            "state 5; % -> check; !failure; result 0; value before",
+            "state 2; " + operation.withoutSource,
+            "state 1; !manager; value before",
+        };
+        for (const std::string& row : rows) {
+            Stage& stage = stages.forRow(row);
+            stage.manager.answerLine(operation.sent, copy(std::array<char, 9>{"source's"}));
+            checkCall(stage, operation.method, filled(row, '%', operation.sent));
+        }
     }
 }

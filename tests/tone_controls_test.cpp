@@ -1,5 +1,5 @@
 // The tone controls of the DLL: the range that a source gives when it is opened, what each setter sends over
-// it, and each getter over what a source may answer. Gamma too, which has no range.
+// it, and each getter over what a source may answer.
 #include <algorithm>
 
 #include "CallRecord.h"
@@ -9,35 +9,23 @@ namespace {
 struct Tone {
     std::string name;
     TW_UINT16 capability;
-    decltype(Module::SetBrightness) Module::*set;
-    decltype(Module::GetBrightness) Module::*get;
     std::string emptyScale = "! Bad range setting, minRange == maxRange, in @; ";
     std::string notBuilt = "! BuildupOneValue returns failure in @; ";
 
-    void checkSet(Stage& stage, short value, short min, short max, const std::string& record) const {
-        const auto call = [&] { return resultText((stage.module.*set)(value, min, max)); };
-        checkCall(stage, record, "Set" + name, call, capability);
+    // "Set? 50 -100 100", where '?' stands for the tone and '~' for what is said of an empty scale.
+    void check(Stage& stage, const std::string& call, const std::string& record) const {
+        const bool exists = call[0] == 'S' || capability != ICAP_THRESHOLD;
+        if (exists) checkCall(stage, filled(call, '?', name), filled(record, '~', emptyScale), capability);
     }
 };
 
 const Tone tones[] = {
-    {"Brightness", ICAP_BRIGHTNESS, &Module::SetBrightness, &Module::GetBrightness},
-    {"Contrast", ICAP_CONTRAST, &Module::SetContrast, &Module::GetContrast,
-     "! Bas range setting, minRange == maxRange, in @; "},
-    {"Highlight", ICAP_HIGHLIGHT, &Module::SetHighlight, &Module::GetHighlight},
-    {"Shadow", ICAP_SHADOW, &Module::SetShadow, &Module::GetShadow, tones[0].emptyScale,
-     "! BuildupOneValue return failure in @; "},
-    {"Threshold", ICAP_THRESHOLD, &Module::SetThreshold, nullptr},
+    {"Brightness", ICAP_BRIGHTNESS},
+    {"Contrast", ICAP_CONTRAST, "! Bas range setting, minRange == maxRange, in @; "},
+    {"Highlight", ICAP_HIGHLIGHT},
+    {"Shadow", ICAP_SHADOW, tones[0].emptyScale, "! BuildupOneValue return failure in @; "},
+    {"Threshold", ICAP_THRESHOLD},
 };
-
-Answer fix(double value) {
-    return give(oneValue(TWTY_FIX32, fix32(value)));
-}
-
-const Answer no = failWith(TWCC_CAPUNSUPPORTED), check = returnCode(TWRC_CHECKSTATUS);
-const Answer one = fix(500), anArray = give(array(TWTY_FIX32, {fix32(500)}));
-const Answer list = give(enumeration(TWTY_FIX32, {fix32(0), fix32(500), fix32(-1000)}, 1));
-const Answer aRange = give(fix32Range(0, 0, 0, 500));
 
 // What opening asks for one tone, and what it warns of.
 Lines rangeQuery(const Tone& tone) {
@@ -52,130 +40,88 @@ Lines rangeQuery(const Tone& tone) {
 
 }  // namespace
 
-TEST_CASE("setting a tone: one value over the source's range, or nothing") {
-    struct Row {
-        int state;
-        short value, min, max;
-        std::string record;
-        Answer answer = succeed();
-    };
-    const std::string refusal = "SET # one FIX32 500; !refused; ";
-    const Row rows[] = {
-        {4, 50, -100, 100, "SET # one FIX32 500; result 0"},
+TEST_CASE("a tone on the host's scale: one value over the source's range, whatever the source answers") {
+    const struct {
+        std::string call, record;
+    } rows[] = {
+        {"Set? 50 -100 100", "SET # one FIX32 500; result 0"},
         // A TW_FIX32 below nought is one 65536th too high: its halves are made separately.
-        {5, -50, -100, 100, "SET # one FIX32 -500+1/65536; result 0"},
-        {4, 9, 5, 5, "?result 10"},
-        {2, 9, 5, 5, "!sequence"},
-        {1, 9, 5, 5, "!manager"},
-        {4, 50, -100, 100, refusal + "result 16", failWith(TWCC_DENIED)},
-        {4, 50, -100, 100, refusal + "result 0", check},
+        {"Set? -50 -100 100", "state 5; SET # one FIX32 -500+1/65536; result 0"},
+        {"Set? 9 5 5", "~result 10"},
+        {"Set? 50 -100 100", "SET # one FIX32 500 -> fail 16; !refused; result 16"},
+        {"Set? 50 -100 100", "SET # one FIX32 500 -> check; !refused; result 0"},
+        {"Get? 777 100 0", "GETCURRENT # -> one FIX32 500; result 0; value 25"},
+        // Items of every type are taken for TW_FIX32.
+        {"Get? 777 0 200", "GETCURRENT # -> one INT16 65036; result 0; value 50"},
+        {"Get? 777 0 200",
+         "GETCURRENT # -> check; !refused; GET # -> range FIX32 0 0 0 0 500; result 0; value 150"},
+        {"Get? 777 0 200",
+         "GETCURRENT # -> array FIX32 [5]; !container; GET #; !refused; result 6; value 100"},
+        {"Get? 777 -3 0", "GETCURRENT #; !refused; GET # -> fail 13; !refused; result 13; value -1"},
+        {"Get? 777 5 5", "! Bad range setting, minRange == maxRange, in @; result 10; value 0"},
+        {"Get? 777 0 200",
+         "state 5; GETCURRENT # -> enum FIX32 [0 500 -1000] current 1; result 0; value 150"},
+        {"Set? 9 5 5", "state 2; !sequence"},
+        {"Get? 777 5 5", "state 2; !sequence; value 777"},
+        {"Set? 9 5 5", "state 1; !manager"},
+        {"Get? 777 5 5", "state 1; !manager; value 777"},
     };
     Stages stages;
-    for (const Row& row : rows) {
-        for (const Tone& tone : tones) {
-            Stage& stage = stages.in(row.state);
-            stage.manager.answer(operation::set(tone.capability), row.answer);
-            tone.checkSet(stage, row.value, row.min, row.max, filled(row.record, '?', tone.emptyScale));
-        }
+    for (const auto& row : rows) {
+        for (const Tone& tone : tones)
+            tone.check(stages.forRow(row.record), row.call, row.record);
     }
     Stage& stage = stages.in(4);
     stage.windows.largestAllocation = sizeof(TW_ONEVALUE);
     for (const Tone& tone : tones)
-        tone.checkSet(stage, 0, 0, 1,
-                      "! Memory alloc error in BuildupOneValue; " + tone.notBuilt + "result 2");
+        tone.check(stage, "Set? 0 0 1",
+                   "! Memory alloc error in BuildupOneValue; " + tone.notBuilt + "result 2");
 }
 
 TEST_CASE("the source's tone ranges, asked anew for each source") {
+    const std::string usual = "-1000 -333 1000", missed = "GET #; !refused; GETCURRENT #";
     const struct {
-        Answer get, getCurrent;
         std::string asked;  // '?' stands for the tone
         std::string sent;   // for the ends and the third of a scale: minimum, step and maximum
     } rows[] = {
-        {give(fix32Range(-100, 200, 1, 0)), no, "", "-100+1/65536 0 200"},
-        {give(range(TWTY_INT32, {fix32(0), fix32(30), fix32(1), 0, 0})), no, "", "0 10 30"},
-        {give(fix32Range(0, 100, 20, 0)), no, "", "0 40 100"},
+        {"GET # -> range FIX32 -100 200 1 0 0", "-100 0 200"},
+        // 0 to 30 in steps of one, as if they were TW_FIX32.
+        {"GET # -> range INT32 0 30 1 0 0", "0 10 30"},
+        {"GET # -> range FIX32 0 100 20 0 0", "0 40 100"},
         // The step is forgotten with the source that gave it.
-        {give(enumeration(TWTY_FIX32, {fix32(50), fix32(-50), fix32(101)})), no, "", "-50+1/65536 0 101"},
-        {one, no, "", "-1000+1/65536 -333+1/65536 1000"},
-        {no, give(fix32Range(-3, 3, 1, 0)), "; !refused; GETCURRENT #", "-3+1/65536 -1+1/65536 3"},
-        {check, give(fix32Range(0, 9, 9, 0)), "; !refused; GETCURRENT #", "0 0 9"},
-        {anArray, give(fix32Range(0, 3, 1, 0)), "; !container; GETCURRENT #", "0 1 3"},
-        {anArray, anArray, "; !container; GETCURRENT #; !container", "-1000+1/65536 -333+1/65536 1000"},
-        {no, no, "; !refused; GETCURRENT #; !refused", "-1000+1/65536 -333+1/65536 1000"},
-        {give(fix32Range(0, 3, 0, 0)), no, "; ! ?StepSize == 0 in @", "0 1 3"},
-        {give(fix32Range(5, 5, 1, 5)), no, "; ! MinDS?Range == MaxDS?Range in @",
-         "-1000+1/65536 -333+1/65536 1000"},
-        {give(fix32Range(5, 5, 0, 5)), no, "; ! MinDS?Range == MaxDS?Range in @; ! ?StepSize == 0 in @",
-         "-1000+1/65536 -333+1/65536 1000"},
-        {give(enumeration(TWTY_FIX32, {fix32(4)})), no, "; ! MinDS?Range == MaxDS?Range in @",
-         "-1000+1/65536 -333+1/65536 1000"},
+        {"GET # -> enum FIX32 [50 -50 101]", "-50 0 101"},
+        {"GET # -> one FIX32 500", usual},
+        {missed + " -> range FIX32 -3 3 1 0 0", "-3 -1 3"},
+        {"GET # -> check; !refused; GETCURRENT # -> range FIX32 0 9 9 0 0", "0 0 9"},
+        {"GET # -> array FIX32 [5]; !container; GETCURRENT # -> range FIX32 0 3 1 0 0", "0 1 3"},
+        {missed + " -> array FIX32 [5]; !container", usual},
+        {missed + "; !refused", usual},
+        {"GET # -> range FIX32 0 3 0 0 0; ! ?StepSize == 0 in @", "0 1 3"},
+        {"GET # -> range FIX32 5 5 1 5 5; ! MinDS?Range == MaxDS?Range in @", usual},
+        {"GET # -> range FIX32 5 5 0 5 5; ! MinDS?Range == MaxDS?Range in @; ! ?StepSize == 0 in @", usual},
+        {"GET # -> enum FIX32 [4]; ! MinDS?Range == MaxDS?Range in @", usual},
     };
     Stage stage;
     for (const auto& row : rows) {
         for (const Tone& tone : tones) {
             stage.manager.forgetAnswers();
-            stage.manager.answer(operation::get(tone.capability), row.get);
-            stage.manager.answer(operation::getCurrent(tone.capability), row.getCurrent);
             stage.forget();
+            const Lines expected = prepare(stage.manager, filled(row.asked, '?', tone.name),
+                                           "GetDS" + tone.name + "Range", tone.capability);
             CHECK(stage.module.OpenDS(stage.host.window(), nullptr) == 0);
-            const Lines expected = expectedRecord(filled("GET #" + row.asked, '?', tone.name),
-                                                  "GetDS" + tone.name + "Range", tone.capability);
             CHECK(Lines{expected.front()} + rangeQuery(tone) + expected.last(1) == expected);
             CHECK(stage.windows.memoryComplaints() == Lines{});
             std::istringstream numbers(row.sent);
             std::string sent;
-            for (const short value : {0, 1, 3}) {
+            for (const std::string value : {"0", "1", "3"}) {
                 numbers >> sent;
-                tone.checkSet(stage, value, 0, 3, "SET # one FIX32 " + sent + "; result 0");
+                const std::string belowNought = sent[0] == '-' ? "+1/65536" : "";
+                tone.check(stage, "Set? " + value + " 0 3",
+                           "SET # one FIX32 " + sent + belowNought + "; result 0");
             }
             // The getter goes by this tone's own range, too.
-            short value = tone.get == nullptr ? 3 : 777;
-            stage.manager.answer(operation::getCurrent(tone.capability), fix(std::stod(sent)));
-            if (tone.get != nullptr) (stage.module.*tone.get)(&value, 0, 3);
-            CHECK(value == 3);
+            tone.check(stage, "Get? 777 0 3", "GETCURRENT # -> one FIX32 " + sent + "; result 0; value 3");
             CHECK(stage.module.CloseDS() == 0);
         }
     }
-}
-
-TEST_CASE("reading a tone, whatever the source answers") {
-    const struct {
-        short min, max;
-        Reading reading;
-    } rows[] = {
-        {100, 0, {4, one, no, "GETCURRENT #; result 0; value 25"}},
-        // Items of every type are taken for TW_FIX32.
-        {0, 200, {4, give(oneValue(TWTY_INT16, 0xfe0c)), no, "GETCURRENT #; result 0; value 50"}},
-        {0, 200, {4, check, aRange, "GETCURRENT #; !refused; GET #; result 0; value 150"}},
-        {0, 200, {4, anArray, no, "GETCURRENT #; !container; GET #; !refused; result 13; value 100"}},
-        {-3, 0, {4, no, no, "GETCURRENT #; !refused; GET #; !refused; result 13; value -1"}},
-        {5, 5, {4, one, no, "! Bad range setting, minRange == maxRange, in @; result 10; value 0"}},
-        {0, 200, {5, list, no, "GETCURRENT #; result 0; value 150"}},
-        {5, 5, {2, one, no, "!sequence; value 777"}},
-        {5, 5, {1, one, no, "!manager; value 777"}},
-    };
-    Stages stages;
-    for (const auto& row : rows) {
-        for (const Tone& tone : tones) {
-            if (tone.get == nullptr) continue;
-            const auto read = [&](Module& module) {
-                short value = 777;
-                const int result = (module.*tone.get)(&value, row.min, row.max);
-                return resultText(result, value);
-            };
-            const Reading& reading = row.reading;
-            checkReading(stages.in(reading.state), reading, read, "Get" + tone.name, tone.capability);
-        }
-    }
-}
-
-TEST_CASE("gamma is read from one value only, and is 2.2 without") {
-    const Reading rows[] = {
-        {4, fix(1.5), no, "GETCURRENT #; result 0; value 1.5"},
-        {4, no, aRange, "GETCURRENT #; !refused; GET #; !container; result 10; value 2.2"},
-        {5, list, fix(-1.5), "GETCURRENT #; !container; GET #; result 0; value -1.5"},
-        {2, one, one, "!sequence; value 777"},
-        {1, one, one, "!manager; value 777"},
-    };
-    checkReadings(rows, reader(&Module::GetGamma), "GetGamma", ICAP_GAMMA);
 }

@@ -1,16 +1,16 @@
 // One call of the module as one text, for rows that state all of it: its bracket in the trace; what it asked
 // of the manager, told the host and warned of, in order; what is wrong with its memory; its result and
-// outputs.
+// outputs. The text also says what the source answers: "GET ICAP_UNITS -> one UINT16 2".
 #pragma once
 
 #include <doctest.h>
 
 #include <functional>
-#include <iomanip>
 #include <optional>
 #include <sstream>
 
 #include "Stage.h"
+#include "TextCall.h"
 
 // Words that a row may use for a line, or for a few.
 inline std::string spelledOut(const std::string& line) {
@@ -21,7 +21,7 @@ inline std::string spelledOut(const std::string& line) {
     if (line == "!sequence") return "! Sequence error in @; result 11";
     if (line == "!manager")
         return "! LoadLibrary fails in TScanModule::LoadTWAIN; ! TWAIN is not available in @; result -1";
-    if (line == "unit") return "GETCURRENT ICAP_UNITS";
+    if (line.rfind("unit", 0) == 0) return "GETCURRENT ICAP_UNITS" + line.substr(4);
     return line;
 }
 
@@ -40,52 +40,74 @@ inline std::string filled(std::string text, char mark, const std::string& words)
     return text;
 }
 
-// The lines of a row, which stand between semicolons; '@' is the method's full name, '#' the capability's.
-inline Lines expectedRecord(const std::string& row, const std::string& method, TW_UINT16 capability) {
+// "1:0 2:1": what one side says and what becomes of it for the other.
+inline std::vector<std::pair<std::string, std::string>> samplesOf(const std::string& text) {
+    std::vector<std::pair<std::string, std::string>> samples;
+    std::istringstream words(text);
+    for (std::string from, to; std::getline(words >> std::ws, from, ':') && words >> to;)
+        samples.emplace_back(from, to);
+    return samples;
+}
+
+// What stands behind an arrow: a container as containerOf() reads it; "fail 16" or "check" for a return code
+// of failure or TWRC_CHECKSTATUS, which may leave a container, too: "fail 6 one BOOL 1".
+inline Answer answerOf(const std::string& text) {
+    Answer answer;
+    std::istringstream words(text);
+    std::string word, container = text;
+    words >> word;
+    if (word == "fail") words >> answer.conditionCode;
+    if (word == "fail" || word == "check") {
+        answer.returnCode = word == "fail" ? TWRC_FAILURE : TWRC_CHECKSTATUS;
+        container.clear();
+        std::getline(words >> std::ws, container);
+    }
+    if (!container.empty()) answer.container = containerOf(container);
+    return answer;
+}
+
+// Has the source answer what a row says, and gives the record that is due: the row's lines, which stand
+// between semicolons, within the method's bracket. '@' is the method's full name, '#' the capability's.
+inline Lines prepare(ScriptedManager& manager, const std::string& row, const std::string& method,
+                     TW_UINT16 capability) {
     std::string record = "Coming @";
     for (const std::string& line : splitRow(row))
-        record += "; " + spelledOut(line);
+        if (line.rfind("state ", 0) != 0) record += "; " + spelledOut(line);
     record = filled(record + "; Leaving @", '@', "TScanModule::" + method);
-    return splitRow(filled(record, '#', operation::capabilityName(capability)));
+    Lines lines = splitRow(filled(record, '#', operation::capabilityName(capability)));
+    for (std::string& line : lines) {
+        const size_t arrow = line.find(" -> ");
+        if (arrow == std::string::npos) continue;
+        manager.answerLine(line.substr(0, arrow), answerOf(line.substr(arrow + 4)));
+        line.erase(arrow);
+    }
+    return lines;
 }
 
-// `call` gives its result and outputs as a row has them.
-inline void checkCall(Stage& stage, const std::string& row, const std::string& method,
-                      const std::function<std::string()>& call, TW_UINT16 capability = 0) {
-    CAPTURE(row);
+// What a call gives: "result 0; value 3".
+using Call = std::function<std::string(Module&)>;
+
+inline std::string resultText(int result) {
+    return "result " + std::to_string(result);
+}
+
+inline void checkCall(Stage& stage, const std::string& method, const Call& call, const std::string& record,
+                      TW_UINT16 capability = 0) {
+    CAPTURE(record);
     stage.forget();
-    const Lines results = splitRow(call());
+    const Lines expected = prepare(stage.manager, record, method, capability);
+    const Lines results = splitRow(call(stage.module));
     const Lines traces = stage.viewer.traces();
     REQUIRE(traces.size() >= 2);
-    CHECK(Lines{traces.front()} + stage.happened() + results + Lines{traces.back()} ==
-          expectedRecord(row, method, capability));
+    CHECK(Lines{traces.front()} + stage.happened() + results + Lines{traces.back()} == expected);
 }
 
-template <class... Value>
-std::string resultText(int result, Value... value) {
-    std::ostringstream text;
-    text << "result " << result << (sizeof...(value) > 0 ? "; value" : "") << std::setprecision(9);
-    ((text << " " << value), ...);
-    return text.str();
-}
-
-// Calls a getter, whose outputs may hold something before; what is behind the last has to stay.
-template <class Value>
-std::function<std::string(Module&)> reader(int (WINAPI* Module::*get)(Value*), Value before = 777) {
-    return [=](Module& module) {
-        Value values[] = {before, 555};
-        const int result = (module.*get)(values);
-        return values[1] == 555 ? resultText(result, values[0]) : "wrote past its output";
-    };
-}
-template <class Value>
-std::function<std::string(Module&)> reader(int (WINAPI* Module::*get)(Value*, Value*, Value*)) {
-    return [=](Module& module) {
-        Value v[] = {7, 555, 8, 555, 9, 555};
-        const int result = (module.*get)(v, v + 2, v + 4);
-        const bool isKept = v[1] == 555 && v[3] == 555 && v[5] == 555;
-        return isKept ? resultText(result, v[0], v[2], v[4]) : "wrote past its output";
-    };
+// `call` as callByText() has it, with the method's name first.
+inline void checkCall(Stage& stage, const std::string& call, const std::string& record,
+                      TW_UINT16 capability = 0) {
+    CAPTURE(call);
+    const auto byText = [&](Module& module) { return callByText(module, call); };
+    checkCall(stage, call.substr(0, call.find(' ')), byText, record, capability);
 }
 
 // A stage in the TWAIN state that a row starts from: 1 (no manager until its end), 2, 4 or 5.
@@ -114,31 +136,18 @@ public:
         stage.windows.forgetMemory();
         return stage;
     }
+    // In the state that the row begins with, "state 5; ...": 4 where it names none.
+    Stage& forRow(const std::string& row) { return in(row.rfind("state ", 0) == 0 ? row[6] - '0' : 4); }
 
 private:
     std::optional<StageIn> stage_;
     int state_ = 0;
 };
 
-// A row of a getter: what the source says to MSG_GETCURRENT and MSG_GET.
-struct Reading {
-    int state;
-    Answer current, get;
-    std::string record;
-};
-
-inline void checkReading(Stage& stage, const Reading& row, const std::function<std::string(Module&)>& read,
-                         const std::string& method, TW_UINT16 capability) {
-    stage.manager.answer(operation::getCurrent(capability), row.current);
-    stage.manager.answer(operation::get(capability), row.get);
-    checkCall(
-        stage, row.record, method, [&] { return read(stage.module); }, capability);
-}
-
+// The same call for each row.
 template <class Rows>
-void checkReadings(const Rows& rows, const std::function<std::string(Module&)>& read,
-                   const std::string& method, TW_UINT16 capability) {
+void checkCalls(const Rows& rows, const std::string& call, TW_UINT16 capability = 0) {
     Stages stages;
-    for (const Reading& row : rows)
-        checkReading(stages.in(row.state), row, read, method, capability);
+    for (const std::string& row : rows)
+        checkCall(stages.forRow(row), call, row, capability);
 }

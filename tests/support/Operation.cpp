@@ -16,11 +16,10 @@ const std::set<Operation> named = {openDsm,    closeDsm,    getDefault,     getF
                                    imageInfo,  setupMemory, nativeTransfer, fileTransfer, memoryTransfer,
                                    palette,    endTransfer, resetTransfers};
 
-const std::map<TW_UINT16, std::string> messageNames = {{MSG_GET, "GET"},
-                                                       {MSG_GETCURRENT, "GETCURRENT"},
-                                                       {MSG_GETDEFAULT, "GETDEFAULT"},
-                                                       {MSG_SET, "SET"},
-                                                       {MSG_RESET, "RESET"}};
+const std::map<TW_UINT16, std::string> messageNames = {
+    {MSG_GET, "GET"}, {MSG_GETCURRENT, "GETCURRENT"}, {MSG_GETDEFAULT, "GETDEFAULT"},
+    {MSG_SET, "SET"}, {MSG_RESET, "RESET"},
+};
 
 std::string messageName(TW_UINT16 message) {
     const auto found = messageNames.find(message);

@@ -86,6 +86,7 @@ void ScriptedManager::answerNext(const Operation& operation, Answer answer) {
 }
 
 void ScriptedManager::forgetAnswers() {
+    byLine_.clear();
     standing_.clear();
     queued_.clear();
 }
@@ -99,6 +100,8 @@ TW_UINT16 ScriptedManager::call(pTW_IDENTITY origin, pTW_IDENTITY destination, c
     calls_.push_back(operation::text(operation, data) + endsText(operation, origin, destination));
     journal.push_back(calls_.back());
     remember(operation, origin, data);
+    const auto said = byLine_.find(calls_.back());
+    if (said != byLine_.end()) return apply(said->second, operation, data);
     Answer answer;
     if (scripted(operation, answer)) return apply(answer, operation, data);
     return answerPlainly(operation, data);

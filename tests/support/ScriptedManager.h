@@ -51,6 +51,8 @@ public:
     // A standing answer; answers of answerNext() come first, in their order, one per call.
     void answer(const Operation& operation, Answer answer);
     void answerNext(const Operation& operation, Answer answer);
+    // To the operation with this line in the record, ahead of the others.
+    void answerLine(const std::string& line, Answer answer) { byLine_[line] = std::move(answer); }
     void forgetAnswers();
     // Whatever isn't scripted goes to this source from now on.
     void useSource(SourceEntry source) { source_ = std::move(source); }
@@ -86,6 +88,7 @@ private:
     void remember(const Operation& operation, pTW_IDENTITY origin, TW_MEMREF data);
 
     Lines calls_;
+    std::map<std::string, Answer> byLine_;
     std::map<Operation, Answer> standing_;
     std::map<Operation, std::deque<Answer>> queued_;
     int state_ = 2;
