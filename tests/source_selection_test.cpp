@@ -1,11 +1,9 @@
 // Which source later sessions use: the manager's dialog, the list of the maker's sources, and the default
 // driver, found in the manager's list or, for one edition of the host suite, in the driver folders.
 #include <algorithm>
-#include <memory>
-#include <set>
 
 #include "DriverSearch.h"
-#include "Story.h"
+#include "Script.h"
 
 namespace {
 
@@ -21,26 +19,20 @@ void list(ScriptedManager& manager, const std::vector<TW_IDENTITY>& sources) {
         manager.answerNext(i == 0 ? operation::getFirst : operation::getNext, copy(sources[i]));
 }
 
-// The window, the desktop when a row begins with "!parent", is that of opening and closing the manager too.
-// How the next session opens its source tells whether one was chosen; null: as before.
-void checkSelection(Stage& stage, const std::string& record, const std::string& method, const char* chosen,
+// A row that begins with "!parent" is played without a window. How the next session opens its source tells
+// whether one was chosen; null: as before.
+void checkSelection(Stage& stage, const std::string& row, const std::string& method, const char* chosen,
                     const std::function<int(HWND)>& call) {
-    const HWND window = record.rfind("!parent", 0) == 0 ? nullptr : stage.host.window();
-    const auto parents = std::make_shared<std::set<HWND>>();
-    for (const Operation& operation : {operation::openDsm, operation::closeDsm})
-        stage.manager.answerNext(operation, fill<HWND>([=](HWND& parent) { parents->insert(parent); }));
+    const std::string record = scripted(stage.manager, row);
     stage.forget();
-    journal.push_back("result " + std::to_string(call(window)));
-    const bool wasOpened = !stage.manager.calls().with("CLOSEDSM").empty();
+    const int result = call(row.rfind("!parent", 0) == 0 ? nullptr : stage.host.window());
+    journal.push_back("result " + std::to_string(result));
     checkStory(stage, record, method);
-    const bool isDesktops = window == nullptr || method == "GetAllDS";
-    if (wasOpened) CHECK(*parents == std::set<HWND>{isDesktops ? GetDesktopWindow() : window});
     if (chosen == nullptr) return;
     char name[34] = "";
     stage.module.GetDSProductName(name);
     CHECK(name == std::string(chosen));
     if (stage.manager.state() != 2) return;
-    stage.forget();
     stage.module.OpenDS(stage.host.window(), nullptr);
     CHECK((stage.manager.calls()[1] == "GETDEFAULT") == (chosen[0] == 0));
 }
@@ -55,20 +47,13 @@ Lines section(const SavedFile& file) {
 
 const std::string listPath = (std::filesystem::temp_directory_path() / "scanmodule-sources.ini").string();
 const char* const path = listPath.c_str();
-const std::string notOpened = "OPENDSM; ! DSM_Entry returns failure in TScanModule::OpenDSM; STATUS; ";
 const std::string isOpen = "! Sequence error in TScanModule::OpenDSM; ";
+const std::string failed = "! OpenDSM returns failure in @; result ";
 const Answer refusal = failWith(TWCC_NODS);
 
 }  // namespace
 
 TEST_CASE("the manager's dialog, and what the next session opens") {
-    struct Row {
-        int state;
-        Operation operation;
-        Answer answer;
-        std::string record;
-        const char* chosen;
-    };
     // The dialog starts without a choice, and leaves one even when it is cancelled.
     Answer cancelled = fill<TW_IDENTITY>([](TW_IDENTITY& identity) {
         CHECK(std::string(identity.ProductName).empty());
@@ -78,24 +63,31 @@ TEST_CASE("the manager's dialog, and what the next session opens") {
     Answer changed = taken;
     changed.returnCode = TWRC_CHECKSTATUS;
     cancelled.returnCode = TWRC_CANCEL;
-    const std::string asked = "OPENDSM; USERSELECT; ", failed = "! OpenDSM returns failure in @; ";
-    const Row rows[] = {
-        {2, operation::userSelect, taken, asked + "CLOSEDSM; result 0", "Other"},
-        {2, operation::userSelect, taken, "!parent; " + asked + "CLOSEDSM; result 0", "Other"},
-        {2, operation::userSelect, changed, asked + "!failure; CLOSEDSM; result 0", ""},
-        {2, operation::userSelect, cancelled, asked + "CLOSEDSM; result -6", ""},
-        {2, operation::userSelect, refusal, asked + "!failure; CLOSEDSM; result 3", ""},
+    const struct {
+        int state;
+        Answer answer;
+        std::string record;
+        const char* chosen;
+    } rows[] = {
+        {2, taken, "OPENDSM; USERSELECT; CLOSEDSM; result 0", "Other"},
+        {2, taken, "!parent; OPENDSM of the desktop; USERSELECT; CLOSEDSM of the desktop; result 0", "Other"},
+        {2, changed, "OPENDSM; USERSELECT; !failure; CLOSEDSM; result 0", ""},
+        {2, cancelled, "OPENDSM; USERSELECT; CLOSEDSM; result -6", ""},
+        {2, {}, "OPENDSM; USERSELECT [3]; !failure; CLOSEDSM; result 3", ""},
         // The earlier choice stays.
-        {2, operation::openDsm, refusal, notOpened + failed + "result 3", "First"},
-        {4, operation::userSelect, refusal, isOpen + failed + "result 11", "First"},
-        {1, operation::userSelect, refusal, "!manager", nullptr},
+        {2,
+         {},
+         "OPENDSM [3]; ! DSM_Entry returns failure in TScanModule::OpenDSM; STATUS; " + failed + "3",
+         "First"},
+        {4, {}, isOpen + failed + "11", "First"},
+        {1, {}, "!manager", nullptr},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         StageIn stage(row.state == 1 ? 1 : 2);
         stage->manager.answerNext(operation::userSelect, copy(source("First")));
         stage->module.SelectDS(stage->host.window());
         if (row.state == 4) stage->open();
-        stage->manager.answerNext(row.operation, row.answer);
+        stage->manager.answerNext(operation::userSelect, row.answer);
         checkSelection(*stage, row.record, "SelectDS", row.chosen,
                        [&](HWND parent) { return stage->module.SelectDS(parent); });
     }
@@ -137,58 +129,55 @@ TEST_CASE("the list of the maker's sources") {
 }
 
 TEST_CASE("a list that can't be had, or only with gaps") {
-    const std::string asked = "OPENDSM; GETDEFAULT; GETFIRST; ", plain = "name0=Plain Source; name1=";
-    // Kept: the line names the sibling method.
-    const std::string failed = "! OpenDSM returns failure in TScanModule::SelectDS; ";
-    const struct {
-        int state;
-        Operation operation;
-        std::string record, section;
-    } rows[] = {
-        {2, operation::getFirst, asked + "!failure; CLOSEDSM; result 3", plain + "; count=0"},
+    const std::string asked = "OPENDSM of the desktop; GETDEFAULT; GETFIRST",
+                      closed = "CLOSEDSM of the desktop; ";
+    const std::tuple<int, std::string, std::string> rows[] = {
+        {2, asked + " [3]; !failure; " + closed + "result 3", "name0=Plain Source; name1=; count=0"},
         // A failure in the middle is skipped.
-        {2, operation::getNext, asked + "GETNEXT; GETNEXT; GETNEXT; CLOSEDSM; result 0",
-         plain + "Plain Source; name2=Second; count=2"},
-        {4, operation::openDsm, isOpen + failed + "result 11", ""},
-        {1, operation::openDsm, "!manager", ""},
+        {2, asked + "; GETNEXT [3]; GETNEXT; GETNEXT; " + closed + "result 0",
+         "name0=Plain Source; name1=Plain Source; name2=Second; count=2"},
+        // Kept: the line names the sibling method.
+        {4, isOpen + "! OpenDSM returns failure in TScanModule::SelectDS; result 11", ""},
+        {1, "!manager", ""},
     };
-    for (const auto& row : rows) {
-        StageIn stage(row.state);
+    for (const auto& [state, record, sources] : rows) {
+        StageIn stage(state);
+        if (state == 2) stage->open();
+        if (state == 2) stage->module.CloseDS();
         SavedFile file(path);
         file.remove();
-        stage->manager.answerNext(row.operation, refusal);
         stage->manager.answerNext(operation::getNext, copy(source("Second")));
-        checkSelection(*stage, row.record, "GetAllDS", nullptr,
+        checkSelection(*stage, record, "GetAllDS", nullptr,
                        [&](HWND) { return stage->module.GetAllDS(path); });
-        CHECK(section(file) == splitRow(row.section));
-        CHECK(file.exists() == !row.section.empty());
+        CHECK(section(file) == splitRow(sources));
+        CHECK(file.exists() == !sources.empty());
     }
 }
 
 TEST_CASE("the default driver from the manager's list, which leaves the system's default alone") {
-    struct Row {
+    const struct {
         int state;
         const char *regional, *wanted;
         std::string record;
         const char* chosen;
-        Operation refused = {};
-    };
-    const std::string asked = "OPENDSM; GETDEFAULT; ", failed = "!failure; GETFIRST; GETNEXT; CLOSEDSM; ";
-    const std::string found = "GETFIRST; GETNEXT; CLOSEDSM; result 0";
-    const Row rows[] = {
-        {2, "J", "PLAIN source", asked + "CLOSEDSM; result 0", "Plain Source"},
-        {2, "", "Second", asked + found, "Second"},
-        {2, "j", "Second", asked + found, "Second"},
-        {2, "E", "Nobody", "!parent; " + asked + "GETFIRST; GETNEXT; GETNEXT; CLOSEDSM; result 12", ""},
-        {2, "E", "Second", asked + failed + "result 0", "Second", operation::getDefault},
-        {4, "E", "Second", isOpen + "! OpenDSM returns failure in @; result 11", "Plain Source"},
+    } rows[] = {
+        {2, "J", "PLAIN source", "OPENDSM; GETDEFAULT; CLOSEDSM; result 0", "Plain Source"},
+        {2, "", "Second", "OPENDSM; GETDEFAULT; GETFIRST; GETNEXT; CLOSEDSM; result 0", "Second"},
+        {2, "j", "Second", "OPENDSM; GETDEFAULT; GETFIRST; GETNEXT [1]; GETNEXT; CLOSEDSM; result 0",
+         "Second"},
+        {2, "E", "Nobody",
+         "!parent; OPENDSM of the desktop; GETDEFAULT; GETFIRST; GETNEXT; GETNEXT; CLOSEDSM of the desktop; "
+         "result 12",
+         ""},
+        {2, "E", "Second", "OPENDSM; GETDEFAULT [3]; !failure; GETFIRST; GETNEXT; CLOSEDSM; result 0",
+         "Second"},
+        {4, "E", "Second", isOpen + failed + "11", "Plain Source"},
         {1, "E", "Second", "!manager", nullptr},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         const HostSuiteSettings settings(row.regional);
         const DefaultSourceEntry entry("before");
         StageIn stage(row.state);
-        stage->manager.answerNext(row.refused, refusal);
         list(stage->manager, {source("First"), source("Second")});
         checkSelection(*stage, row.record, "SetDefaultDriver", row.chosen,
                        [&](HWND parent) { return stage->module.SetDefaultDriver(parent, row.wanted); });

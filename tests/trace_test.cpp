@@ -1,9 +1,6 @@
 // The diagnostic trace as a viewer sees it, and what it costs where there is none.
-#include <doctest.h>
-
 #include <memory>
 #include <regex>
-#include <tuple>
 
 #include "Story.h"
 #include "base/Trace.h"
@@ -11,11 +8,12 @@
 namespace {
 
 // Path and number of the first line with this text.
-std::string placeOf(const RecordingViewer& viewer, const std::string& text) {
-    const Lines found = viewer.rawLines().with(": [SM] " + text);
-    if (found.empty()) return "no such line: " + text;
-    const std::string line = found.front().substr(found.front().find(' ') + 1);
-    return line.substr(0, line.find(": [SM] "));
+std::pair<std::string, int> placeOf(const RecordingViewer& viewer, const std::string& text) {
+    std::istringstream line(viewer.rawLines().with(": [SM] " + text).at(0));
+    std::string level, path;
+    int number = 0;
+    line >> level >> path >> number;
+    return {path, number};
 }
 
 }  // namespace
@@ -29,14 +27,12 @@ TEST_CASE("a line names level, path, number and text: its method's place, also w
     for (const std::string& line : stage.viewer.rawLines())
         CHECK_MESSAGE(std::regex_match(line, form), line);
     std::set<std::string> places;
-    for (const char* method : {"SetADFEnable", "SetAutoFeedEnable", "SetPixelType"}) {
-        const std::string in = std::string("TScanModule::") + method;
-        const std::string refusal = placeOf(stage.viewer, "Sequence error in " + in);
-        const std::string entry = placeOf(stage.viewer, "Coming " + in);
-        CHECK(refusal.substr(0, refusal.find(' ')) == entry.substr(0, entry.find(' ')));
-        CHECK(std::abs(std::stoi(refusal.substr(refusal.find(' '))) -
-                       std::stoi(entry.substr(entry.find(' ')))) < 20);
-        places.insert(refusal);
+    for (const std::string in : {"SetADFEnable", "SetAutoFeedEnable", "SetPixelType"}) {
+        const auto [refusalFile, refusalLine] = placeOf(stage.viewer, "Sequence error in TScanModule::" + in);
+        const auto [entryFile, entryLine] = placeOf(stage.viewer, "Coming TScanModule::" + in);
+        CHECK(refusalFile == entryFile);
+        CHECK(std::abs(refusalLine - entryLine) < 20);
+        places.insert(refusalFile + std::to_string(refusalLine));
     }
     CHECK(places.size() == 3);
 }
@@ -73,8 +69,7 @@ TEST_CASE("each call from the host is set apart, nested ones are not") {
     UINT& traceSwitch = (*stage.windows.traceSwitches)["Trace"];
     traceSwitch = 0;
     stage.forget();
-    stage.manager.answer(operation::get(ICAP_UNITS),
-                         Answer{TWRC_SUCCESS, 0, {}, [&](TW_MEMREF) { traceSwitch = 1; }});
+    stage.manager.answer(operation::get(ICAP_UNITS), fill<TW_CAPABILITY>([&](auto&) { traceSwitch = 1; }));
     TW_CAPABILITY capability = {ICAP_UNITS, TWON_DONTCARE16, nullptr};
     stage.module.CapNegotiate(MSG_GET, &capability);
     stage.module.IsTWAINAvailable();
@@ -83,21 +78,18 @@ TEST_CASE("each call from the host is set apart, nested ones are not") {
 }
 
 TEST_CASE("the switch file is made with both switches on, and left alone once it has a trace switch") {
-    const std::tuple<const char*, std::string, size_t> rows[] = {
-        // What is there, both switches afterwards, and the writes.
-        {nullptr, "11", 2},
-        {"[Other]\r\nTrace=0\r\n", "11", 2},
-        {"[Debug]\r\nWarning=0\r\n", "11", 2},
-        {"[Debug]\r\nTrace=0\r\nWarning=0\r\n", "00", 0},
-        {"[Debug]\r\nTrace=1\r\n", "1-", 0},
+    const std::pair<std::optional<std::string>, std::string> rows[] = {
+        // What is there, and both switches afterwards.
+        {std::nullopt, "11"},
+        {"[Other]\r\nTrace=0\r\n", "11"},
+        {"[Debug]\r\nWarning=0\r\n", "11"},
+        {"[Debug]\r\nTrace=0\r\nWarning=0\r\n", "00"},
+        {"[Debug]\r\nTrace=1\r\n", "1-"},
     };
-    for (const auto& [before, after, writes] : rows) {
+    for (const auto& [before, after] : rows) {
         TraceSwitches switches;
-        switches.file().remove();
-        if (before != nullptr) switches.file().write(before);
-        ModuleCalls windows;
+        switches.file().set(before);
         const Module module;
-        CHECK(windows.profileCalls.with("write").size() == writes);
         std::string found;
         for (const char* key : {"Trace", "Warning"}) {
             char value[32] = "";
@@ -116,7 +108,7 @@ TEST_CASE("without a viewer and its memory at the start no trace point looks at 
         ModuleCalls windows;
         ScriptedManager manager;
         const Module module;
-        CHECK(windows.profileCalls == Lines{"exists DEBUGSM.INI", "read Debug Trace of DEBUGSM.INI"});
+        CHECK(windows.profileCalls == Lines{"open DEBUGSM.INI", "read DEBUGSM.INI Debug Trace"});
         windows.profileCalls.clear();
         const RecordingViewer late;
         CHECK(module.IsTWAINAvailable() == 1);
