@@ -27,12 +27,11 @@ TEST_CASE("the source sees the message, its return code alone decides, its notif
     for (const auto& [notification, story, lines] : rows) {
         for (TW_UINT16 code : {TWRC_DSEVENT, TWRC_NOTDSEVENT, TWRC_SUCCESS, TWRC_FAILURE, TWRC_CANCEL}) {
             MSG message = {};
-            Answer answer = fill<TW_EVENT>([&, said = notification](TW_EVENT& event) {
+            const auto say = [&, said = notification](TW_EVENT& event) {
                 CHECK(event.pEvent == &message);
                 CHECK(std::exchange(event.TWMessage, said) == MSG_NULL);
-            });
-            answer.returnCode = code;
-            stage.manager.answer(operation::processEvent, answer);
+            };
+            stage.manager.answer(operation::processEvent, fill<TW_EVENT>(say, code));
             CHECK((stage.module.IsDSEvent(&message) != FALSE) == (code == TWRC_DSEVENT));
             CHECK(outline(stage).substr(0, lines.size()) == lines);
             CHECK(outline(stage).empty() == lines.empty());

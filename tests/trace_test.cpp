@@ -37,21 +37,6 @@ TEST_CASE("a line names level, path, number and text: its method's place, also w
     CHECK(places.size() == 3);
 }
 
-TEST_CASE("the switches work at once") {
-    Stage stage;
-    const auto linesWith = [&](const ModuleCalls::Switches& switches) {
-        stage.windows.traceSwitches = switches;
-        stage.viewer.forget();
-        stage.module.EnableDS(FALSE, FALSE);
-        return stage.viewer.lines();
-    };
-    const Lines warning = {"Warning: Sequence error in TScanModule::EnableDS"};
-    CHECK(linesWith({{"Trace", 0}, {"Warning", 7}}) == warning);
-    CHECK(linesWith({{"Trace", 1}, {"Warning", 0}}).with("Warning") == Lines{});
-    CHECK(linesWith({{"Trace", 1}, {"Warning", 1}}).with("Trace").size() > 2);
-    CHECK(linesWith({}) == Lines{});
-}
-
 TEST_CASE("each call from the host is set apart, nested ones are not") {
     Stage stage;
     stage.forget();
@@ -139,14 +124,18 @@ TEST_CASE("a line is cut to the memory it has, a warning never moves the nesting
     trace::write(TraceLevel::Trace, TracePoint{"p", 4}, "Leaving");
     CHECK(viewer.rawLines() == Lines{"Warning p 1: [SM] Coming", "Fatal p 2: [SM] Leaving", "    ", "    ",
                                      "    ", "Trace p 3: [SM] Coming", "Trace p 4: [SM] Leaving"});
-    // The switches of the levels, among which fatal lines go with the warnings.
-    for (const bool warns : {false, true}) {
-        switches.file().write(warns ? "[Debug]\r\nTrace=0\r\nWarning=1\r\n"
-                                    : "[Debug]\r\nTrace=1\r\nWarning=0\r\n");
+    // The switches of the levels work at once; fatal lines go with the warnings.
+    const std::pair<std::string, Lines> rows[] = {
+        {"Trace=0\r\nWarning=7\r\n", {"Warning: text", "Fatal: text"}},
+        {"Trace=1\r\nWarning=0\r\n", {"Trace: text"}},
+        {"", {}},
+    };
+    for (const auto& [switchedOn, lines] : rows) {
+        switches.file().write("[Debug]\r\n" + switchedOn);
         viewer.forget();
         for (const TraceLevel level : {TraceLevel::Trace, TraceLevel::Warning, TraceLevel::Fatal})
             trace::write(level, TracePoint{"p", 5}, "text");
-        CHECK(viewer.lines() == (warns ? Lines{"Warning: text", "Fatal: text"} : Lines{"Trace: text"}));
+        CHECK(viewer.lines() == lines);
     }
     trace::shutDown();
 }

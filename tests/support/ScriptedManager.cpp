@@ -15,6 +15,13 @@ const std::map<Operation, std::pair<int, int>> moves = {
     {operation::closeDs, {4, 3}}, {operation::enableDs, {4, 5}}, {operation::disableDs, {5, 4}},
 };
 
+std::optional<Answer> takeFirst(std::deque<Answer>& queue) {
+    if (queue.empty()) return std::nullopt;
+    const Answer first = queue.front();
+    queue.pop_front();
+    return first;
+}
+
 // A window with a title is another than the one that is usual in the test.
 std::string windowText(HWND window) {
     char title[64] = "";
@@ -98,14 +105,12 @@ std::string ScriptedManager::record(pTW_IDENTITY origin, pTW_IDENTITY destinatio
 }
 
 std::optional<Answer> ScriptedManager::scripted(const Operation& operation, const std::string& text) {
-    for (auto* const queue : {&queuedTexts_[text], &queued_[operation]}) {
-        if (queue->empty()) continue;
-        const Answer answer = std::move(queue->front());
-        queue->pop_front();
-        return answer;
-    }
     const auto standing = standing_.find(operation);
-    return standing != standing_.end() ? std::optional(standing->second) : std::nullopt;
+    std::optional<Answer> answer = takeFirst(queued_[operation]);
+    if (!answer && standing != standing_.end()) answer = standing->second;
+    std::optional<Answer> end = takeFirst(ends_[text]);
+    if (end && answer) end->act = answer->act;
+    return end ? end : answer;
 }
 
 TW_UINT16 ScriptedManager::apply(const Answer& answer, TW_MEMREF data) {

@@ -29,14 +29,14 @@ Answer succeed();
 Answer failWith(TW_UINT16 conditionCode);
 Answer returnCode(TW_UINT16 code);
 Answer give(ContainerImage container);
-// Succeeds after act has filled a record of type Record.
+// Ends with this code after act has filled a record of type Record.
 template <class Record>
-Answer fill(std::function<void(Record&)> act) {
-    return {TWRC_SUCCESS, TWCC_SUCCESS, {}, [act](TW_MEMREF data) { act(*static_cast<Record*>(data)); }};
+Answer fill(std::function<void(Record&)> act, TW_UINT16 code = TWRC_SUCCESS) {
+    return {code, TWCC_SUCCESS, {}, [act](TW_MEMREF data) { act(*static_cast<Record*>(data)); }};
 }
 template <class Record>
-Answer copy(const Record& record) {
-    return fill<Record>([record](Record& target) { target = record; });
+Answer copy(const Record& record, TW_UINT16 code = TWRC_SUCCESS) {
+    return fill<Record>([record](Record& target) { target = record; }, code);
 }
 // So many images remain.
 Answer pending(TW_UINT16 count);
@@ -53,10 +53,8 @@ public:
     void answerNext(const Operation& operation, Answer answer) {
         queued_[operation].push_back(std::move(answer));
     }
-    // The same for a call that is recorded with this text; these come before all others.
-    void answerNext(const std::string& text, Answer answer) {
-        queuedTexts_[text].push_back(std::move(answer));
-    }
+    // The next call that is recorded with this text does what was said of it, but ends like this.
+    void endNext(const std::string& text, Answer end) { ends_[text].push_back(std::move(end)); }
     void forgetAnswers();
     // Whatever isn't scripted goes to this source from now on.
     void useSource(SourceEntry source) { source_ = std::move(source); }
@@ -85,7 +83,7 @@ private:
     Lines calls_;
     std::map<Operation, Answer> standing_;
     std::map<Operation, std::deque<Answer>> queued_;
-    std::map<std::string, std::deque<Answer>> queuedTexts_;
+    std::map<std::string, std::deque<Answer>> ends_;
     int state_ = 2;
     TW_UINT16 conditionCode_ = TWCC_SUCCESS;
     TW_IDENTITY application_{};

@@ -45,9 +45,8 @@ Lines Stage::takeRecord() {
 }
 
 bool Stage::deliver(TW_UINT16 notification) {
-    Answer answer = fill<TW_EVENT>([notification](TW_EVENT& event) { event.TWMessage = notification; });
-    answer.returnCode = TWRC_DSEVENT;
-    manager.answerNext(operation::processEvent, answer);
+    const auto say = [notification](TW_EVENT& event) { event.TWMessage = notification; };
+    manager.answerNext(operation::processEvent, fill<TW_EVENT>(say, TWRC_DSEVENT));
     MSG message = {};
     message.hwnd = host.window();
     return module.IsDSEvent(&message) != FALSE;
