@@ -1,7 +1,7 @@
 // What smIsDSEvent makes of the host's messages and of the source's notifications.
 #include "BatchStage.h"
 #include "OneShotStage.h"
-#include "Story.h"
+#include "Script.h"
 
 TEST_CASE("below state 5 every message is the host's, at no cost") {
     for (int state : {2, 4}) {
@@ -26,17 +26,13 @@ TEST_CASE("the source sees the message, its return code alone decides, its notif
     };
     for (const auto& [notification, story, lines] : rows) {
         for (TW_UINT16 code : {TWRC_DSEVENT, TWRC_NOTDSEVENT, TWRC_SUCCESS, TWRC_FAILURE, TWRC_CANCEL}) {
-            TW_UINT16 initialMessage = 1;
-            stage.manager.answer(operation::processEvent,
-                                 {code, TWCC_BUMMER, {}, [&, said = notification](TW_MEMREF data) {
-                                      initialMessage =
-                                          std::exchange(static_cast<TW_EVENT*>(data)->TWMessage, said);
-                                  }});
             MSG message = {};
-            message.message = WM_TIMER;
+            const auto say = [&, said = notification](TW_EVENT& event) {
+                CHECK(event.pEvent == &message);
+                CHECK(std::exchange(event.TWMessage, said) == MSG_NULL);
+            };
+            stage.manager.answer(operation::processEvent, fill<TW_EVENT>(say, code));
             CHECK((stage.module.IsDSEvent(&message) != FALSE) == (code == TWRC_DSEVENT));
-            CHECK(stage.manager.eventMessage() == &message);
-            CHECK(initialMessage == MSG_NULL);
             CHECK(outline(stage).substr(0, lines.size()) == lines);
             CHECK(outline(stage).empty() == lines.empty());
             checkStory(stage, "PROCESSEVENT; " + story);
@@ -61,41 +57,34 @@ TEST_CASE("a one-shot scan's source is closed by the module, which says so whate
     OneShotStage stage;
     for (const bool closes : {false, true}) {
         stage.start();
-        if (!closes) stage.manager.answerNext(operation::closeDs, failWith(TWCC_BUMMER));
+        const std::string close = closes ? "CLOSEDS; CLOSEDSM; " : "CLOSEDS [1]; !failure; ";
+        const std::string story = scripted(stage.manager, "PROCESSEVENT; DISABLEDS show 0 modal 1; " + close);
         CHECK(stage.deliver(MSG_CLOSEDSREQ));
-        checkStory(stage, std::string("PROCESSEVENT; DISABLEDS show 0 modal 1; CLOSEDS; ") +
-                              (closes ? "CLOSEDSM; "
-                                      : "! DSM_Entry returns failure in TScanModule::CloseDS; STATUS; ") +
-                              "ScanToFileDSClosed");
+        checkStory(stage, story + "ScanToFileDSClosed", "CloseDS");
         if (!closes) stage.module.CloseDS();
     }
 }
 
 TEST_CASE(
     "transfer ready runs the transfer inside the call, but for the value 2 of the host suite's setting") {
-    using Ending = HostDataFolder::Ending;
-    struct Row {
-        std::string settings;
-        bool suppressed;
-        Ending ending = Ending::Backslash;
-    };
-    const Row rows[] = {
-        {"[Settings]\r\nSuppressTWAIN=2\r\n", true},
-        {"[Settings]\r\nSuppressTWAIN=1\r\n", false},
-        {"[Other]\r\nSuppressTWAIN=2\r\n", false},
+    const std::string folder = temporaryFolder(), taken = "[Settings]\r\nSuppressTWAIN=2\r\n";
+    const std::tuple<std::string, std::string, bool> rows[] = {
+        {taken, folder, true},
+        {"[Settings]\r\nSuppressTWAIN=1\r\n", folder, false},
+        {"[Other]\r\nSuppressTWAIN=2\r\n", folder, false},
         // The folder is used as it stands in the registry.
-        {"[Settings]\r\nSuppressTWAIN=2\r\n", false, Ending::WithoutBackslash},
+        {taken, folder.substr(0, folder.size() - 1), false},
     };
-    for (const Row& row : rows) {
-        CAPTURE(row.settings);
-        const HostDataFolder folder(row.settings, row.ending);
+    for (const auto& [settings, text, suppressed] : rows) {
+        CAPTURE(settings);
+        const HostDataFolder data(settings, text);
         BatchStage stage({grayPage()});
         CHECK(stage.deliver(MSG_XFERREADY));
-        CHECK(stage.host.messages().empty() == row.suppressed);
-        CHECK((outline(stage) == "IsDSEvent capturing MSG_XFERREADY()") == row.suppressed);
+        CHECK(stage.host.messages().empty() == suppressed);
+        CHECK((outline(stage) == "IsDSEvent capturing MSG_XFERREADY()") == suppressed);
     }
     // One-shot scans aren't asked.
-    const HostDataFolder folder(rows[0].settings);
+    const HostDataFolder data(taken);
     OneShotStage stage({grayPage()});
     CHECK(stage.scan() == 0);
 }

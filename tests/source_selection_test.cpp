@@ -1,11 +1,9 @@
 // Which source later sessions use: the manager's dialog, the list of the maker's sources, and the default
 // driver, found in the manager's list or, for one edition of the host suite, in the driver folders.
 #include <algorithm>
-#include <memory>
-#include <set>
 
 #include "DriverSearch.h"
-#include "Story.h"
+#include "Script.h"
 
 namespace {
 
@@ -21,28 +19,21 @@ void list(ScriptedManager& manager, const std::vector<TW_IDENTITY>& sources) {
         manager.answerNext(i == 0 ? operation::getFirst : operation::getNext, copy(sources[i]));
 }
 
-// The window, the desktop when a row begins with "!parent", is that of opening and closing the manager too.
-// How the next session opens its source tells whether one was chosen; null: as before.
-void checkSelection(Stage& stage, const std::string& record, const std::string& method, const char* chosen,
+// A row that begins with "!parent" is played without a window. It ends with the source that is chosen then,
+// if any; how the next session opens its source must fit.
+void checkSelection(Stage& stage, const std::string& row, const std::string& method,
                     const std::function<int(HWND)>& call) {
-    const HWND window = record.rfind("!parent", 0) == 0 ? nullptr : stage.host.window();
-    const auto parents = std::make_shared<std::set<HWND>>();
-    for (const Operation& operation : {operation::openDsm, operation::closeDsm})
-        stage.manager.answerNext(operation, fill<HWND>([=](HWND& parent) { parents->insert(parent); }));
+    const std::string record = scripted(stage.manager, row);
     stage.forget();
-    journal.push_back("result " + std::to_string(call(window)));
-    const bool wasOpened = !stage.manager.calls().with("CLOSEDSM").empty();
-    checkStory(stage, record, method);
-    const bool isDesktops = window == nullptr || method == "GetAllDS";
-    if (wasOpened) CHECK(*parents == std::set<HWND>{isDesktops ? GetDesktopWindow() : window});
-    if (chosen == nullptr) return;
+    const int result = call(row.rfind("!parent", 0) == 0 ? nullptr : stage.host.window());
     char name[34] = "";
-    stage.module.GetDSProductName(name);
-    CHECK(name == std::string(chosen));
-    if (stage.manager.state() != 2) return;
-    stage.forget();
+    if (result != -1) stage.module.GetDSProductName(name);
+    journal.push_back("result " + std::to_string(result));
+    if (name[0] != 0) journal.push_back(name);
+    checkStory(stage, record, method);
+    if (stage.manager.state() != 2 || result == -1) return;
     stage.module.OpenDS(stage.host.window(), nullptr);
-    CHECK((stage.manager.calls()[1] == "GETDEFAULT") == (chosen[0] == 0));
+    CHECK((stage.manager.calls()[1] == "GETDEFAULT") == (name[0] == 0));
 }
 
 // The profile of GetAllDS.
@@ -55,48 +46,36 @@ Lines section(const SavedFile& file) {
 
 const std::string listPath = (std::filesystem::temp_directory_path() / "scanmodule-sources.ini").string();
 const char* const path = listPath.c_str();
-const std::string notOpened = "OPENDSM; ! DSM_Entry returns failure in TScanModule::OpenDSM; STATUS; ";
 const std::string isOpen = "! Sequence error in TScanModule::OpenDSM; ";
-const Answer refusal = failWith(TWCC_NODS);
+const std::string failed = "! OpenDSM returns failure in @; result ";
 
 }  // namespace
 
 TEST_CASE("the manager's dialog, and what the next session opens") {
-    struct Row {
-        int state;
-        Operation operation;
-        Answer answer;
-        std::string record;
-        const char* chosen;
-    };
-    // The dialog starts without a choice, and leaves one even when it is cancelled.
-    Answer cancelled = fill<TW_IDENTITY>([](TW_IDENTITY& identity) {
-        CHECK(std::string(identity.ProductName).empty());
-        identity = source("Other");
-    });
-    const Answer taken = cancelled;
-    Answer changed = taken;
-    changed.returnCode = TWRC_CHECKSTATUS;
-    cancelled.returnCode = TWRC_CANCEL;
-    const std::string asked = "OPENDSM; USERSELECT; ", failed = "! OpenDSM returns failure in @; ";
-    const Row rows[] = {
-        {2, operation::userSelect, taken, asked + "CLOSEDSM; result 0", "Other"},
-        {2, operation::userSelect, taken, "!parent; " + asked + "CLOSEDSM; result 0", "Other"},
-        {2, operation::userSelect, changed, asked + "!failure; CLOSEDSM; result 0", ""},
-        {2, operation::userSelect, cancelled, asked + "CLOSEDSM; result -6", ""},
-        {2, operation::userSelect, refusal, asked + "!failure; CLOSEDSM; result 3", ""},
+    const std::string asked = "OPENDSM; USERSELECT",
+                      notOpened = "! DSM_Entry returns failure in TScanModule::OpenDSM; ";
+    const std::pair<int, std::string> rows[] = {
+        {2, asked + "; CLOSEDSM; result 0; Other"},
+        {2, "!parent; OPENDSM of the desktop; USERSELECT; CLOSEDSM of the desktop; result 0; Other"},
+        {2, asked + " [check]; !failure; CLOSEDSM; result 0"},
+        {2, asked + " [cancel]; CLOSEDSM; result -6"},
+        {2, asked + " [3]; !failure; CLOSEDSM; result 3"},
         // The earlier choice stays.
-        {2, operation::openDsm, refusal, notOpened + failed + "result 3", "First"},
-        {4, operation::userSelect, refusal, isOpen + failed + "result 11", "First"},
-        {1, operation::userSelect, refusal, "!manager", nullptr},
+        {2, "OPENDSM [3]; " + notOpened + "STATUS; " + failed + "3; First"},
+        {4, isOpen + failed + "11; First"},
+        {1, "!manager"},
     };
-    for (const Row& row : rows) {
-        StageIn stage(row.state == 1 ? 1 : 2);
-        stage->manager.answerNext(operation::userSelect, copy(source("First")));
+    for (const auto& [state, record] : rows) {
+        StageIn stage(state == 1 ? 1 : 2);
+        stage->manager.answer(operation::userSelect, copy(source("First")));
         stage->module.SelectDS(stage->host.window());
-        if (row.state == 4) stage->open();
-        stage->manager.answerNext(row.operation, row.answer);
-        checkSelection(*stage, row.record, "SelectDS", row.chosen,
+        if (state == 4) stage->open();
+        // The dialog starts without a choice, and leaves one however it ends.
+        stage->manager.answer(operation::userSelect, fill<TW_IDENTITY>([](TW_IDENTITY& identity) {
+                                  CHECK(std::string(identity.ProductName).empty());
+                                  identity = source("Other");
+                              }));
+        checkSelection(*stage, record, "SelectDS",
                        [&](HWND parent) { return stage->module.SelectDS(parent); });
     }
 }
@@ -105,8 +84,6 @@ TEST_CASE("the list of the maker's sources") {
     const TW_IDENTITY a = source("A"), b = source("B"), wrapper = source("A WIA-B"), o = source("O", "Other");
     const TW_IDENTITY small = source("S", "Kavro"), lower = source("wia");
     const TW_IDENTITY endless = source(std::string(34, 'x'));
-    Answer refusedB = copy(b);
-    refusedB.returnCode = TWRC_FAILURE;
     const std::string cut(33, 'x');
     const struct {
         Answer preset;
@@ -119,9 +96,9 @@ TEST_CASE("the list of the maker's sources") {
         {copy(wrapper), {wrapper, a, wrapper}, "name0=A; name1=A; count=1"},
         {copy(o), {o, wrapper}, "name0=; count=0"},
         {copy(a), {o}, "name0=A; count=0"},
-        {refusedB, {a}, "name0=A; name1=A; count=1"},
+        {copy(b, TWRC_FAILURE), {a}, "name0=A; name1=A; count=1"},
         // Makers and names are compared letter for letter.
-        {refusal, {small, lower}, "name0=wia; name1=wia; count=1"},
+        {failWith(TWCC_NODS), {small, lower}, "name0=wia; name1=wia; count=1"},
         {copy(endless), {endless}, "name0=" + cut + "; name1=" + cut + "; count=1"},
     };
     for (const auto& row : rows) {
@@ -137,115 +114,109 @@ TEST_CASE("the list of the maker's sources") {
 }
 
 TEST_CASE("a list that can't be had, or only with gaps") {
-    const std::string asked = "OPENDSM; GETDEFAULT; GETFIRST; ", plain = "name0=Plain Source; name1=";
-    // Kept: the line names the sibling method.
-    const std::string failed = "! OpenDSM returns failure in TScanModule::SelectDS; ";
-    const struct {
-        int state;
-        Operation operation;
-        std::string record, section;
-    } rows[] = {
-        {2, operation::getFirst, asked + "!failure; CLOSEDSM; result 3", plain + "; count=0"},
+    const std::string asked = "OPENDSM of the desktop; GETDEFAULT; GETFIRST",
+                      closed = "CLOSEDSM of the desktop";
+    const std::tuple<int, std::string, std::string> rows[] = {
+        {2, asked + " [3]; !failure; " + closed + "; result 3", "name0=Plain Source; name1=; count=0"},
         // A failure in the middle is skipped.
-        {2, operation::getNext, asked + "GETNEXT; GETNEXT; GETNEXT; CLOSEDSM; result 0",
-         plain + "Plain Source; name2=Second; count=2"},
-        {4, operation::openDsm, isOpen + failed + "result 11", ""},
-        {1, operation::openDsm, "!manager", ""},
+        {2, asked + "; GETNEXT [3]; GETNEXT; GETNEXT; " + closed + "; result 0",
+         "name0=Plain Source; name1=First; name2=Last; count=2"},
+        // Kept: the line names the sibling method.
+        {4, isOpen + "! OpenDSM returns failure in TScanModule::SelectDS; result 11; Plain Source", ""},
+        {1, "!manager", ""},
     };
-    for (const auto& row : rows) {
-        StageIn stage(row.state);
+    for (const auto& [state, record, sources] : rows) {
+        StageIn stage(state);
+        // A session before has had a window of its own.
+        if (state == 2) stage->open();
+        if (state == 2) stage->module.CloseDS();
         SavedFile file(path);
         file.remove();
-        stage->manager.answerNext(row.operation, refusal);
-        stage->manager.answerNext(operation::getNext, copy(source("Second")));
-        checkSelection(*stage, row.record, "GetAllDS", nullptr,
-                       [&](HWND) { return stage->module.GetAllDS(path); });
-        CHECK(section(file) == splitRow(row.section));
-        CHECK(file.exists() == !row.section.empty());
+        list(stage->manager, {source("First"), source("Second"), source("Last")});
+        checkSelection(*stage, record, "GetAllDS", [&](HWND) { return stage->module.GetAllDS(path); });
+        CHECK(section(file) == splitRow(sources));
+        CHECK(file.exists() == !sources.empty());
     }
 }
 
 TEST_CASE("the default driver from the manager's list, which leaves the system's default alone") {
-    struct Row {
+    const std::string asked = "OPENDSM; GETDEFAULT", found = "GETFIRST; GETNEXT; CLOSEDSM; result 0; Second";
+    const struct {
         int state;
         const char *regional, *wanted;
         std::string record;
-        const char* chosen;
-        Operation refused = {};
+    } rows[] = {
+        {2, "J", "PLAIN source", asked + "; CLOSEDSM; result 0; Plain Source"},
+        {2, "", "Second", asked + "; " + found},
+        {2, "E", "Second", asked + " [3]; !failure; " + found},
+        // What comes with a failure isn't looked at.
+        {2, "j", "Second", asked + "; GETFIRST; GETNEXT [1]; GETNEXT; GETNEXT; CLOSEDSM; result 12"},
+        {2, "E", "Plain Source",
+         asked + " [1]; !failure; GETFIRST; GETNEXT; GETNEXT; GETNEXT; CLOSEDSM; result 12"},
+        {2, "E", "Last",
+         "!parent; OPENDSM of the desktop; GETDEFAULT; GETFIRST; GETNEXT; GETNEXT; CLOSEDSM of the desktop; "
+         "result 0; Last"},
+        {4, "E", "Second", isOpen + failed + "11; Plain Source"},
+        {1, "E", "Second", "!manager"},
     };
-    const std::string asked = "OPENDSM; GETDEFAULT; ", failed = "!failure; GETFIRST; GETNEXT; CLOSEDSM; ";
-    const std::string found = "GETFIRST; GETNEXT; CLOSEDSM; result 0";
-    const Row rows[] = {
-        {2, "J", "PLAIN source", asked + "CLOSEDSM; result 0", "Plain Source"},
-        {2, "", "Second", asked + found, "Second"},
-        {2, "j", "Second", asked + found, "Second"},
-        {2, "E", "Nobody", "!parent; " + asked + "GETFIRST; GETNEXT; GETNEXT; CLOSEDSM; result 12", ""},
-        {2, "E", "Second", asked + failed + "result 0", "Second", operation::getDefault},
-        {4, "E", "Second", isOpen + "! OpenDSM returns failure in @; result 11", "Plain Source"},
-        {1, "E", "Second", "!manager", nullptr},
-    };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         const HostSuiteSettings settings(row.regional);
         const DefaultSourceEntry entry("before");
         StageIn stage(row.state);
-        stage->manager.answerNext(row.refused, refusal);
-        list(stage->manager, {source("First"), source("Second")});
-        checkSelection(*stage, row.record, "SetDefaultDriver", row.chosen,
+        stage->manager.answer(operation::getDefault, copy(source("Plain Source")));
+        list(stage->manager, {source("First"), source("Second"), source("Last")});
+        checkSelection(*stage, row.record, "SetDefaultDriver",
                        [&](HWND parent) { return stage->module.SetDefaultDriver(parent, row.wanted); });
         CHECK(DefaultSourceEntry::current() == "before");
     }
 }
 
 TEST_CASE("the Japanese edition searches the driver folders") {
-    const std::vector<std::string> drivers = {"twain_32\\a.ds", "twain_32\\b.ds", "twain_32\\sub\\c.ds",
-                                              "twain\\d.ds", "twain\\sub\\e.ds"};
+    const std::string drivers[] = {"twain_32\\a.ds", "twain_32\\b.ds", "twain_32\\sub\\c.ds", "twain\\d.ds",
+                                   "twain\\sub\\e.ds"};
     // Neither files of another kind nor folders two levels down.
     std::vector<std::string> files = {"twain_32\\readme.txt", "twain_32\\sub\\deep\\f.ds"};
-    files.insert(files.end(), drivers.begin(), drivers.end());
+    files.insert(files.end(), std::begin(drivers), std::end(drivers));
     const struct {
-        std::string wanted, failing;  // the driver whose entry the manager can't use
+        const char* wanted;
         std::string before;
-        size_t visited;  // none: the folders are empty
-        bool isFound;
+        std::string asked;  // drivers in turn; with '!' the manager can't use the entry
+        std::string chosen;
     } rows[] = {
-        {"A.DS", "none", "old.ds", 1, true},    {"b.ds", "a.ds", "old.ds", 2, true},
-        {"c.ds", "none", "(none)", 3, true},    {"e.ds", "c.ds", "(none)", 5, true},
-        {"f.ds", "none", "old.ds", 5, false},   {"nobody", "e.ds", "(none)", 5, false},
-        {"nobody", "none", "old.ds", 0, false},
+        {"A.DS", "old.ds", "a", "a.ds"},     {"b.ds", "old.ds", "a! b", "b.ds"},
+        {"c.ds", "(none)", "a b c", "c.ds"}, {"e.ds", "(none)", "a b c! d e", "e.ds"},
+        {"f.ds", "old.ds", "a b c d e", ""}, {"nobody", "(none)", "a b c d e!", ""},
+        {"nobody", "old.ds", "", ""},
     };
+    const std::string failure = "! DSM_Entry returns failure in TScanModule::SetDefaultDS; STATUS; ";
     for (const auto& row : rows) {
         CAPTURE(row.wanted);
         const HostSuiteSettings settings("J");
-        const DriverFolders folders(row.visited > 0 ? files : std::vector<std::string>());
+        const DriverFolders folders(row.asked.empty() ? std::vector<std::string>() : files);
         const DefaultSourceEntry entry(row.before);
         Stage stage;
+        Lines visited, expected = {row.before};
         // A manager whose default source is the one of the entry, named like its file.
-        Lines visited;
-        Answer answer = fill<TW_IDENTITY>([&](TW_IDENTITY& identity) {
+        const auto giveDefault = [&](TW_IDENTITY& identity) {
             visited.push_back(DefaultSourceEntry::current());
             identity = source(std::filesystem::path(visited.back()).filename().string());
-        });
-        stage.manager.answerNext(operation::getDefault, answer);
-        Lines expected = {row.before};
-        for (const std::string& driver : drivers) {
-            const bool fails = driver.find(row.failing) != std::string::npos;
+        };
+        stage.manager.answerNext(operation::getDefault, fill<TW_IDENTITY>(giveDefault));
+        std::string record = "OPENDSM; GETDEFAULT; ", name;
+        for (std::istringstream names(row.asked); names >> name;) {
+            expected.push_back(DriverFolders::path(drivers[name[0] - 'a']));
             // Without a condition code, which must not pass for a find.
-            answer.returnCode = fails ? TWRC_FAILURE : TWRC_SUCCESS;
-            stage.manager.answerNext(operation::getDefault, answer);
-            if (expected.size() <= row.visited) expected.push_back(DriverFolders::path(driver));
+            const bool fails = name.back() == '!';
+            stage.manager.answerNext(operation::getDefault,
+                                     fill<TW_IDENTITY>(giveDefault, fails ? TWRC_FAILURE : TWRC_SUCCESS));
+            record += fails ? "GETDEFAULT; " + failure : "GETDEFAULT; ";
         }
-        // The entries that the manager was asked for, then how it ended.
-        const std::string failure = "! DSM_Entry returns failure in TScanModule::SetDefaultDS; STATUS; ";
-        std::string record = "OPENDSM; GETDEFAULT; ";
-        for (size_t i = 1; i < expected.size(); ++i)
-            record += "GETDEFAULT; " + (expected[i].find(row.failing) != std::string::npos ? failure : "");
-        const std::string chosen = std::filesystem::path(expected.back()).filename().string();
-        checkSelection(stage, record + "CLOSEDSM; result " + (row.isFound ? "0" : "12"), "SetDefaultDriver",
-                       row.isFound ? chosen.c_str() : "", [&](HWND parent) {
-                           return stage.module.SetDefaultDriver(parent, row.wanted.c_str());
-                       });
-        CHECK(Lines(visited.begin(), visited.begin() + expected.size()) == expected);
-        CHECK(DefaultSourceEntry::current() == (row.isFound ? expected.back() : row.before));
+        const bool isFound = !row.chosen.empty();
+        checkSelection(stage, record + "CLOSEDSM; result " + (isFound ? "0; " : "12; ") + row.chosen,
+                       "SetDefaultDriver",
+                       [&](HWND parent) { return stage.module.SetDefaultDriver(parent, row.wanted); });
+        CHECK(visited == expected);
+        CHECK(DefaultSourceEntry::current() == (isFound ? expected.back() : row.before));
     }
 }
 

@@ -1,9 +1,6 @@
 // The diagnostic trace as a viewer sees it, and what it costs where there is none.
-#include <doctest.h>
-
 #include <memory>
 #include <regex>
-#include <tuple>
 
 #include "Story.h"
 #include "base/Trace.h"
@@ -11,11 +8,12 @@
 namespace {
 
 // Path and number of the first line with this text.
-std::string placeOf(const RecordingViewer& viewer, const std::string& text) {
-    const Lines found = viewer.rawLines().with(": [SM] " + text);
-    if (found.empty()) return "no such line: " + text;
-    const std::string line = found.front().substr(found.front().find(' ') + 1);
-    return line.substr(0, line.find(": [SM] "));
+std::pair<std::string, int> placeOf(const RecordingViewer& viewer, const std::string& text) {
+    std::istringstream line(viewer.rawLines().with(": [SM] " + text).at(0));
+    std::string level, path;
+    int number = 0;
+    line >> level >> path >> number;
+    return {path, number};
 }
 
 }  // namespace
@@ -29,31 +27,14 @@ TEST_CASE("a line names level, path, number and text: its method's place, also w
     for (const std::string& line : stage.viewer.rawLines())
         CHECK_MESSAGE(std::regex_match(line, form), line);
     std::set<std::string> places;
-    for (const char* method : {"SetADFEnable", "SetAutoFeedEnable", "SetPixelType"}) {
-        const std::string in = std::string("TScanModule::") + method;
-        const std::string refusal = placeOf(stage.viewer, "Sequence error in " + in);
-        const std::string entry = placeOf(stage.viewer, "Coming " + in);
-        CHECK(refusal.substr(0, refusal.find(' ')) == entry.substr(0, entry.find(' ')));
-        CHECK(std::abs(std::stoi(refusal.substr(refusal.find(' '))) -
-                       std::stoi(entry.substr(entry.find(' ')))) < 20);
-        places.insert(refusal);
+    for (const std::string in : {"SetADFEnable", "SetAutoFeedEnable", "SetPixelType"}) {
+        const auto [refusalFile, refusalLine] = placeOf(stage.viewer, "Sequence error in TScanModule::" + in);
+        const auto [entryFile, entryLine] = placeOf(stage.viewer, "Coming TScanModule::" + in);
+        CHECK(refusalFile == entryFile);
+        CHECK(std::abs(refusalLine - entryLine) < 20);
+        places.insert(refusalFile + std::to_string(refusalLine));
     }
     CHECK(places.size() == 3);
-}
-
-TEST_CASE("the switches work at once") {
-    Stage stage;
-    const auto linesWith = [&](const ModuleCalls::Switches& switches) {
-        stage.windows.traceSwitches = switches;
-        stage.viewer.forget();
-        stage.module.EnableDS(FALSE, FALSE);
-        return stage.viewer.lines();
-    };
-    const Lines warning = {"Warning: Sequence error in TScanModule::EnableDS"};
-    CHECK(linesWith({{"Trace", 0}, {"Warning", 7}}) == warning);
-    CHECK(linesWith({{"Trace", 1}, {"Warning", 0}}).with("Warning") == Lines{});
-    CHECK(linesWith({{"Trace", 1}, {"Warning", 1}}).with("Trace").size() > 2);
-    CHECK(linesWith({}) == Lines{});
 }
 
 TEST_CASE("each call from the host is set apart, nested ones are not") {
@@ -73,8 +54,7 @@ TEST_CASE("each call from the host is set apart, nested ones are not") {
     UINT& traceSwitch = (*stage.windows.traceSwitches)["Trace"];
     traceSwitch = 0;
     stage.forget();
-    stage.manager.answer(operation::get(ICAP_UNITS),
-                         Answer{TWRC_SUCCESS, 0, {}, [&](TW_MEMREF) { traceSwitch = 1; }});
+    stage.manager.answer(operation::get(ICAP_UNITS), fill<TW_CAPABILITY>([&](auto&) { traceSwitch = 1; }));
     TW_CAPABILITY capability = {ICAP_UNITS, TWON_DONTCARE16, nullptr};
     stage.module.CapNegotiate(MSG_GET, &capability);
     stage.module.IsTWAINAvailable();
@@ -83,21 +63,18 @@ TEST_CASE("each call from the host is set apart, nested ones are not") {
 }
 
 TEST_CASE("the switch file is made with both switches on, and left alone once it has a trace switch") {
-    const std::tuple<const char*, std::string, size_t> rows[] = {
-        // What is there, both switches afterwards, and the writes.
-        {nullptr, "11", 2},
-        {"[Other]\r\nTrace=0\r\n", "11", 2},
-        {"[Debug]\r\nWarning=0\r\n", "11", 2},
-        {"[Debug]\r\nTrace=0\r\nWarning=0\r\n", "00", 0},
-        {"[Debug]\r\nTrace=1\r\n", "1-", 0},
+    const std::pair<std::optional<std::string>, std::string> rows[] = {
+        // What is there, and both switches afterwards.
+        {std::nullopt, "11"},
+        {"[Other]\r\nTrace=0\r\n", "11"},
+        {"[Debug]\r\nWarning=0\r\n", "11"},
+        {"[Debug]\r\nTrace=0\r\nWarning=0\r\n", "00"},
+        {"[Debug]\r\nTrace=1\r\n", "1-"},
     };
-    for (const auto& [before, after, writes] : rows) {
+    for (const auto& [before, after] : rows) {
         TraceSwitches switches;
-        switches.file().remove();
-        if (before != nullptr) switches.file().write(before);
-        ModuleCalls windows;
+        switches.file().set(before);
         const Module module;
-        CHECK(windows.profileCalls.with("write").size() == writes);
         std::string found;
         for (const char* key : {"Trace", "Warning"}) {
             char value[32] = "";
@@ -116,7 +93,7 @@ TEST_CASE("without a viewer and its memory at the start no trace point looks at 
         ModuleCalls windows;
         ScriptedManager manager;
         const Module module;
-        CHECK(windows.profileCalls == Lines{"exists DEBUGSM.INI", "read Debug Trace of DEBUGSM.INI"});
+        CHECK(windows.profileCalls == Lines{"open DEBUGSM.INI", "read DEBUGSM.INI Debug Trace"});
         windows.profileCalls.clear();
         const RecordingViewer late;
         CHECK(module.IsTWAINAvailable() == 1);
@@ -147,14 +124,18 @@ TEST_CASE("a line is cut to the memory it has, a warning never moves the nesting
     trace::write(TraceLevel::Trace, TracePoint{"p", 4}, "Leaving");
     CHECK(viewer.rawLines() == Lines{"Warning p 1: [SM] Coming", "Fatal p 2: [SM] Leaving", "    ", "    ",
                                      "    ", "Trace p 3: [SM] Coming", "Trace p 4: [SM] Leaving"});
-    // The switches of the levels, among which fatal lines go with the warnings.
-    for (const bool warns : {false, true}) {
-        switches.file().write(warns ? "[Debug]\r\nTrace=0\r\nWarning=1\r\n"
-                                    : "[Debug]\r\nTrace=1\r\nWarning=0\r\n");
+    // The switches of the levels work at once; fatal lines go with the warnings.
+    const std::pair<std::string, Lines> rows[] = {
+        {"Trace=0\r\nWarning=7\r\n", {"Warning: text", "Fatal: text"}},
+        {"Trace=1\r\nWarning=0\r\n", {"Trace: text"}},
+        {"", {}},
+    };
+    for (const auto& [switchedOn, lines] : rows) {
+        switches.file().write("[Debug]\r\n" + switchedOn);
         viewer.forget();
         for (const TraceLevel level : {TraceLevel::Trace, TraceLevel::Warning, TraceLevel::Fatal})
             trace::write(level, TracePoint{"p", 5}, "text");
-        CHECK(viewer.lines() == (warns ? Lines{"Warning: text", "Fatal: text"} : Lines{"Trace: text"}));
+        CHECK(viewer.lines() == lines);
     }
     trace::shutDown();
 }

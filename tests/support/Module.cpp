@@ -1,5 +1,7 @@
 #include "Module.h"
 
+#include <winternl.h>
+
 #include <stdexcept>
 
 #include "ModuleCalls.h"
@@ -8,15 +10,10 @@ namespace {
 
 // ntdll's notification of a mapped library, which comes before the library's own entry runs. Not in the
 // compiler's headers.
-struct UnicodeText {
-    USHORT length, maximumLength;
-    const wchar_t* buffer;
-};
 struct LibraryNotification {
     ULONG flags;
-    const UnicodeText* fullName;
-    const UnicodeText* baseName;
-    void* base;
+    const UNICODE_STRING *fullName, *baseName;
+    HMODULE base;
     ULONG imageSize;
 };
 constexpr ULONG libraryLoaded = 1;
@@ -30,9 +27,9 @@ Function functionOf(HMODULE library, const char* name) {
 }
 
 void CALLBACK onLibrary(ULONG reason, const LibraryNotification* facts, void*) {
-    const std::wstring name(facts->baseName->buffer, facts->baseName->length / sizeof(wchar_t));
+    const std::wstring name(facts->baseName->Buffer, facts->baseName->Length / sizeof(wchar_t));
     if (reason == libraryLoaded && _wcsicmp(name.c_str(), L"ScanModule.dll") == 0)
-        ModuleCalls::attachTo(static_cast<HMODULE>(facts->base));
+        ModuleCalls::attachTo(facts->base);
 }
 
 // Loads the library with its calls hooked already when its entry runs.

@@ -16,10 +16,6 @@ std::string fileName(const char* path) {
     return separator != nullptr ? separator + 1 : path;
 }
 
-std::string text(const char* string) {
-    return string != nullptr ? string : "(null)";
-}
-
 }  // namespace
 
 // The functions that take the place of Windows' own in the module's import table.
@@ -62,8 +58,8 @@ struct ModuleCallsHooks {
     }
 
     static int WINAPI messageBox(HWND owner, LPCSTR message, LPCSTR caption, UINT style) {
-        journal.push_back("box " + text(message) + " | " + text(caption) + " | " + std::to_string(style) +
-                          (owner == GetFocus() ? "" : " | not of the focus"));
+        journal.push_back("box " + std::string(message) + " | " + (caption != nullptr ? caption : "(null)") +
+                          " | " + std::to_string(style) + (owner == GetFocus() ? "" : " | not of the focus"));
         return current->messageBoxAnswer;
     }
 
@@ -84,41 +80,31 @@ struct ModuleCallsHooks {
 
     static BOOL WINAPI getDiskFreeSpace(LPCSTR root, LPDWORD sectorsPerCluster, LPDWORD bytesPerSector,
                                         LPDWORD freeClusters, LPDWORD clusters) {
-        current->diskAsked = text(root);
-        if (current->diskSaysNothing) return FALSE;
-        if (!current->freeDiskSpace)
-            return GetDiskFreeSpaceA(root, sectorsPerCluster, bytesPerSector, freeClusters, clusters);
-        *sectorsPerCluster = current->freeDiskSpace->sectorsPerCluster;
-        *bytesPerSector = current->freeDiskSpace->bytesPerSector;
-        *freeClusters = current->freeDiskSpace->freeClusters;
+        current->diskAsked = root;
+        const DiskSpace& space = current->freeDiskSpace;
+        *sectorsPerCluster = space.sectorsPerCluster;
+        *bytesPerSector = space.bytesPerSector;
+        *freeClusters = space.freeClusters;
         *clusters = ~DWORD{0};
-        return TRUE;
+        return current->diskSaysNothing ? FALSE : TRUE;
     }
 
     static UINT WINAPI getPrivateProfileInt(LPCSTR section, LPCSTR key, INT fallback, LPCSTR file) {
         if (current->switchesOff) return 0;
-        current->profileCalls.push_back("read " + text(section) + " " + text(key) + " of " + fileName(file));
-        if (current->traceSwitches && fileName(file) == switchFile) {
-            const auto found = current->traceSwitches->find(key);
-            return found != current->traceSwitches->end() ? found->second : static_cast<UINT>(fallback);
-        }
-        return GetPrivateProfileIntA(section, key, fallback, file);
-    }
-
-    static BOOL WINAPI writePrivateProfileString(LPCSTR section, LPCSTR key, LPCSTR value, LPCSTR file) {
-        current->profileCalls.push_back("write " + text(section) + " " + text(key) + "=" + text(value) +
-                                        " of " + fileName(file));
-        return WritePrivateProfileStringA(section, key, value, file);
+        current->profileCalls.push_back("read " + fileName(file) + " " + section + " " + key);
+        if (!current->traceSwitches || fileName(file) != switchFile)
+            return GetPrivateProfileIntA(section, key, fallback, file);
+        const auto found = current->traceSwitches->find(key);
+        return found != current->traceSwitches->end() ? found->second : static_cast<UINT>(fallback);
     }
 
     static HFILE WINAPI openFile(LPCSTR path, LPOFSTRUCT facts, UINT style) {
-        if (style == OF_EXIST) current->profileCalls.push_back("exists " + fileName(path));
-        if (current->traceSwitches && fileName(path) == switchFile) return 0;
-        return OpenFile(path, facts, style);
+        current->profileCalls.push_back("open " + fileName(path));
+        return current->traceSwitches ? 0 : OpenFile(path, facts, style);
     }
 
     static HMODULE WINAPI loadLibrary(LPCSTR path) {
-        current->libraryCalls.push_back("load " + text(path));
+        current->libraryCalls.push_back(std::string("load ") + path);
         return LoadLibraryA(path);
     }
 
@@ -130,31 +116,25 @@ struct ModuleCallsHooks {
 
 namespace {
 
-struct Hook {
-    const char* function;
-    void* replacement;
-};
-
 template <class Function>
-Hook hook(const char* name, Function* replacement) {
-    return {name, reinterpret_cast<void*>(replacement)};
+void* address(Function* function) {
+    return reinterpret_cast<void*>(function);
 }
 
-const Hook hooks[] = {
-    hook("GlobalAlloc", ModuleCallsHooks::globalAlloc),
-    hook("GlobalFree", ModuleCallsHooks::globalFree),
-    hook("GlobalLock", ModuleCallsHooks::globalLock),
-    hook("GlobalUnlock", ModuleCallsHooks::globalUnlock),
-    hook("MessageBoxA", ModuleCallsHooks::messageBox),
-    hook("RegisterWindowMessageA", ModuleCallsHooks::registerWindowMessage),
-    hook("GetPrivateProfileIntA", ModuleCallsHooks::getPrivateProfileInt),
-    hook("WritePrivateProfileStringA", ModuleCallsHooks::writePrivateProfileString),
-    hook("OpenFile", ModuleCallsHooks::openFile),
-    hook("_lwrite", ModuleCallsHooks::writeFile),
-    hook("_lclose", ModuleCallsHooks::closeFile),
-    hook("GetDiskFreeSpaceA", ModuleCallsHooks::getDiskFreeSpace),
-    hook("LoadLibraryA", ModuleCallsHooks::loadLibrary),
-    hook("FreeLibrary", ModuleCallsHooks::freeLibrary),
+const std::map<std::string, void*> hooks = {
+    {"GlobalAlloc", address(ModuleCallsHooks::globalAlloc)},
+    {"GlobalFree", address(ModuleCallsHooks::globalFree)},
+    {"GlobalLock", address(ModuleCallsHooks::globalLock)},
+    {"GlobalUnlock", address(ModuleCallsHooks::globalUnlock)},
+    {"MessageBoxA", address(ModuleCallsHooks::messageBox)},
+    {"RegisterWindowMessageA", address(ModuleCallsHooks::registerWindowMessage)},
+    {"GetPrivateProfileIntA", address(ModuleCallsHooks::getPrivateProfileInt)},
+    {"OpenFile", address(ModuleCallsHooks::openFile)},
+    {"_lwrite", address(ModuleCallsHooks::writeFile)},
+    {"_lclose", address(ModuleCallsHooks::closeFile)},
+    {"GetDiskFreeSpaceA", address(ModuleCallsHooks::getDiskFreeSpace)},
+    {"LoadLibraryA", address(ModuleCallsHooks::loadLibrary)},
+    {"FreeLibrary", address(ModuleCallsHooks::freeLibrary)},
 };
 
 void replace(void** slot, void* replacement) {
@@ -176,8 +156,7 @@ ModuleCalls::~ModuleCalls() {
 void ModuleCalls::attachTo(HMODULE module) {
     if (current == nullptr) return;
     forEachImport(module, [](const char*, const char* name, void** slot) {
-        for (const Hook& hook : hooks)
-            if (std::strcmp(hook.function, name) == 0) replace(slot, hook.replacement);
+        if (const auto hook = hooks.find(name); hook != hooks.end()) replace(slot, hook->second);
     });
 }
 

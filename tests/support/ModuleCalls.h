@@ -60,8 +60,8 @@ public:
 
     // So many bytes still find room on the disk, then it is full.
     size_t diskRoom = ~size_t{0};
-    // Instead of what the real disk says; and which disk was asked last.
-    std::optional<DiskSpace> freeDiskSpace;
+    // What the disk says of itself, plenty unless a test says otherwise; and which disk was asked last.
+    DiskSpace freeDiskSpace = {8, 512, 1 << 18};
     bool diskSaysNothing = false;
     std::string diskAsked;
     int filesClosed = 0;
@@ -69,7 +69,7 @@ public:
     std::optional<Switches> traceSwitches;
     // Every switch reads as off: for what a test doesn't want to record.
     bool switchesOff = false;
-    // Files and profiles looked at: "exists DEBUGSM.INI", "read Debug Trace", "write Debug Trace=1".
+    // Files and profiles looked at: "open DEBUGSM.INI", "read DEBUGSM.INI Debug Trace".
     Lines profileCalls;
     // Libraries: "load <file name>", "free".
     Lines libraryCalls;

@@ -10,7 +10,7 @@ struct Operation {
     TW_UINT32 group;
     TW_UINT16 argumentType;
     TW_UINT16 message;
-    TW_UINT16 capability = 0;    // of a DAT_CAPABILITY operation; 0 stands for any
+    TW_UINT16 capability = 0;    // of a DAT_CAPABILITY operation
     const char* name = nullptr;  // in a record, where it is always the same
 
     friend bool operator<(const Operation& a, const Operation& b) {

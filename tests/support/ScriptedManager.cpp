@@ -1,6 +1,5 @@
 #include "ScriptedManager.h"
 
-#include <cstring>
 #include <utility>
 
 #include "ModuleCalls.h"
@@ -10,31 +9,25 @@ namespace {
 
 ScriptedManager* current = nullptr;
 
-// What a successful operation does to the TWAIN state.
-struct Move {
-    int from;
-    int to;
-};
-
-const std::map<Operation, Move> moves = {
+// What a successful operation does to the TWAIN state: from, to.
+const std::map<Operation, std::pair<int, int>> moves = {
     {operation::openDsm, {2, 3}}, {operation::closeDsm, {3, 2}}, {operation::openDs, {3, 4}},
     {operation::closeDs, {4, 3}}, {operation::enableDs, {4, 5}}, {operation::disableDs, {5, 4}},
 };
 
-const Move* moveOf(const Operation& operation) {
-    const auto found = moves.find(operation);
-    return found != moves.end() ? &found->second : nullptr;
+std::optional<Answer> takeFirst(std::deque<Answer>& queue) {
+    if (queue.empty()) return std::nullopt;
+    const Answer first = queue.front();
+    queue.pop_front();
+    return first;
 }
 
-// A call with the wrong ends is worth seeing in the record: the manager's own business goes to no source, the
-// rest to the module's identity of the source.
-std::string endsText(const Operation& operation, pTW_IDENTITY origin, pTW_IDENTITY destination) {
-    const bool managersOwn = operation.argumentType == DAT_PARENT || operation.argumentType == DAT_IDENTITY;
-    std::string text;
-    if (origin == nullptr) text += " without an application";
-    if (managersOwn && destination != nullptr) text += " to a source";
-    if (!managersOwn && destination == nullptr) text += " to no source";
-    return text;
+// A window with a title is another than the one that is usual in the test.
+std::string windowText(HWND window) {
+    char title[64] = "";
+    if (window == GetDesktopWindow()) return " of the desktop";
+    if (!IsWindow(window)) return " of no window";
+    return GetWindowTextA(window, title, sizeof title) != 0 ? " of " + std::string(title) : "";
 }
 
 }  // namespace
@@ -65,24 +58,10 @@ Answer pending(TW_UINT16 count) {
 
 ScriptedManager::ScriptedManager() {
     current = this;
-    defaultSource_.ProtocolMajor = 1;
-    defaultSource_.ProtocolMinor = 5;
-    defaultSource_.SupportedGroups = DG_CONTROL | DG_IMAGE;
-    std::strcpy(defaultSource_.Manufacturer, "KAVRO");
-    std::strcpy(defaultSource_.ProductFamily, "Plain Family");
-    std::strcpy(defaultSource_.ProductName, "Plain Source");
 }
 
 ScriptedManager::~ScriptedManager() {
     current = nullptr;
-}
-
-void ScriptedManager::answer(const Operation& operation, Answer answer) {
-    standing_[operation] = std::move(answer);
-}
-
-void ScriptedManager::answerNext(const Operation& operation, Answer answer) {
-    queued_[operation].push_back(std::move(answer));
 }
 
 void ScriptedManager::forgetAnswers() {
@@ -91,51 +70,52 @@ void ScriptedManager::forgetAnswers() {
     queued_.clear();
 }
 
-Lines ScriptedManager::takeCalls() {
-    return std::exchange(calls_, {});
-}
-
 TW_UINT16 ScriptedManager::call(pTW_IDENTITY origin, pTW_IDENTITY destination, const Operation& operation,
                                 TW_MEMREF data) {
-    calls_.push_back(operation::text(operation, data) + endsText(operation, origin, destination));
-    journal.push_back(calls_.back());
-    remember(operation, origin, data);
-    const auto said = byLine_.find(calls_.back());
-    if (said != byLine_.end()) return apply(said->second, operation, data);
-    Answer answer;
-    if (scripted(operation, answer)) return apply(answer, operation, data);
-    return answerPlainly(operation, data);
+    const std::string text = record(origin, destination, operation, data);
+    const auto move = moves.find(operation);
+    TW_UINT16 result = TWRC_SUCCESS;
+    if (const auto answer = scripted(operation, text))
+        result = apply(*answer, data);
+    else if (move != moves.end() && move->second.first != state_)
+        result = fail(TWCC_SEQERROR);
+    else
+        result = answerPlainly(operation, data);
+    const bool isDone = result == TWRC_SUCCESS || result == TWRC_CHECKSTATUS;
+    if (isDone && move != moves.end()) state_ = move->second.second;
+    return result;
 }
 
-void ScriptedManager::remember(const Operation& operation, pTW_IDENTITY origin, TW_MEMREF data) {
+// A call with the wrong ends is worth seeing in the record: the manager's own business goes to no source, the
+// rest to the module's identity of the source.
+std::string ScriptedManager::record(pTW_IDENTITY origin, pTW_IDENTITY destination, const Operation& operation,
+                                    TW_MEMREF data) {
+    std::string text = operation::text(operation, data);
+    const bool isOpening = operation.argumentType == DAT_PARENT;
+    const bool isManagers = isOpening || operation.argumentType == DAT_IDENTITY;
+    if (origin == nullptr || isManagers != (destination == nullptr)) text += " with wrong ends";
     if (origin != nullptr) application_ = *origin;
-    if (data == nullptr) return;
-    if (operation.argumentType == DAT_PARENT) parent_ = *static_cast<HWND*>(data);
-    if (operation.argumentType == DAT_USERINTERFACE) userInterface_ = *static_cast<TW_USERINTERFACE*>(data);
-    if (operation.argumentType == DAT_EVENT)
-        eventMessage_ = static_cast<const MSG*>(static_cast<TW_EVENT*>(data)->pEvent);
-}
-
-bool ScriptedManager::scripted(const Operation& operation, Answer& answer) {
-    Operation anyCapability = operation;
-    anyCapability.capability = 0;
-    for (const Operation& key : {operation, anyCapability}) {
-        auto& queue = queued_[key];
-        if (!queue.empty()) {
-            answer = std::move(queue.front());
-            queue.pop_front();
-            return true;
-        }
-        const auto standing = standing_.find(key);
-        if (standing != standing_.end()) {
-            answer = standing->second;
-            return true;
-        }
+    if (isOpening) text += windowText(*static_cast<HWND*>(data));
+    if (operation.argumentType == DAT_USERINTERFACE) {
+        userInterface_ = *static_cast<TW_USERINTERFACE*>(data);
+        text += windowText(static_cast<HWND>(userInterface_.hParent));
     }
-    return false;
+    calls_.push_back(text);
+    journal.push_back(text);
+    return text;
 }
 
-TW_UINT16 ScriptedManager::apply(const Answer& answer, const Operation& operation, TW_MEMREF data) {
+std::optional<Answer> ScriptedManager::scripted(const Operation& operation, const std::string& text) {
+    if (const auto said = byLine_.find(text); said != byLine_.end()) return said->second;
+    const auto standing = standing_.find(operation);
+    std::optional<Answer> answer = takeFirst(queued_[operation]);
+    if (!answer && standing != standing_.end()) answer = standing->second;
+    std::optional<Answer> end = takeFirst(ends_[text]);
+    if (end && answer) end->act = answer->act;
+    return end ? end : answer;
+}
+
+TW_UINT16 ScriptedManager::apply(const Answer& answer, TW_MEMREF data) {
     if (answer.container) {
         auto& capability = *static_cast<TW_CAPABILITY*>(data);
         capability.ConType = answer.container->conType;
@@ -143,51 +123,29 @@ TW_UINT16 ScriptedManager::apply(const Answer& answer, const Operation& operatio
         ModuleCalls::adopt(capability.hContainer);
     }
     if (answer.act) answer.act(data);
-    if (answer.returnCode == TWRC_FAILURE) return fail(answer.conditionCode);
-    if (answer.returnCode == TWRC_SUCCESS || answer.returnCode == TWRC_CHECKSTATUS) moveState(operation);
-    return answer.returnCode;
+    return answer.returnCode == TWRC_FAILURE ? fail(answer.conditionCode) : answer.returnCode;
 }
 
 TW_UINT16 ScriptedManager::answerPlainly(const Operation& operation, TW_MEMREF data) {
-    if (operation.argumentType == DAT_STATUS && !sourceHasStatus_) return giveStatus(data);
-    if (operation.argumentType == DAT_EVENT && !notifications_.empty()) return answerEvent(data);
-    const Move* move = moveOf(operation);
-    if (move != nullptr && move->from != state_) return fail(TWCC_SEQERROR);
-    if (operation.argumentType == DAT_IDENTITY && move == nullptr) return giveIdentity(operation, data);
-    const bool forSource = source_ && operation.argumentType != DAT_PARENT;
-    const TW_UINT16 result = forSource ? askSource(operation, data) : answerPlainSource(operation);
-    if (result != TWRC_FAILURE) moveState(operation);
-    return result;
-}
-
-TW_UINT16 ScriptedManager::giveIdentity(const Operation& operation, TW_MEMREF data) {
-    if (operation.message == MSG_GETNEXT) return TWRC_ENDOFLIST;
-    *static_cast<pTW_IDENTITY>(data) = defaultSource_;
-    return TWRC_SUCCESS;
-}
-
-TW_UINT16 ScriptedManager::answerPlainSource(const Operation& operation) {
-    if (moveOf(operation) != nullptr) return TWRC_SUCCESS;
+    const bool isMove = moves.count(operation) != 0;
     switch (operation.argumentType) {
-        case DAT_CAPABILITY:
-            return operation.message == MSG_SET ? +TWRC_SUCCESS : fail(TWCC_BADCAP);
-        case DAT_PENDINGXFERS:
+        case DAT_STATUS:
+            if (sourceHasStatus_) break;
+            *static_cast<TW_STATUS*>(data) = {std::exchange(conditionCode_, TW_UINT16{TWCC_SUCCESS}), 0};
             return TWRC_SUCCESS;
-        case DAT_EVENT:
-            return TWRC_NOTDSEVENT;
-        default:
-            return fail(TWCC_SEQERROR);
+        case DAT_PARENT:
+            return TWRC_SUCCESS;
+        case DAT_IDENTITY:
+            if (isMove) break;
+            if (operation.message == MSG_GETNEXT) return TWRC_ENDOFLIST;
+            *static_cast<pTW_IDENTITY>(data) = defaultSource_;
+            return TWRC_SUCCESS;
     }
-}
-
-TW_UINT16 ScriptedManager::answerEvent(TW_MEMREF data) {
-    static_cast<TW_EVENT*>(data)->TWMessage = notifications_.front();
-    notifications_.pop_front();
-    return TWRC_DSEVENT;
-}
-
-void ScriptedManager::moveState(const Operation& operation) {
-    if (const Move* move = moveOf(operation)) state_ = move->to;
+    if (source_) return askSource(operation, data);
+    if (isMove || operation.argumentType == DAT_PENDINGXFERS) return TWRC_SUCCESS;
+    if (operation.argumentType == DAT_EVENT) return TWRC_NOTDSEVENT;
+    if (operation.argumentType != DAT_CAPABILITY) return fail(TWCC_SEQERROR);
+    return operation.message == MSG_SET ? +TWRC_SUCCESS : fail(TWCC_BADCAP);
 }
 
 TW_UINT16 ScriptedManager::askSource(const Operation& operation, TW_MEMREF data) {
@@ -205,10 +163,4 @@ TW_UINT16 ScriptedManager::fail(TW_UINT16 conditionCode) {
     conditionCode_ = conditionCode;
     sourceHasStatus_ = false;
     return TWRC_FAILURE;
-}
-
-TW_UINT16 ScriptedManager::giveStatus(TW_MEMREF data) {
-    *static_cast<TW_STATUS*>(data) = {conditionCode_, 0};
-    conditionCode_ = TWCC_SUCCESS;
-    return TWRC_SUCCESS;
 }

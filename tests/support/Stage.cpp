@@ -39,26 +39,15 @@ void Stage::forget() {
 }
 
 Lines Stage::takeRecord() {
-    Lines record = manager.calls();
-    for (const std::string& text : viewer.warnings())
-        record.push_back("! " + text);
-    record += windows.memoryComplaints();
+    const Lines record = happened();
     forget();
     return record;
 }
 
 bool Stage::deliver(TW_UINT16 notification) {
-    manager.notify(notification);
+    const auto say = [notification](TW_EVENT& event) { event.TWMessage = notification; };
+    manager.answerNext(operation::processEvent, fill<TW_EVENT>(say, TWRC_DSEVENT));
     MSG message = {};
     message.hwnd = host.window();
     return module.IsDSEvent(&message) != FALSE;
-}
-
-Lines refused(const std::string& call) {
-    return {call, "STATUS"};
-}
-
-Lines withoutManager(const std::string& method) {
-    return {"! LoadLibrary fails in TScanModule::LoadTWAIN",
-            "! TWAIN is not available in TScanModule::" + method};
 }

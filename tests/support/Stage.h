@@ -22,10 +22,8 @@ public:
     // To state 2, 4 or 5.
     void bringTo(int state);
     void forget();
-    // What happened since the last forget, and forgets it: what the manager was asked, then each warning as
-    // "! text", then what is wrong with the module's memory.
+    // What happened since the last forget, then what is wrong with the module's memory; the first forgets it.
     Lines takeRecord();
-    // The same in the order in which it happened, with the messages to the host; nothing is forgotten.
     Lines happened() const { return journal + windows.memoryComplaints(); }
 
     // Hands the module a message of the host's loop, on which the source has something to say.
@@ -37,8 +35,3 @@ public:
     RecordingHost host;
     Module module;
 };
-
-// What stands in a record for a failed operation: itself and the question for its condition code.
-Lines refused(const std::string& call);
-// What a record says of a missing manager.
-Lines withoutManager(const std::string& method);

@@ -2,7 +2,6 @@
 
 #include <fstream>
 #include <iterator>
-#include <stdexcept>
 
 namespace {
 
@@ -66,25 +65,14 @@ SavedRegistryText::SavedRegistryText(const std::string& key, const std::string& 
     : Saved([=] { return registryText(key, value); },
             [=](const Text& text) { putRegistryText(key, value, text); }) {}
 
-HostDataFolder::HostDataFolder(const std::string& settings, Ending ending) {
-    file_.write(settings);
-    std::string folder = temporaryFolder();
-    if (ending == Ending::WithoutBackslash) folder.pop_back();
-    registry_.set(folder);
+ManagerFile::ManagerFile(Kind kind) : file_(windowsDirectory() + "\\twain_32.dll") {
+    if (kind != Kind::Scripted) install(kind);
 }
 
 void ManagerFile::install(Kind kind) {
-    // Small letters: where the disk tells them apart, the same file as the one that was put there before.
-    const std::string target = windowsDirectory() + "\\twain_32.dll";
-    if (kind == Kind::Missing) {
-        if (!DeleteFileA(target.c_str()) && GetLastError() != ERROR_FILE_NOT_FOUND)
-            throw std::runtime_error("the manager can't be removed: error " + std::to_string(GetLastError()));
-        return;
-    }
     char program[MAX_PATH] = "";
     GetModuleFileNameA(nullptr, program, sizeof program);
     const std::string folder(program, std::string(program).find_last_of('\\'));
     const char* const name = kind == Kind::Scripted ? "\\twain_32.dll" : "\\entryless_manager.dll";
-    if (!CopyFileA((folder + name).c_str(), target.c_str(), FALSE))
-        throw std::runtime_error("the manager can't be put at " + target);
+    file_.set(kind == Kind::Missing ? std::nullopt : Saved::Text(readFile(folder + name)));
 }

@@ -63,25 +63,25 @@ private:
 // The folder of the host suite's settings: HKEY_CURRENT_USER Software\Lumivo, value "DataDir".
 class HostDataFolder {
 public:
-    enum class Ending { Backslash, WithoutBackslash };
-
-    // The temporary folder, with a file "ZR_Scan.INI" of this content.
-    explicit HostDataFolder(const std::string& settings, Ending ending = Ending::Backslash);
+    // The temporary folder, with a file "ZR_Scan.INI" of this content; in the registry under this text.
+    explicit HostDataFolder(const std::string& settings, const std::string& text = temporaryFolder()) {
+        file_.write(settings);
+        registry_.set(text);
+    }
 
 private:
     SavedFile file_{temporaryFolder() + "ZR_Scan.INI"};
     SavedRegistryText registry_{"Software\\Lumivo", "DataDir"};
 };
 
-// What stands at <Windows>\TWAIN_32.DLL while a test runs; afterwards the scripted manager again.
+// What stands at <Windows>\TWAIN_32.DLL while a test runs, which is usually the scripted manager.
 class ManagerFile {
 public:
     enum class Kind { Scripted, WithoutEntry, Missing };
 
-    explicit ManagerFile(Kind kind) { install(kind); }
-    ~ManagerFile() { install(Kind::Scripted); }
-    ManagerFile(const ManagerFile&) = delete;
-    ManagerFile& operator=(const ManagerFile&) = delete;
+    explicit ManagerFile(Kind kind);
+    void install(Kind kind);
 
-    static void install(Kind kind);
+private:
+    SavedFile file_;
 };
