@@ -2,6 +2,7 @@
 #include <doctest.h>
 #include <windows.h>
 
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -65,9 +66,7 @@ TEST_CASE("every kind of value is read and shown") {
 }
 
 TEST_CASE("the environment overrides the file; what can't be used is reported with its place, and skipped") {
-    char folder[MAX_PATH];
-    GetTempPathA(sizeof folder, folder);
-    const std::string path = std::string(folder) + "my.ini";
+    const std::string path = (std::filesystem::temp_directory_path() / "my.ini").string();
     std::ofstream(path, std::ios::binary)
         << "\xEF\xBB\xBF; comment\r\nPages=1\r\n[Scanner]\r\n Pages = 3 \r\nColour=1\r\nResolution=high\r\n"
            "nonsense\r\nPixelType=Gray\r\nBitDepth=48\r\nRefusedMechanisms=Native\r\n[Other]\r\n";
