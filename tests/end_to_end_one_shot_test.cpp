@@ -1,5 +1,5 @@
-// One call from scanner to file, end to end: smscan --presto and the small hosts in C, by each way the image
-// can take; and the windows that a scan can show, with their buttons pressed.
+// The windows that a scan can show, with their buttons pressed; what the one-shot scan leaves; the small
+// hosts in C.
 #include <doctest.h>
 #include <source/SourceWindow.h>
 
@@ -11,11 +11,6 @@ using vscan::SourceWindow;
 
 namespace {
 
-// What the source refuses, so that the module comes down to memory, file and native transfer.
-const std::string byMemory = "RefusedMechanisms=;";
-const std::string byFile = "RefusedMechanisms=Memory;";
-const std::string byNative = "RefusedMechanisms=Memory,File;";
-
 const std::string scanGray = "--resolution 50 --mode gray --output p.bmp ";
 const std::string grayLine = "p.bmp  413 x 585 pixels, 8 bit, 50 dpi\n";
 
@@ -25,35 +20,6 @@ std::string page(PixelKind kind, const std::string& dpi = "0") {
 }
 
 }  // namespace
-
-TEST_CASE("the one-shot scan writes the page, in every pixel type by every mechanism") {
-    // It takes what the user set in the source's window when that refuses the host's mode.
-    const std::string palette = "PixelType=Palette;ReadOnlyCapabilities=ICAP_PIXELTYPE";
-    const struct {
-        std::string options, settings;
-        PixelKind kind;
-        std::string dpi;
-        size_t windows;
-    } rows[] = {{"--mode bw", byMemory, PixelKind::Bw1, "0", 0},
-                {"--mode gray", byMemory, PixelKind::Gray8, "0", 0},
-                {"--mode color", byMemory, PixelKind::Rgb24, "0", 0},
-                {"", byMemory + "BitDepth=4;" + palette, PixelKind::Palette4, "0", 1},
-                {"", byMemory + palette, PixelKind::Palette8, "0", 1},
-                {"--mode color", byFile, PixelKind::Rgb24, "62", 0},
-                {"--mode color", byNative, PixelKind::Rgb24, "62", 0},
-                {"", byNative + "BitDepth=4;" + palette, PixelKind::Palette4, "62", 1}};
-    for (const auto& row : rows) {
-        CAPTURE(row.settings);
-        ForeignDialog window(SourceWindow::scanButton);
-        CHECK(scanned("--presto --resolution 62 --output p.bmp " + row.options, row.settings,
-                      pageOf(row.kind, 62), std::ref(window)) ==
-              "p.bmp  513 x 725 pixels, " + std::to_string(vscan::bitsPerPixel(row.kind)) +
-                  " bit, 62 dpi\nexit 0" + page(row.kind, row.dpi));
-        CHECK(window.count() == row.windows);
-    }
-    CHECK(scanned(scanGray + "--presto" + toneOptions, "", tonedPage(50)) ==
-          grayLine + "exit 0" + page(PixelKind::Gray8));
-}
 
 TEST_CASE("a file of the one-shot scan that can't be removed is named") {
     ScanFolder folder;

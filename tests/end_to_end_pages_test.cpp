@@ -1,9 +1,13 @@
 // smscan, Wine's own TWAIN manager and the virtual scanner together: the files hold the page, pixel for
-// pixel.
+// pixel; and when the scanner misbehaves the user is told, with complete pages left in the folder and nothing
+// half-made.
 #include <doctest.h>
 
 #include <algorithm>
 
+#include <source/SourceWindow.h>
+
+#include "ForeignDialog.h"
 #include "PageFile.h"
 
 using vscan::PageRequest;
@@ -16,16 +20,31 @@ int bitsInFile(PixelKind kind) {
     return kind == PixelKind::Gray16 ? 8 : std::min(vscan::bitsPerPixel(kind), 24);
 }
 
+bool has(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
 // Scans one page and looks at what is printed and at the file.
 void checkPage(const PageRequest& page, const std::string& options, const std::string& settings = "") {
     CAPTURE(options);
     CAPTURE(settings);
     const std::string dpi = std::to_string(static_cast<int>(page.xResolution));
-    const std::string look = std::to_string(bitsInFile(page.kind)) + " bit, " + dpi + " dpi";
-    CHECK(scanned("--output %%d.bmp --resolution " + dpi + " " + options, settings, page) ==
-          "%d.bmp  " + std::to_string(pixelWidth(page)) + " x " + std::to_string(pixelHeight(page)) +
-              " pixels, " + look + "\nexit 0\n%d.bmp: " + look + ": the page");
+    const std::string bits = std::to_string(bitsInFile(page.kind)) + " bit, ";
+    // The one-shot scan takes no per cent sign, and what it writes strip by strip tells no resolution.
+    const bool isOneShot = has(options, "--presto");
+    const std::string file = isOneShot ? "p.bmp" : "%d.bmp", output = isOneShot ? "p.bmp" : "%%d.bmp";
+    const std::string told = isOneShot && !has(settings, "Memory") ? "0" : dpi;
+    ForeignDialog window(vscan::SourceWindow::scanButton);
+    CHECK(scanned("--output " + output + " --resolution " + dpi + " " + options, settings, page,
+                  std::ref(window)) == file + "  " + std::to_string(pixelWidth(page)) + " x " +
+                                           std::to_string(pixelHeight(page)) + " pixels, " + bits + dpi +
+                                           " dpi\nexit 0\n" + file + ": " + bits + told + " dpi: the page");
+    // The source's window comes when it refuses a setting of the one-shot scan.
+    CHECK(window.count() == (has(settings, "ReadOnly") ? 1 : 0));
 }
+
+const std::string scanGray = "--resolution 50 --mode gray --output p%d.bmp ";
+const PageRequest gray = pageOf(PixelKind::Gray8, 50);
 
 }  // namespace
 
@@ -57,7 +76,18 @@ TEST_CASE("whatever the mode, the mechanism, the source's pixels and strips: the
         {PixelKind::Palette8, "--mech block", "PixelType=Palette;LengthError=-20"},
         {PixelKind::Gray8, "--mech block --mode gray", "RowPadding=0"},
         {PixelKind::Rgb24, "--mech block", "StripRows=1"},
-        {PixelKind::Rgb24, "--mech block", "UnknownLength=1"}};
+        {PixelKind::Rgb24, "--mech block", "UnknownLength=1"},
+        // One-shot scans, by memory, file and native transfer. They take the user's settings from the
+        // source's window when that refuses theirs.
+        {PixelKind::Bw1, "--presto --mode bw", ""},
+        {PixelKind::Gray8, "--presto --mode gray", ""},
+        {PixelKind::Rgb24, "--presto --mode color", ""},
+        {PixelKind::Palette4, "--presto", "BitDepth=4;PixelType=Palette;ReadOnlyCapabilities=ICAP_PIXELTYPE"},
+        {PixelKind::Palette8, "--presto", "PixelType=Palette;ReadOnlyCapabilities=ICAP_PIXELTYPE"},
+        {PixelKind::Rgb24, "--presto --mode color", "RefusedMechanisms=Memory"},
+        {PixelKind::Rgb24, "--presto --mode color", "RefusedMechanisms=Memory,File"},
+        {PixelKind::Palette4, "--presto",
+         "RefusedMechanisms=Memory,File;BitDepth=4;PixelType=Palette;ReadOnlyCapabilities=ICAP_PIXELTYPE"}};
     for (const auto& row : rows)
         checkPage(pageOf(row.kind, 62), row.options, row.settings);
 }
@@ -84,10 +114,13 @@ TEST_CASE("a part of the page, other paper, other tones, the user's own page") {
     legal.area = {0, 0, 8.5, 14};  // beyond the A4 page there is the lid
     checkPage(legal, "--mode gray --paper legal");
 
-    PageRequest toned = tonedPage(50);
+    const std::string tones = "--mode gray --brightness 30 --contrast 20 --highlight 230 --shadow 20 ";
+    PageRequest toned = gray;
+    toned.tone = {300, 200, 230, 20};
+    checkPage(toned, tones + "--presto");
     toned.tone.gamma = 1.5;
     toned.unsharpMask = true;
-    checkPage(toned, "--mode gray --gamma 1.5 --set unsharp-mask=on" + toneOptions);
+    checkPage(toned, tones + "--gamma 1.5 --set unsharp-mask=on");
 
     PageRequest dark = pageOf(PixelKind::Bw1, 50);
     dark.tone.threshold = 40;
@@ -100,4 +133,84 @@ TEST_CASE("a part of the page, other paper, other tones, the user's own page") {
     own.smscan("--output own.bmp --resolution 200 --area 2,3,2.615,3.385");
     REQUIRE(pagesIn(own, part) == "\nown.bmp: 24 bit, 200 dpi: the page");
     checkPage(part, "--mech native", "Page=" + own.path("own.bmp"));
+}
+
+TEST_CASE("all pages of the feeder; those before a failure are kept, and its reason is told") {
+    const std::string jam =
+        "paper jam (condition code 20). Clear the paper path, put the pages left back and scan them.";
+    const std::string cancelled = "cancelled at the source.";
+    const struct {
+        std::string mechanism, settings;
+        int pages, exitCode;
+        std::string reason;
+    } rows[] = {
+        {"native", "Pages=3", 3, 0, ""},
+        {"native", "Pages=2;JamAtPage=2", 1, 1, jam},
+        {"file", "Pages=2;JamAtPage=2", 1, 1, jam},
+        {"memory", "Pages=3;JamAtPage=3;FaultAfterStrip=2", 2, 1, jam},
+        {"block", "Pages=3;JamAtPage=2;FaultAfterStrip=2", 1, 1,
+         "the source cancelled or failed at line 314; pulled block by block it gives no reason."},
+        {"native", "FailAtPage=1", 0, 1,
+         "the scanner doesn't work (condition code 5). Look whether it is switched on and connected, and "
+         "try again."},
+        {"native", "CancelAtPage=1", 0, 5, cancelled},
+        {"file", "Pages=3;CancelAtPage=2", 1, 5, cancelled},
+        {"memory", "CancelAtPage=1;FaultAfterStrip=2", 0, 5, cancelled},
+        // A failure with condition code 0 is no success.
+        {"native", "FailAtPage=1;FailConditionCode=0", 0, 1, "the source failed and gave no reason."},
+        {"file", "FailAtPage=1;FailConditionCode=0", 0, 1,
+         "The source says that the page is done, but it wrote no BMP file."},
+        {"memory", "FailAtPage=1;FailConditionCode=0", 0, 1,
+         "the source says that the page is done, but delivered nothing of it."},
+        // A wrong count of pending pages costs at most the pages that were denied.
+        {"file", "Pages=2;PendingCountError=1", 2, 0, ""},
+        {"memory", "Pages=2;PendingCountError=1", 2, 0, ""},
+        {"block", "Pages=2;PendingCountError=1", 2, 0, ""},
+        {"block", "Pages=3;PendingCountError=-1", 2, 0, ""}};
+    const char* const kept[] = {" No page was scanned.\n", " 1 page kept.\n", " 2 pages kept.\n"};
+    for (const auto& row : rows) {
+        CAPTURE(row.settings);
+        CAPTURE(row.mechanism);
+        std::string expected, pages;
+        for (int page = 1; page <= row.pages; ++page) {
+            const std::string name = "p" + std::to_string(page) + ".bmp";
+            expected += name + "  413 x 585 pixels, 8 bit, 50 dpi\n";
+            pages += "\n" + name + ": 8 bit, 50 dpi: the page";
+        }
+        if (row.exitCode != 0)
+            expected +=
+                "! smscan: Page " + std::to_string(row.pages + 1) + ": " + row.reason + kept[row.pages];
+        CHECK(scanned(scanGray + "--pages all --mech " + row.mechanism, row.settings, gray) ==
+              expected + "exit " + std::to_string(row.exitCode) + pages);
+    }
+}
+
+TEST_CASE("a page that ends early is kept as far as it came, and not called done") {
+    const std::string rows[][3] = {
+        {"FailAtPage=1;FailConditionCode=0;FaultAfterStrip=2", "314 of 585", "the page, 314 rows"},
+        {"LengthError=30", "585 of 615", "the page"},
+        {"StripRows=100;StripFaults=ShortLast", "542 of 585", "the page, 542 rows"}};
+    for (const auto& [settings, lines, content] : rows) {
+        CAPTURE(settings);
+        CHECK(scanned(scanGray, settings, gray) ==
+              "p1.bmp  413 x " + lines.substr(0, 3) +
+                  " pixels, 8 bit, 50 dpi\n! smscan: Page 1 ended early, at line " + lines +
+                  "; it is kept as far as it came. 1 page kept.\nexit 1\np1.bmp: 8 bit, 50 dpi: " + content);
+    }
+}
+
+TEST_CASE("strips that claim more than there is do no harm") {
+    for (const std::string fault : {"ZeroBytesPerRow", "Oversized", "ExtraRows,ExtraBytes,WideColumns",
+                                    "ZeroBytesPerRow,ExtraBytes,ShortLast", "block Oversized"}) {
+        CAPTURE(fault);
+        const bool block = fault[0] == 'b';
+        const std::string end = scanned(scanGray + (block ? "--mech block" : ""),
+                                        "StripFaults=" + fault.substr(block ? 6 : 0), gray);
+        // Either it can be made sense of or it is refused. Pulled blocks have no numbers to compare, so there
+        // the lies show in the page.
+        const bool refused = end.substr(0, 17) == "! smscan: Page 1:";
+        const std::string page = block ? "\np1.bmp: " : "\np1.bmp: 8 bit, 50 dpi: the page";
+        CHECK(
+            (refused ? end.substr(end.rfind('\n')) == "\nexit 1" : end.find("\nexit 0" + page) != end.npos));
+    }
 }
