@@ -69,10 +69,10 @@ TEST_CASE("the bit depth follows the pixel type, the frame the paper, and the pa
         .check(
             "ICAP_PIXELTYPE 0: success; ICAP_BITDEPTH?: enum UINT16 [1] current 0 default 0; "
             "ICAP_SUPPORTEDSIZES 4: success; frame: 8 x 14; "
-            "frame 1 2 3 4: success; ICAP_SUPPORTEDSIZES: one UINT16 0; frame: 3 x 4; "
-            "frame 0 0 8.5 11: success; ICAP_SUPPORTEDSIZES: one UINT16 3; frame: 8 x 11; "
-            "frame 0 0 8 40: check; ICAP_SUPPORTEDSIZES: one UINT16 0; frame: 8 x 17; "  // beyond the glass
-            "frame 3 0 3 4: failure 10; frame: 8 x 17; "                                 // empty
+            "area 1 2 3 4: success; ICAP_SUPPORTEDSIZES: one UINT16 0; frame: 3 x 4; "
+            "area 0 0 8.5 11: success; ICAP_SUPPORTEDSIZES: one UINT16 3; frame: 8 x 11; "
+            "area 0 0 8 40: check; ICAP_SUPPORTEDSIZES: one UINT16 0; frame: 8 x 17; "  // beyond the glass
+            "area 3 0 3 4: failure 10; frame: 8 x 17; "                                 // empty
             // A source that is opened again has forgotten all that.
             "close: success; open: success; ICAP_BITDEPTH: one UINT16 16; frame: 8 x 11");
 }

@@ -7,10 +7,10 @@
 #include <cstring>
 #include <iterator>
 #include <sstream>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "capabilities/CapabilityTable.h"
 #include "settings/CapabilityText.h"
 #include "settings/SettingsReader.h"
 #include "source/VirtualScanner.h"
@@ -21,9 +21,7 @@ inline vscan::VirtualScannerSettings settingsFrom(std::string text) {
     std::replace(text.begin(), text.end(), ' ', '\n');
     vscan::VirtualScannerSettings settings;
     std::vector<std::string> complaints;
-    const auto found = vscan::parseIni("[Scanner]\n" + text, "test", complaints);
-    for (const std::string& complaint : applySettings(settings, found))
-        throw std::invalid_argument(complaint);
+    REQUIRE(applySettings(settings, vscan::parseIni("[Scanner]\n" + text, "test", complaints)).empty());
     return settings;
 }
 
@@ -34,6 +32,34 @@ inline std::string hex(const std::uint8_t* bytes, size_t count) {
             text += "0123456789abcdef"[digit];
     return text;
 }
+
+struct HostOperation {
+    std::string name;
+    TW_UINT32 group;
+    TW_UINT16 argumentType, message;
+    std::string states;  // in which it is no sequence error; empty: it is none that the scanner knows
+};
+
+inline const HostOperation hostOperations[] = {{"close", DG_CONTROL, DAT_IDENTITY, MSG_CLOSEDS, "4"},
+                                               {"get", DG_CONTROL, DAT_CAPABILITY, MSG_GET, "4567"},
+                                               {"set", DG_CONTROL, DAT_CAPABILITY, MSG_SET, "4"},
+                                               {"event", DG_CONTROL, DAT_EVENT, MSG_PROCESSEVENT, "567"},
+                                               {"enable", DG_CONTROL, DAT_USERINTERFACE, MSG_ENABLEDS, "4"},
+                                               {"disable", DG_CONTROL, DAT_USERINTERFACE, MSG_DISABLEDS, "5"},
+                                               {"pending", DG_CONTROL, DAT_PENDINGXFERS, MSG_GET, "4567"},
+                                               {"end", DG_CONTROL, DAT_PENDINGXFERS, MSG_ENDXFER, "67"},
+                                               {"reset", DG_CONTROL, DAT_PENDINGXFERS, MSG_RESET, "67"},
+                                               {"file", DG_CONTROL, DAT_SETUPFILEXFER, MSG_SET, "456"},
+                                               {"buffers", DG_CONTROL, DAT_SETUPMEMXFER, MSG_GET, "456"},
+                                               {"unknown", DG_CONTROL, 0x0042, MSG_GET, ""},
+                                               {"palette", DG_IMAGE, DAT_PALETTE8, MSG_GET, "456"},
+                                               {"frame", DG_IMAGE, DAT_IMAGELAYOUT, MSG_GET, "456"},
+                                               {"area", DG_IMAGE, DAT_IMAGELAYOUT, MSG_SET, "4"},
+                                               {"image", DG_IMAGE, DAT_IMAGEINFO, MSG_GET, "67"},
+                                               {"unknown", DG_IMAGE, DAT_IMAGEINFO, MSG_SET, ""},
+                                               {"strip", DG_IMAGE, DAT_IMAGEMEMXFER, MSG_GET, "67"},
+                                               {"native", DG_IMAGE, DAT_IMAGENATIVEXFER, MSG_GET, "6"},
+                                               {"unknown", DG_IMAGE, DAT_STATUS, MSG_GET, ""}};
 
 // Operations answer "success" or what else was returned; a failure with its condition code: "failure 11".
 class VirtualHost {
@@ -46,7 +72,7 @@ public:
         if (state >= 5) answer(state == 5 ? "show" : "enable");
         if (state >= 6) answer("image");  // the host has seen that the image is ready
         if (state == 7) answer("strip");
-        if (scanner.state() != state) throw std::runtime_error("the state can't be reached");
+        REQUIRE(scanner.state() == state);
     }
 
     std::string call(TW_UINT32 group, TW_UINT16 argumentType, TW_UINT16 message, void* data) {
@@ -99,70 +125,51 @@ public:
         words >> name;
         const std::vector<double> values{std::istream_iterator<double>(words), {}};
         if (name == "open") return control(DAT_IDENTITY, MSG_OPENDS);
-        if (name == "close") return control(DAT_IDENTITY, MSG_CLOSEDS);
-        if (name == "enable" || name == "show") return enable(name == "show");
-        if (name == "disable") return control(DAT_USERINTERFACE, MSG_DISABLEDS);
-        if (name == "strip") return strip();
-        if (name == "end") return pendingAfter(MSG_ENDXFER);
-        if (name == "reset") return pendingAfter(MSG_RESET);
         if (name == "state") return std::to_string(scanner.state());
         if (name == "page") return std::to_string(scanner.request().pageNumber);
         if (name == "notes") return notes;
-        if (name == "image") return imageText();
-        if (name == "frame") return values.empty() ? frameText() : setFrame(values);
-        const bool all = name.back() == '?';
-        const auto id = vscan::capabilityFromText(name.substr(0, name.size() - all));
+        if (name == "write") return image(DAT_IMAGEFILEXFER, MSG_GET);
+        for (const HostOperation& operation : hostOperations)
+            if (operation.name == (name == "show" ? "enable" : name)) return answer(operation, name, values);
+        const bool isAll = name.back() == '?';
+        const auto id = vscan::capabilityFromText(name.substr(0, name.size() - isAll));
         const auto capability = static_cast<TW_UINT16>(id.value());
-        return values.empty() ? ask(capability, all ? MSG_GET : MSG_GETCURRENT)
-                              : setTo(capability, values[0]);
+        if (values.empty()) return ask(capability, isAll ? MSG_GET : MSG_GETCURRENT);
+        const TW_UINT16 type = vscan::CapabilityTable(scanner.settings()).offered(capability)->itemType;
+        const auto whole = static_cast<TW_UINT32>(static_cast<int>(values[0]));
+        return set(capability, oneValue(type, type == TWTY_FIX32 ? fix32(values[0]) : whole));
     }
 
     std::string notes;  // what the scanner told its host: "ready close "
     vscan::VirtualScanner scanner;
 
 private:
-    std::string enable(bool showUi) {
-        TW_USERINTERFACE request{static_cast<TW_BOOL>(showUi), FALSE, nullptr};
-        return control(DAT_USERINTERFACE, MSG_ENABLEDS, &request);
-    }
-    // Asks for a strip in a buffer that nobody looks at.
-    std::string strip() {
-        std::vector<char> buffer(8192);
-        TW_IMAGEMEMXFER request{};
-        request.Memory = {TWMF_APPOWNS | TWMF_POINTER, buffer.size(), buffer.data()};
-        return image(DAT_IMAGEMEMXFER, MSG_GET, &request);
-    }
-    std::string pendingAfter(TW_UINT16 message) {
-        TW_PENDINGXFERS pending{0xEEEE, 0};
-        const std::string result = control(DAT_PENDINGXFERS, message, &pending);
-        return result == "success" ? std::to_string(pending.Count) : result;
-    }
-    std::string imageText() {
-        TW_IMAGEINFO info{};
-        image(DAT_IMAGEINFO, MSG_GET, &info);
-        return std::to_string(info.ImageWidth) + " x " + std::to_string(info.ImageLength) + ", " +
-               std::to_string(info.BitsPerPixel) + " bit";
-    }
-    std::string frameText() {
-        TW_IMAGELAYOUT layout{};
-        image(DAT_IMAGELAYOUT, MSG_GET, &layout);
-        return std::to_string(layout.Frame.Right.Whole) + " x " + std::to_string(layout.Frame.Bottom.Whole);
-    }
-    std::string setFrame(const std::vector<double>& edges) {
-        TW_IMAGELAYOUT layout{};
-        TW_UINT32 frame[4];
-        std::transform(edges.begin(), edges.end(), frame, fix32);
-        std::memcpy(&layout.Frame, frame, sizeof frame);
-        return image(DAT_IMAGELAYOUT, MSG_SET, &layout);
-    }
-    // In the item type that the scanner itself uses.
-    std::string setTo(TW_UINT16 capability, double value) {
-        TW_CAPABILITY request{capability, TWON_DONTCARE16, nullptr};
-        control(DAT_CAPABILITY, MSG_GETCURRENT, &request);
-        TW_ONEVALUE one = *static_cast<TW_ONEVALUE*>(GlobalLock(request.hContainer));
-        GlobalFree(request.hContainer);
-        const auto whole = static_cast<TW_UINT32>(static_cast<int>(value));
-        return set(capability, oneValue(one.ItemType, one.ItemType == TWTY_FIX32 ? fix32(value) : whole));
+    // What an operation says of its data, else its result.
+    std::string answer(const HostOperation& operation, const std::string& name,
+                       const std::vector<double>& values) {
+        union {
+            TW_UINT32 numbers[4096];
+            TW_USERINTERFACE window;
+            TW_IMAGEMEMXFER strip;
+            TW_IMAGELAYOUT layout;
+            TW_IMAGEINFO image;
+            TW_PENDINGXFERS pending;
+            TW_SETUPMEMXFER buffers;
+        } data = {};
+        std::transform(values.begin(), values.end(), data.numbers, fix32);
+        if (name == "show") data.window.ShowUI = TRUE;
+        if (name == "strip") data.strip.Memory = {TWMF_APPOWNS | TWMF_POINTER, 8192, data.numbers + 1024};
+        const std::string result = call(operation.group, operation.argumentType, operation.message, &data);
+        std::ostringstream text;
+        if (name == "end" || name == "reset") text << data.pending.Count;
+        if (name == "image")
+            text << data.image.ImageWidth << " x " << data.image.ImageLength << ", "
+                 << data.image.BitsPerPixel << " bit";
+        if (name == "frame") text << data.layout.Frame.Right.Whole << " x " << data.layout.Frame.Bottom.Whole;
+        if (name == "buffers")
+            text << data.buffers.MinBufSize << " " << data.buffers.Preferred << " "
+                 << data.buffers.MaxBufSize;
+        return result == "success" && !text.str().empty() ? text.str() : result;
     }
 };
 

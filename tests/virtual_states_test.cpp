@@ -4,25 +4,6 @@
 
 namespace {
 
-struct Operation {
-    TW_UINT32 group;
-    TW_UINT16 argumentType, message;
-    std::string states;  // in which it is no sequence error; empty: it is none that the scanner knows
-};
-
-constexpr TW_UINT32 C = DG_CONTROL, I = DG_IMAGE;
-const Operation operations[] = {
-    {C, DAT_IDENTITY, MSG_CLOSEDS, "4"},       {C, DAT_CAPABILITY, MSG_GET, "4567"},
-    {C, DAT_CAPABILITY, MSG_SET, "4"},         {C, DAT_EVENT, MSG_PROCESSEVENT, "567"},
-    {C, DAT_USERINTERFACE, MSG_ENABLEDS, "4"}, {C, DAT_USERINTERFACE, MSG_DISABLEDS, "5"},
-    {C, DAT_PENDINGXFERS, MSG_GET, "4567"},    {C, DAT_PENDINGXFERS, MSG_ENDXFER, "67"},
-    {C, DAT_PENDINGXFERS, MSG_RESET, "67"},    {C, DAT_SETUPFILEXFER, MSG_SET, "456"},
-    {C, DAT_SETUPMEMXFER, MSG_GET, "456"},     {C, 0x0042, MSG_GET, ""},
-    {I, DAT_PALETTE8, MSG_GET, "456"},         {I, DAT_IMAGELAYOUT, MSG_GET, "456"},
-    {I, DAT_IMAGELAYOUT, MSG_SET, "4"},        {I, DAT_IMAGEINFO, MSG_GET, "67"},
-    {I, DAT_IMAGEINFO, MSG_SET, ""},           {I, DAT_IMAGEMEMXFER, MSG_GET, "67"},
-    {I, DAT_IMAGENATIVEXFER, MSG_GET, "6"},    {I, DAT_STATUS, MSG_GET, ""}};
-
 // A whole batch: what enabling answered, then of each page its number, what its strips gave and the count of
 // pages left; at last whether paper is loaded, before and after disabling.
 std::string batchText(VirtualHost& host) {
@@ -42,9 +23,9 @@ std::string batchText(VirtualHost& host) {
 }  // namespace
 
 TEST_CASE("what is out of sequence, unknown or no data is refused, in every state") {
-    for (const Operation& operation : operations) {
+    for (const HostOperation& operation : hostOperations) {
         for (int state = 3; state <= 7; ++state) {
-            CAPTURE(&operation - operations);
+            CAPTURE(operation.name);
             CAPTURE(state);
             VirtualHost host("Pages=2 Resolution=50", state);
             const auto call = [&](void* data) {
