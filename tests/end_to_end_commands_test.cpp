@@ -17,10 +17,6 @@ const std::string grayLine = "p.bmp  413 x 585 pixels, 8 bit, 50 dpi\n";
 TEST_CASE("what is printed and how it ends, with nothing else in the folder") {
     const std::string caps = " smscan --caps shows what the source offers.", presto = scanGray + "--presto";
     const std::string none = "There is no source \"nonsense\". There are:\n!   KAVRO Virtual Scanner";
-    const std::string look = " Look whether the scanner is switched on and connected, and try again.";
-    const std::string broken =
-        "the scanner doesn't work (condition code 5). Look whether it is switched on "
-        "and connected, and try again.";
     const std::string unknown = "not known to the source (condition code 6).";
     const std::string jam =
         "Page 1: paper jam (condition code 20). Clear the paper path, put the pages left back and scan them.";
@@ -50,9 +46,11 @@ TEST_CASE("what is printed and how it ends, with nothing else in the folder") {
         {"--output .\\", "", 6, "Cannot write \".\\\": it is a folder. Choose another --output."},
         // A source that can't scan, or doesn't offer what is wanted.
         {"", "OpenFault=offline", 1,
-         "Cannot open the source \"KAVRO Virtual Scanner\": failure of unknown cause (condition code 1)." +
-             look},
-        {"", "OpenFault=brightness", 1, "The source opens, but can't be used: " + broken},
+         "Cannot open the source \"KAVRO Virtual Scanner\": failure of unknown cause (condition code 1). "
+         "Look whether the scanner is switched on and connected, and try again."},
+        {"", "OpenFault=brightness", 1,
+         "The source opens, but can't be used: the scanner doesn't work (condition code 5). Look whether it "
+         "is switched on and connected, and try again."},
         {"", "Pages=0", 1, "The feeder is empty. Put the pages in and try again."},
         {"--mech file", "RefusedMechanisms=File", 1,
          "The source doesn't offer --mech file. Try another one."},

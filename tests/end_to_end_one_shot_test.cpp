@@ -12,6 +12,7 @@ using vscan::SourceWindow;
 namespace {
 
 const std::string scanGray = "--resolution 50 --mode gray --output p.bmp ";
+const vscan::PageRequest gray = pageOf(PixelKind::Gray8, 50);
 const std::string grayLine = "p.bmp  413 x 585 pixels, 8 bit, 50 dpi\n";
 
 // What pagesIn shows: the file of a memory transfer has no resolution.
@@ -31,40 +32,31 @@ TEST_CASE("a file of the one-shot scan that can't be removed is named") {
 }
 
 TEST_CASE("boxes: a depth that the one-shot scan doesn't know ends it; there may be more pages") {
-    ScanFolder folder;
     ForeignDialog windows(IDOK);
-    const std::string printed =
-        folder.smscan(scanGray + "--presto --ui",
-                      "PixelType=Gray;BitDepth=4;ReadOnlyCapabilities=ICAP_PIXELTYPE", std::ref(windows));
-    CHECK(printed.substr(printed.rfind('\n')) == "\nexit 1");
-    CHECK(windows.count() == 2);  // the source's window, then the box
+    const std::string gray4 = "PixelType=Gray;BitDepth=4;ReadOnlyCapabilities=ICAP_PIXELTYPE";
+    const std::string end = scanned(scanGray + "--presto --ui", gray4, gray, std::ref(windows));
+    CHECK(end.substr(end.rfind('\n')) == "\nexit 1");  // and no file behind it
+    CHECK(windows.count() == 2);                       // the source's window, then the box
     CHECK(windows.seen.find("\n[Error] Tipo de p\xEDxel no v\xE1lido\n") != std::string::npos);
-    CHECK(folder.files() == "");
     // The source says that there is more, but the feeder is empty.
     for (const int answer : {IDYES, IDNO}) {
         ForeignDialog box(answer);
-        CHECK(folder.smscan(scanGray + "--presto --pages 2", "PendingCountError=1", std::ref(box)) ==
+        CHECK(scanned(scanGray + "--presto --pages 2", "PendingCountError=1", gray, std::ref(box)) ==
               grayLine +
                   "! Note: a one-shot scan is one page. Run it again for the next one, or scan without "
-                  "--presto.\nexit 0");
-        CHECK(box.seen ==
-              "[smscan] \xBF"
-              "Explorar m\xE1s p\xE1ginas?\n");
-        CHECK(pagesIn(folder, pageOf(PixelKind::Gray8, 50)) == page(PixelKind::Gray8));
+                  "--presto.\nexit 0" +
+                  page(PixelKind::Gray8));
+        CHECK(box.seen == std::string("[smscan] \xBF") + "Explorar m\xE1s p\xE1ginas?\n");
     }
 }
 
 TEST_CASE("the source's window: Scan brings the page, Cancel ends the scan") {
-    ScanFolder folder;
-    ForeignDialog scan(SourceWindow::scanButton);
-    CHECK(folder.smscan(scanGray + "--ui", "", std::ref(scan)) == grayLine + "exit 0");
+    ForeignDialog scan(SourceWindow::scanButton), cancel(SourceWindow::cancelButton);
+    CHECK(scanned(scanGray + "--ui", "", gray, std::ref(scan)) ==
+          grayLine + "exit 0" + page(PixelKind::Gray8, "50"));
     CHECK(scan.count() == 1);
-    CHECK(pagesIn(folder, pageOf(PixelKind::Gray8, 50)) == page(PixelKind::Gray8, "50"));
-
-    ForeignDialog cancel(SourceWindow::cancelButton);
-    CHECK(folder.smscan(scanGray + "--ui", "", std::ref(cancel)) ==
+    CHECK(scanned(scanGray + "--ui", "", gray, std::ref(cancel)) ==
           "! smscan: The source's window was closed. No page was scanned.\nexit 5");
-    CHECK(folder.files() == "p.bmp");  // the one that was there
 }
 
 TEST_CASE("the small hosts in C") {

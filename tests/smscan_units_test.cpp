@@ -99,17 +99,12 @@ TEST_CASE("a strip's numbers count only as far as its bytes and the page go") {
     const struct {
         Strip strip;
         int bits;
-        const char* counts;  // on a page 5 pixels wide
-    } rows[] = {{{nullptr, 8, 4, 3, 2, 0, 0}, 8, "3 x 2"},
-                {{nullptr, 7, 4, 3, 2, 0, 0}, 8, "3 x 2"},  // the last padding may be missing
-                {{nullptr, 6, 4, 3, 2, 0, 0}, 8, "3 x 1"},  // but no pixel
-                {{nullptr, 8, 4, 99, 9, 0, 0}, 8, "4 x 2"},
-                {{nullptr, 8, 8, 99, 9, 0, 0}, 8, "5 x 1"},
-                {{nullptr, 8, 4, 3, 9, 3, 0}, 8, "2 x 2"},
-                {{nullptr, 8, 4, 3, 2, 6, 0}, 8, "0 x 0"},  // beside the page
-                {{nullptr, 8, 0, 3, 2, 0, 0}, 8, "0 x 0"},
-                {{nullptr, 2, 1, 9, 2, 0, 0}, 1, "5 x 2"},
-                {{nullptr, 8, 4, 9, 2, 0, 0}, 24, "1 x 2"}};
+        const char* counts;  // on a page 5 pixels wide; a last row may lack its padding, but no pixel
+    } rows[] = {{{nullptr, 8, 4, 3, 2, 0, 0}, 8, "3 x 2"},  {{nullptr, 7, 4, 3, 2, 0, 0}, 8, "3 x 2"},
+                {{nullptr, 6, 4, 3, 2, 0, 0}, 8, "3 x 1"},  {{nullptr, 8, 4, 99, 9, 0, 0}, 8, "4 x 2"},
+                {{nullptr, 8, 8, 99, 9, 0, 0}, 8, "5 x 1"}, {{nullptr, 8, 4, 3, 9, 3, 0}, 8, "2 x 2"},
+                {{nullptr, 8, 4, 3, 2, 6, 0}, 8, "0 x 0"},  {{nullptr, 8, 0, 3, 2, 0, 0}, 8, "0 x 0"},
+                {{nullptr, 2, 1, 9, 2, 0, 0}, 1, "5 x 2"},  {{nullptr, 8, 4, 9, 2, 0, 0}, 24, "1 x 2"}};
     for (const auto& row : rows) {
         const Strip strip = trimmed(row.strip, row.bits, 5);
         CHECK(format("%u x %u", strip.columns, strip.rows) == row.counts);
@@ -135,6 +130,8 @@ TEST_CASE("a page in planes is complete with its third plane; rows far outside a
 }
 
 TEST_CASE("capabilities are read within their block, whatever the source says") {
+    const ContainerImage list = enumeration(TWTY_UINT16, {5, 6, 7}, 2);
+    const ContainerImage span = range(TWTY_INT16, {0xFF9C, 100, 1, 0, 50});
     const std::string none;
     const struct {
         ContainerImage container;
@@ -144,11 +141,11 @@ TEST_CASE("capabilities are read within their block, whatever the source says") 
                 {oneValue(TWTY_FIX32, fix32(-1.5)), "-1.5 of 0..0"},
                 {cut(oneValue(TWTY_UINT16, 263)), none},
                 {oneValue(255, 263), none},
-                {enumeration(TWTY_UINT16, {5, 6, 7}, 2), "7 of 0..0 5 6 7"},
+                {list, "7 of 0..0 5 6 7"},
                 {enumeration(TWTY_UINT16, {5, 6, 7}, 3), none},
-                {cut(enumeration(TWTY_UINT16, {5, 6, 7}, 0)), none},
-                {range(TWTY_INT16, {0xFF9C, 100, 1, 0, 50}), "50 of -100..100"},
-                {cut(range(TWTY_INT16, {0xFF9C, 100, 1, 0, 50})), none},
+                {cut(list), none},
+                {span, "50 of -100..100"},
+                {cut(span), none},
                 {array(TWTY_UINT16, {7}), none},
                 {withoutHandle(TWON_ONEVALUE), none}};
     for (const auto& row : rows) {

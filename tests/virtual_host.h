@@ -40,26 +40,18 @@ struct HostOperation {
     std::string states;  // in which it is no sequence error; empty: it is none that the scanner knows
 };
 
-inline const HostOperation hostOperations[] = {{"close", DG_CONTROL, DAT_IDENTITY, MSG_CLOSEDS, "4"},
-                                               {"get", DG_CONTROL, DAT_CAPABILITY, MSG_GET, "4567"},
-                                               {"set", DG_CONTROL, DAT_CAPABILITY, MSG_SET, "4"},
-                                               {"event", DG_CONTROL, DAT_EVENT, MSG_PROCESSEVENT, "567"},
-                                               {"enable", DG_CONTROL, DAT_USERINTERFACE, MSG_ENABLEDS, "4"},
-                                               {"disable", DG_CONTROL, DAT_USERINTERFACE, MSG_DISABLEDS, "5"},
-                                               {"pending", DG_CONTROL, DAT_PENDINGXFERS, MSG_GET, "4567"},
-                                               {"end", DG_CONTROL, DAT_PENDINGXFERS, MSG_ENDXFER, "67"},
-                                               {"reset", DG_CONTROL, DAT_PENDINGXFERS, MSG_RESET, "67"},
-                                               {"file", DG_CONTROL, DAT_SETUPFILEXFER, MSG_SET, "456"},
-                                               {"buffers", DG_CONTROL, DAT_SETUPMEMXFER, MSG_GET, "456"},
-                                               {"unknown", DG_CONTROL, 0x0042, MSG_GET, ""},
-                                               {"palette", DG_IMAGE, DAT_PALETTE8, MSG_GET, "456"},
-                                               {"frame", DG_IMAGE, DAT_IMAGELAYOUT, MSG_GET, "456"},
-                                               {"area", DG_IMAGE, DAT_IMAGELAYOUT, MSG_SET, "4"},
-                                               {"image", DG_IMAGE, DAT_IMAGEINFO, MSG_GET, "67"},
-                                               {"unknown", DG_IMAGE, DAT_IMAGEINFO, MSG_SET, ""},
-                                               {"strip", DG_IMAGE, DAT_IMAGEMEMXFER, MSG_GET, "67"},
-                                               {"native", DG_IMAGE, DAT_IMAGENATIVEXFER, MSG_GET, "6"},
-                                               {"unknown", DG_IMAGE, DAT_STATUS, MSG_GET, ""}};
+constexpr TW_UINT32 C = DG_CONTROL, I = DG_IMAGE;
+inline const HostOperation hostOperations[] = {
+    {"event", C, DAT_EVENT, MSG_PROCESSEVENT, "567"},      {"close", C, DAT_IDENTITY, MSG_CLOSEDS, "4"},
+    {"enable", C, DAT_USERINTERFACE, MSG_ENABLEDS, "4"},   {"get", C, DAT_CAPABILITY, MSG_GET, "4567"},
+    {"disable", C, DAT_USERINTERFACE, MSG_DISABLEDS, "5"}, {"set", C, DAT_CAPABILITY, MSG_SET, "4"},
+    {"pending", C, DAT_PENDINGXFERS, MSG_GET, "4567"},     {"unknown", C, 0x0042, MSG_GET, ""},
+    {"end", C, DAT_PENDINGXFERS, MSG_ENDXFER, "67"},       {"palette", I, DAT_PALETTE8, MSG_GET, "456"},
+    {"reset", C, DAT_PENDINGXFERS, MSG_RESET, "67"},       {"frame", I, DAT_IMAGELAYOUT, MSG_GET, "456"},
+    {"file", C, DAT_SETUPFILEXFER, MSG_SET, "456"},        {"area", I, DAT_IMAGELAYOUT, MSG_SET, "4"},
+    {"buffers", C, DAT_SETUPMEMXFER, MSG_GET, "456"},      {"image", I, DAT_IMAGEINFO, MSG_GET, "67"},
+    {"native", I, DAT_IMAGENATIVEXFER, MSG_GET, "6"},      {"unknown", I, DAT_IMAGEINFO, MSG_SET, ""},
+    {"strip", I, DAT_IMAGEMEMXFER, MSG_GET, "67"},         {"unknown", I, DAT_STATUS, MSG_GET, ""}};
 
 // Operations answer "success" or what else was returned; a failure with its condition code: "failure 11".
 class VirtualHost {
