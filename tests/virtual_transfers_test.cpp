@@ -53,12 +53,8 @@ TEST_CASE("strips are cut and laid out as asked, and lie as asked, but their byt
          "2e0077ffc0ff0000c5400ebf57bf0000; 16: 8, 3 x 2 at 0,0 4b009400dd000000e2402b4074400000"},
         {"StripRows=1 RowPadding=0", 7,
          "3: 3, 3 x 1 at 0,0 4c9595eeeeeeee; 3: 3, 3 x 1 at 0,1 668a8aeeeeeeee"},
-        {"StripFaults=ZeroBytesPerRow", 8, "8: 0, 3 x 2 at 0,0 4c959500668a8a00"},
-        {"StripFaults=ExtraRows", 8, "8: 4, 3 x 102 at 0,0 4c959500668a8a00"},
-        {"StripFaults=ExtraBytes", 8, "408: 4, 3 x 2 at 0,0 4c959500668a8a00"},
-        {"StripFaults=WideColumns", 8, "8: 4, 100003 x 2 at 0,0 4c959500668a8a00"},
-        {"StripFaults=Oversized", 8, "408: 4, 3 x 102 at 0,0 4c959500668a8a00"},
-        {"StripFaults=ShortLast", 4, "4: 4, 3 x 1 at 0,0 4c959500; 0: 4, 3 x 1 at 0,1 668a8a00"}};
+        // Other lies show in the pages that hosts make of them.
+        {"StripFaults=WideColumns", 8, "8: 4, 100003 x 2 at 0,0 4c959500668a8a00"}};
     for (const auto& row : rows) {
         CAPTURE(row.settings);
         CHECK(CornerHost("Memory", row.settings).stripsText(row.length) ==
