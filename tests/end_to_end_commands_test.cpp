@@ -30,16 +30,14 @@ TEST_CASE("what is printed and how it ends, with nothing else in the folder") {
         {"--list", "Manufacturer=Another;ProductName=Scanner 7", 4,
          "No source found. The TWAIN manager \"C:\\windows\\TWAIN_32.DLL\" was loaded and asked. It lists no "
          "source of the maker KAVRO, but its default source is \"Scanner 7\" of another maker. smscan "
-         "without "
-         "--source scans from it."},
+         "without --source scans from it."},
         {"--source nonsense", "", 4, none},
         {"--default nonsense", "", 4, none},
         {"--nonsense", "", 2, "Unknown option \"--nonsense\".\n! smscan --help lists the options."},
         {"--resolution 5000", "", 2, "The source offers X resolution from 50 to 1200 dpi, not 5000." + caps},
         {"--area 0,0,20,2", "", 2,
          "The source scans up to 11.70 x 17.00 inches (29.7 x 43.2 cm); --area reaches to 20.00 x 2.00 "
-         "inches." +
-             caps},
+         "inches. smscan --caps shows what the source offers."},
         {"--output nowhere/p.bmp", "", 6,
          "Cannot write \"nowhere/p.bmp\": there is no folder \"" + folder.path("nowhere") +
              "\". Make it, or choose another --output."},

@@ -46,9 +46,9 @@ TEST_CASE("the environment overrides the file; what can't be used is reported wi
     std::ofstream(path, std::ios::binary)
         << "\xEF\xBB\xBF; comment\r\nPages=1\r\n[Scanner]\r\n Pages = 3 \r\nColour=1\r\nResolution=high\r\n"
            "nonsense\r\nPixelType=Gray\r\nBitDepth=48\r\nRefusedMechanisms=Native\r\n[Other]\r\n[scanner]\r\n"
-           "ProductName=A Name\nFirmwareVersion=0x10\nDelay=1\nPlanar=yes\nPaper=3 x 4.25\npixeltypes=gray, "
-           "bw\n"
-           "StripFaults=ShortLast, ExtraRows\nRefusedCapabilities=icap_gamma,0x8001,0x9999\n"
+           "ProductName=A Name\nFirmwareVersion=0x10\nDelay=1\nPlanar=yes\nPaper=3 x 4.25\n"
+           "pixeltypes=gray, bw\nStripFaults=ShortLast, ExtraRows\n"
+           "RefusedCapabilities=icap_gamma,0x8001,0x9999\n"
            "Pages=-1\nBedWidth=8,5\nReadOnlyCapabilities=ICAP_NONSENSE\n"
            "ProductFamily=a name of more than thirty-two characters\n";
     SetEnvironmentVariableA("VSCAN_DELAY", "15");
