@@ -1,5 +1,5 @@
-// One call from scanner to file, end to end: smscan --presto and the small hosts in C, by each way the image
-// can take; and the windows that a scan can show, with their buttons pressed.
+// The windows that a scan can show, with their buttons pressed; what the one-shot scan leaves; the small
+// hosts in C.
 #include <doctest.h>
 #include <source/SourceWindow.h>
 
@@ -11,12 +11,8 @@ using vscan::SourceWindow;
 
 namespace {
 
-// What the source refuses, so that the module comes down to memory, file and native transfer.
-const std::string byMemory = "RefusedMechanisms=;";
-const std::string byFile = "RefusedMechanisms=Memory;";
-const std::string byNative = "RefusedMechanisms=Memory,File;";
-
 const std::string scanGray = "--resolution 50 --mode gray --output p.bmp ";
+const vscan::PageRequest gray = pageOf(PixelKind::Gray8, 50);
 const std::string grayLine = "p.bmp  413 x 585 pixels, 8 bit, 50 dpi\n";
 
 // What pagesIn shows: the file of a memory transfer has no resolution.
@@ -26,60 +22,8 @@ std::string page(PixelKind kind, const std::string& dpi = "0") {
 
 }  // namespace
 
-TEST_CASE("the one-shot scan writes the page, in every pixel type by every mechanism") {
-    // It takes what the user set in the source's window when that refuses the host's mode.
-    const std::string palette = "PixelType=Palette;ReadOnlyCapabilities=ICAP_PIXELTYPE";
-    const struct {
-        std::string options, settings;
-        PixelKind kind;
-        std::string dpi;
-        size_t windows;
-    } rows[] = {{"--mode bw", byMemory, PixelKind::Bw1, "0", 0},
-                {"--mode gray", byMemory, PixelKind::Gray8, "0", 0},
-                {"--mode color", byMemory, PixelKind::Rgb24, "0", 0},
-                {"", byMemory + "BitDepth=4;" + palette, PixelKind::Palette4, "0", 1},
-                {"", byMemory + palette, PixelKind::Palette8, "0", 1},
-                {"--mode color", byFile, PixelKind::Rgb24, "62", 0},
-                {"--mode color", byNative, PixelKind::Rgb24, "62", 0},
-                {"", byNative + "BitDepth=4;" + palette, PixelKind::Palette4, "62", 1}};
-    for (const auto& row : rows) {
-        CAPTURE(row.settings);
-        ForeignDialog window(SourceWindow::scanButton);
-        CHECK(scanned("--presto --resolution 62 --output p.bmp " + row.options, row.settings,
-                      pageOf(row.kind, 62), std::ref(window)) ==
-              "p.bmp  513 x 725 pixels, " + std::to_string(vscan::bitsPerPixel(row.kind)) +
-                  " bit, 62 dpi\nexit 0" + page(row.kind, row.dpi));
-        CHECK(window.count() == row.windows);
-    }
-    CHECK(scanned(scanGray + "--presto" + toneOptions, "", tonedPage(50)) ==
-          grayLine + "exit 0" + page(PixelKind::Gray8));
-}
-
-TEST_CASE("a one-shot scan that ends badly says so and leaves no file") {
-    const std::string jam =
-        "Page 1: paper jam (condition code 20). Clear the paper path, put the pages left back and scan "
-        "them.\nexit 1";
-    const std::string cancelled = "Page 1: cancelled at the source.\nexit 5";
+TEST_CASE("a file of the one-shot scan that can't be removed is named") {
     ScanFolder folder;
-    const std::string rows[][2] = {
-        {byMemory + "JamAtPage=1;StripRows=100;FaultAfterStrip=2", jam},
-        {byFile + "JamAtPage=1", jam},
-        {byNative + "JamAtPage=1", jam},
-        {byMemory + "CancelAtPage=1", cancelled},
-        {byNative + "CancelAtPage=1", cancelled},
-        {byMemory + "UnknownLength=1",
-         "The one-shot scan can't write this page: its size isn't known, or it has a type or depth that it "
-         "doesn't know. Scan without --presto.\nexit 1"},
-        {"RefusedMechanisms=Native,File,Memory",
-         "The source \"KAVRO Virtual Scanner\" can be opened, but refuses the one-shot scan. Scan without "
-         "--presto to learn more.\nexit 1"}};
-    for (const auto& row : rows) {
-        CAPTURE(row[0]);
-        const std::string printed = folder.smscan(scanGray + "--presto", row[0]);
-        CHECK(printed.substr(printed.find("! smscan: ") + 10) == row[1]);
-        CHECK(folder.files() == "");
-    }
-    // What can't be removed is named.
     CHECK(
         folder.smscan("--presto --mode color --resolution 50 --output p.bmp", "Planar=1;StripColumns=100") ==
         "! smscan: The page's file can't be made or written. What came of it is left in \"" +
@@ -88,40 +32,31 @@ TEST_CASE("a one-shot scan that ends badly says so and leaves no file") {
 }
 
 TEST_CASE("boxes: a depth that the one-shot scan doesn't know ends it; there may be more pages") {
-    ScanFolder folder;
     ForeignDialog windows(IDOK);
-    const std::string printed =
-        folder.smscan(scanGray + "--presto --ui",
-                      "PixelType=Gray;BitDepth=4;ReadOnlyCapabilities=ICAP_PIXELTYPE", std::ref(windows));
-    CHECK(printed.substr(printed.rfind('\n')) == "\nexit 1");
-    CHECK(windows.count() == 2);  // the source's window, then the box
-    CHECK(windows.seen().find("\n[Error] Tipo de p\xEDxel no v\xE1lido\n") != std::string::npos);
-    CHECK(folder.files() == "");
+    const std::string gray4 = "PixelType=Gray;BitDepth=4;ReadOnlyCapabilities=ICAP_PIXELTYPE";
+    const std::string end = scanned(scanGray + "--presto --ui", gray4, gray, std::ref(windows));
+    CHECK(end.substr(end.rfind('\n')) == "\nexit 1");  // and no file behind it
+    CHECK(windows.count() == 2);                       // the source's window, then the box
+    CHECK(windows.seen.find("\n[Error] Tipo de p\xEDxel no v\xE1lido\n") != std::string::npos);
     // The source says that there is more, but the feeder is empty.
     for (const int answer : {IDYES, IDNO}) {
         ForeignDialog box(answer);
-        CHECK(folder.smscan(scanGray + "--presto --pages 2", "PendingCountError=1", std::ref(box)) ==
+        CHECK(scanned(scanGray + "--presto --pages 2", "PendingCountError=1", gray, std::ref(box)) ==
               grayLine +
                   "! Note: a one-shot scan is one page. Run it again for the next one, or scan without "
-                  "--presto.\nexit 0");
-        CHECK(box.seen() ==
-              "[smscan] \xBF"
-              "Explorar m\xE1s p\xE1ginas?\n");
-        CHECK(pagesIn(folder, pageOf(PixelKind::Gray8, 50)) == page(PixelKind::Gray8));
+                  "--presto.\nexit 0" +
+                  page(PixelKind::Gray8));
+        CHECK(box.seen == std::string("[smscan] \xBF") + "Explorar m\xE1s p\xE1ginas?\n");
     }
 }
 
 TEST_CASE("the source's window: Scan brings the page, Cancel ends the scan") {
-    ScanFolder folder;
-    ForeignDialog scan(SourceWindow::scanButton);
-    CHECK(folder.smscan(scanGray + "--ui", "", std::ref(scan)) == grayLine + "exit 0");
+    ForeignDialog scan(SourceWindow::scanButton), cancel(SourceWindow::cancelButton);
+    CHECK(scanned(scanGray + "--ui", "", gray, std::ref(scan)) ==
+          grayLine + "exit 0" + page(PixelKind::Gray8, "50"));
     CHECK(scan.count() == 1);
-    CHECK(pagesIn(folder, pageOf(PixelKind::Gray8, 50)) == page(PixelKind::Gray8, "50"));
-
-    ForeignDialog cancel(SourceWindow::cancelButton);
-    CHECK(folder.smscan(scanGray + "--ui", "", std::ref(cancel)) ==
+    CHECK(scanned(scanGray + "--ui", "", gray, std::ref(cancel)) ==
           "! smscan: The source's window was closed. No page was scanned.\nexit 5");
-    CHECK(folder.files() == "p.bmp");  // the one that was there
 }
 
 TEST_CASE("the small hosts in C") {

@@ -4,6 +4,9 @@
 
 #include <algorithm>
 
+#include <source/SourceWindow.h>
+
+#include "ForeignDialog.h"
 #include "PageFile.h"
 
 using vscan::PageRequest;
@@ -16,15 +19,27 @@ int bitsInFile(PixelKind kind) {
     return kind == PixelKind::Gray16 ? 8 : std::min(vscan::bitsPerPixel(kind), 24);
 }
 
+bool has(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
 // Scans one page and looks at what is printed and at the file.
 void checkPage(const PageRequest& page, const std::string& options, const std::string& settings = "") {
     CAPTURE(options);
     CAPTURE(settings);
     const std::string dpi = std::to_string(static_cast<int>(page.xResolution));
-    const std::string look = std::to_string(bitsInFile(page.kind)) + " bit, " + dpi + " dpi";
-    CHECK(scanned("--output %%d.bmp --resolution " + dpi + " " + options, settings, page) ==
-          "%d.bmp  " + std::to_string(pixelWidth(page)) + " x " + std::to_string(pixelHeight(page)) +
-              " pixels, " + look + "\nexit 0\n%d.bmp: " + look + ": the page");
+    const std::string bits = std::to_string(bitsInFile(page.kind)) + " bit, ";
+    // The one-shot scan takes no per cent sign, and what it writes strip by strip tells no resolution.
+    const bool isOneShot = has(options, "--presto");
+    const std::string file = isOneShot ? "p.bmp" : "%d.bmp", output = isOneShot ? "p.bmp" : "%%d.bmp";
+    const std::string told = isOneShot && !has(settings, "Memory") ? "0" : dpi;
+    ForeignDialog window(vscan::SourceWindow::scanButton);
+    CHECK(scanned("--output " + output + " --resolution " + dpi + " " + options, settings, page,
+                  std::ref(window)) == file + "  " + std::to_string(pixelWidth(page)) + " x " +
+                                           std::to_string(pixelHeight(page)) + " pixels, " + bits + dpi +
+                                           " dpi\nexit 0\n" + file + ": " + bits + told + " dpi: the page");
+    // The source's window comes when it refuses a setting of the one-shot scan.
+    CHECK(window.count() == (has(settings, "ReadOnly") ? 1 : 0));
 }
 
 }  // namespace
@@ -57,7 +72,18 @@ TEST_CASE("whatever the mode, the mechanism, the source's pixels and strips: the
         {PixelKind::Palette8, "--mech block", "PixelType=Palette;LengthError=-20"},
         {PixelKind::Gray8, "--mech block --mode gray", "RowPadding=0"},
         {PixelKind::Rgb24, "--mech block", "StripRows=1"},
-        {PixelKind::Rgb24, "--mech block", "UnknownLength=1"}};
+        {PixelKind::Rgb24, "--mech block", "UnknownLength=1"},
+        // One-shot scans, by memory, file and native transfer. They take the user's settings from the
+        // source's window when that refuses theirs.
+        {PixelKind::Bw1, "--presto --mode bw", ""},
+        {PixelKind::Gray8, "--presto --mode gray", ""},
+        {PixelKind::Rgb24, "--presto --mode color", ""},
+        {PixelKind::Palette4, "--presto", "BitDepth=4;PixelType=Palette;ReadOnlyCapabilities=ICAP_PIXELTYPE"},
+        {PixelKind::Palette8, "--presto", "PixelType=Palette;ReadOnlyCapabilities=ICAP_PIXELTYPE"},
+        {PixelKind::Rgb24, "--presto --mode color", "RefusedMechanisms=Memory"},
+        {PixelKind::Rgb24, "--presto --mode color", "RefusedMechanisms=Memory,File"},
+        {PixelKind::Palette4, "--presto",
+         "RefusedMechanisms=Memory,File;BitDepth=4;PixelType=Palette;ReadOnlyCapabilities=ICAP_PIXELTYPE"}};
     for (const auto& row : rows)
         checkPage(pageOf(row.kind, 62), row.options, row.settings);
 }
@@ -84,10 +110,13 @@ TEST_CASE("a part of the page, other paper, other tones, the user's own page") {
     legal.area = {0, 0, 8.5, 14};  // beyond the A4 page there is the lid
     checkPage(legal, "--mode gray --paper legal");
 
-    PageRequest toned = tonedPage(50);
+    const std::string tones = "--mode gray --brightness 30 --contrast 20 --highlight 230 --shadow 20 ";
+    PageRequest toned = pageOf(PixelKind::Gray8, 50);
+    toned.tone = {300, 200, 230, 20};
+    checkPage(toned, tones + "--presto");
     toned.tone.gamma = 1.5;
     toned.unsharpMask = true;
-    checkPage(toned, "--mode gray --gamma 1.5 --set unsharp-mask=on" + toneOptions);
+    checkPage(toned, tones + "--gamma 1.5 --set unsharp-mask=on");
 
     PageRequest dark = pageOf(PixelKind::Bw1, 50);
     dark.tone.threshold = 40;

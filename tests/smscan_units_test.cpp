@@ -1,11 +1,8 @@
-// The parts of smscan that need neither the module nor a source: the command line, names of files, placing of
-// rows, texts.
+// The parts of smscan that need neither the module nor a source: the command line, names of files, what
+// counts of a strip and of a container, texts.
 #include <doctest.h>
 
-#include <cstring>
-#include <fstream>
-#include <iterator>
-#include <string>
+#include <filesystem>
 
 #include "common/Conditions.h"
 #include "common/Failure.h"
@@ -17,41 +14,25 @@
 #include "smscan/CapsTable.h"
 #include "smscan/Options.h"
 #include "smscan/ProgressText.h"
+#include "support/ContainerImage.h"
 
 using namespace smscan;
 
 namespace {
 
-// The bytes of the BMP file that these strips give, from the fields for the resolution on.
-std::string bytesOf(const BmpFormat& bmp, PixelLayout layout, int height, const std::vector<Strip>& strips) {
-    char folder[MAX_PATH];
-    GetTempPathA(sizeof folder, folder);
-    const std::string path = std::string(folder) + "smscan-units.bmp";
-    StripWriter writer(path, bmp, height, layout);
-    for (const Strip& strip : strips)
-        writer.add(strip);
-    CHECK(writer.complete() == (writer.rows() >= height && writer.plane() == writer.planes() - 1));
-    writer.finish();
-    std::ifstream file(path, std::ios::binary);
-    const std::string bytes{std::istreambuf_iterator<char>(file), {}};
-    file.close();
-    DeleteFileA(path.c_str());
-    std::string text;
-    for (size_t i = 38; i < bytes.size(); ++i)
-        text += format("%02x", bytes[i] & 0xff);
-    return text;
-}
-
 // What the source answers to any question for a capability.
-uint16_t answerKind;
-std::string answerBlock;
+ContainerImage answer;
 
 int WINAPI answerCapability(unsigned short, void* capability) {
-    const HGLOBAL container = answerBlock.empty() ? nullptr : GlobalAlloc(GPTR, answerBlock.size());
-    if (container) answerBlock.copy(static_cast<char*>(container), answerBlock.size());
-    std::memcpy(static_cast<char*>(capability) + 2, &answerKind, sizeof answerKind);
-    std::memcpy(static_cast<char*>(capability) + 4, &container, sizeof container);
+    auto& request = *static_cast<TW_CAPABILITY*>(capability);
+    request.ConType = answer.conType;
+    request.hContainer = answer.allocate();
     return 0;
+}
+
+ContainerImage cut(ContainerImage container) {
+    container.bytes.pop_back();
+    return container;
 }
 
 }  // namespace
@@ -114,61 +95,61 @@ TEST_CASE("page names come from the pattern") {
     CHECK(unfinishedName("C:\\a.b\\page1") == "C:\\a.b\\page1.part");
 }
 
-TEST_CASE("rows are stored bottom-up and padded, in any order, their pixels placed by their layout") {
-    using Layout = PixelLayout;
-    const uint8_t upper[] = {1, 2, 3, 99, 4, 5, 6, 99}, lower[] = {7, 8, 9};
-    const uint8_t deep[] = {0x01, 0xa1, 0x02, 0xa2, 0x03, 0xa3}, left[] = {0xff}, right[] = {0xa0};
-    const Strip first{upper, 8, 4, 3, 2, 0, 0}, second{lower, 3, 3, 3, 1, 0, 2};
-    const Strip red{lower, 1, 1, 1, 1, 0, 0}, green{lower + 1, 1, 1, 1, 1, 0, 0};
+TEST_CASE("a strip's numbers count only as far as its bytes and the page go") {
     const struct {
-        int width, bits;
-        PixelLayout layout;
-        int height;
-        std::vector<Strip> strips;
-        const char* pixels;
-    } rows[] = {
-        {3, 8, Layout::Packed, 3, {second, first}, "070809000405060001020300"},
-        {3, 8, Layout::Packed, -1, {first, second}, "010203000405060007080900"},  // unknown: top-down
-        {3, 8, Layout::Packed, 3, {first}, "0405060001020300"},                   // it ends early
-        {3, 8, Layout::Packed, 1, {first, second}, "070809000405060001020300"},   // or goes on
-        // A strip's numbers count only as far as its bytes and the page go; its last padding may be missing.
-        {3, 8, Layout::Packed, 2, {{upper, 7, 4, 99, 9, 0, 0}}, "0405060001020300"},
-        {4, 8, Layout::Packed, 2, {{upper, 8, 4, 3, 9, 2, 0}}, "0000040500000102"},
-        {3, 8, Layout::Packed, 3, {{lower, 3, 0, 3, 1, 0, 0}, second}, "070809000000000000000000"},
-        // Tiles of 5 and 3 pixels; the first one's other bits must not show.
-        {8, 1, Layout::Packed, 1, {{left, 1, 1, 5, 1, 0, 0}, {right, 1, 1, 3, 1, 5, 0}}, "fd000000"},
-        {1, 24, Layout::Color48, 1, {{deep, 6, 6, 1, 1, 0, 0}}, "a1a2a300"},
-        {1, 24, Layout::Planar24, 1, {red, green, red}, "07080700"},
-        {1, 24, Layout::Planar24, 1, {red, green}, "00080700"}};  // the third plane is missing
-    for (const auto& row : rows)
-        CHECK(bytesOf({row.width, row.bits, 0, 0, {}}, row.layout, row.height, row.strips).substr(32) ==
-              row.pixels);
-    CHECK_THROWS_AS(bytesOf({3, 8, 0, 0, {}}, Layout::Packed, 3, {{lower, 3, 3, 3, 1, 0, 1000}}), Failure);
-    // 300 and 72 dots per inch are 11811 and 2835 per metre.
-    CHECK(bytesOf({3, 8, 300, 72, {{1, 2, 3, 0}}}, Layout::Packed, 1, {{lower, 3, 3, 3, 1, 0, 0}})
-              .substr(0, 40) == "232e0000130b0000010000000000000001020300");
+        Strip strip;
+        int bits;
+        const char* counts;  // on a page 5 pixels wide; a last row may lack its padding, but no pixel
+    } rows[] = {{{nullptr, 8, 4, 3, 2, 0, 0}, 8, "3 x 2"},  {{nullptr, 7, 4, 3, 2, 0, 0}, 8, "3 x 2"},
+                {{nullptr, 6, 4, 3, 2, 0, 0}, 8, "3 x 1"},  {{nullptr, 8, 4, 99, 9, 0, 0}, 8, "4 x 2"},
+                {{nullptr, 8, 8, 99, 9, 0, 0}, 8, "5 x 1"}, {{nullptr, 8, 4, 3, 9, 3, 0}, 8, "2 x 2"},
+                {{nullptr, 8, 4, 3, 2, 6, 0}, 8, "0 x 0"},  {{nullptr, 8, 0, 3, 2, 0, 0}, 8, "0 x 0"},
+                {{nullptr, 2, 1, 9, 2, 0, 0}, 1, "5 x 2"},  {{nullptr, 8, 4, 9, 2, 0, 0}, 24, "1 x 2"}};
+    for (const auto& row : rows) {
+        const Strip strip = trimmed(row.strip, row.bits, 5);
+        CHECK(format("%u x %u", strip.columns, strip.rows) == row.counts);
+    }
+    // A strip that begins within a byte: its pixels and no others.
+    uint8_t row[] = {0xf8, 0xff};
+    const uint8_t pixels[] = {0xbf};
+    placePixels(row, 1, 5, pixels, 5, PixelLayout::Packed, 0);
+    CHECK(format("%x %x", row[0], row[1]) == "fd ff");
+}
+
+TEST_CASE("a page in planes is complete with its third plane; rows far outside a page are refused") {
+    const std::string path = (std::filesystem::temp_directory_path() / "smscan-units.bmp").string();
+    StripWriter writer(path, {1, 24, 0, 0, {}}, 1, PixelLayout::Planar24);
+    const uint8_t pixel = 1;
+    for (const bool isLast : {false, false, true}) {
+        writer.add({&pixel, 1, 1, 1, 1, 0, 0});
+        CHECK(writer.complete() == isLast);
+    }
+    CHECK_THROWS_AS(writer.add({&pixel, 1, 1, 1, 1, 0, 9}), Failure);
+    writer.finish();
+    DeleteFileA(path.c_str());
 }
 
 TEST_CASE("capabilities are read within their block, whatever the source says") {
+    const ContainerImage list = enumeration(TWTY_UINT16, {5, 6, 7}, 2);
+    const ContainerImage span = range(TWTY_INT16, {0xFF9C, 100, 1, 0, 50});
     const std::string none;
     const struct {
-        uint16_t kind;
-        std::string block, text;
-    } rows[] = {{5, {"\4\0\7\1\0\0", 6}, "263 of 0..0"},
-                {5, {"\1\0\xFD\xFF\0\0", 6}, "-3 of 0..0"},
-                {5, {"\7\0\xFE\xFF\0\x80", 6}, "-1.5 of 0..0"},
-                {5, {"\4\0\7\1", 4}, none},
-                {5, {"\xFF\0\7\1\0\0", 6}, none},
-                {4, {"\4\0\3\0\0\0\2\0\0\0\0\0\0\0\5\0\6\0\7\0", 20}, "7 of 0..0 5 6 7"},
-                {4, {"\4\0\3\0\0\0\3\0\0\0\0\0\0\0\5\0\6\0\7\0", 20}, none},  // no fourth item
-                {4, {"\4\0\3\0\0\xFF\2\0\0\0\0\0\0\0\5\0\6\0\7\0", 20}, none},
-                {6, {"\1\0\x9C\xFF\0\0\x64\0\0\0\1\0\0\0\0\0\0\0\x32\0\0\0", 22}, "50 of -100..100"},
-                {6, {"\1\0\x9C\xFF\0\0\x64\0\0\0\1\0\0\0\0\0\0\0\x32\0", 20}, none},
-                {3, {"\4\0\1\0\0\0\7\0", 8}, none},  // an array
-                {5, none, none}};
+        ContainerImage container;
+        std::string text;
+    } rows[] = {{oneValue(TWTY_UINT16, 263), "263 of 0..0"},
+                {oneValue(TWTY_INT16, 0xFFFD), "-3 of 0..0"},
+                {oneValue(TWTY_FIX32, fix32(-1.5)), "-1.5 of 0..0"},
+                {cut(oneValue(TWTY_UINT16, 263)), none},
+                {oneValue(255, 263), none},
+                {list, "7 of 0..0 5 6 7"},
+                {enumeration(TWTY_UINT16, {5, 6, 7}, 3), none},
+                {cut(list), none},
+                {span, "50 of -100..100"},
+                {cut(span), none},
+                {array(TWTY_UINT16, {7}), none},
+                {withoutHandle(TWON_ONEVALUE), none}};
     for (const auto& row : rows) {
-        answerKind = row.kind;
-        answerBlock = row.block;
+        answer = row.container;
         const auto read = askCapability(answerCapability, ICAP_THRESHOLD);
         std::string text = read ? format("%g of %g..%g", read->current, read->lowest, read->highest) : none;
         for (size_t i = 0; read && i < read->choices.size(); ++i)

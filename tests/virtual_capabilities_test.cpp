@@ -1,128 +1,80 @@
 // The virtual scanner's capabilities: containers, units, limits, what follows from what.
-#include <doctest.h>
-
 #include "virtual_host.h"
 
-namespace {
-
-std::string frameText(VirtualHost& host) {
-    TW_IMAGELAYOUT layout{};
-    CHECK(host.image(DAT_IMAGELAYOUT, MSG_GET, &layout) == "success");
-    return std::to_string(layout.Frame.Right.Whole) + " x " + std::to_string(layout.Frame.Bottom.Whole);
-}
-
-}  // namespace
-
 TEST_CASE("each capability answers in the container that goes with it, or in an odd one") {
-    const struct {
-        const char* settings;
-        TW_UINT16 capability, message;
-        std::string answer;  // or how it begins
-    } rows[] = {
-        {"", ICAP_BITDEPTH, MSG_GET, "enum UINT16 [24 48] current 0 default 0"},
-        {"PixelType=Gray BitDepth=16", ICAP_BITDEPTH, MSG_GET, "enum UINT16 [4 8 16] current 2 default 2"},
-        {"", ICAP_BITDEPTH, MSG_GETCURRENT, "one UINT16 24"},
-        {"", ICAP_BRIGHTNESS, MSG_GET, "range FIX32 -1000 1000 1 0 0"},
-        {"Resolution=99", ICAP_XRESOLUTION, MSG_GET, "range FIX32 50 1200 1 99 99"},
-        {"Units=Centimeters Resolution=300", ICAP_XRESOLUTION, MSG_GETCURRENT, "one FIX32 118+7224/65536"},
-        {"Units=Twips Resolution=300", ICAP_YRESOLUTION, MSG_GETCURRENT, "one FIX32 0+13653/65536"},
-        {"Units=Picas Resolution=300", ICAP_YRESOLUTION, MSG_GETCURRENT, "one FIX32 50"},
-        {"Units=Pixels Resolution=300", ICAP_XRESOLUTION, MSG_GETCURRENT, "one FIX32 300"},
-        {"Units=Centimeters Resolution=300 InverseResolution=1", ICAP_XRESOLUTION, MSG_GETCURRENT,
-         "one FIX32 762"},
-        {"", ICAP_GAMMA, MSG_GET, "one FIX32 1"},
-        {"FirmwareVersion=7", 0x8001, MSG_GET, "one UINT16 7"},
-        {"OpenFault=brightness", CAP_DEVICEONLINE, MSG_GETCURRENT, "one BOOL 0"},
-        {"OpenFault=brightness", ICAP_BRIGHTNESS, MSG_GETCURRENT, "failure 5"},
-        {"", 0x1234, MSG_GET, "failure 6"},
-        {"Feeder=none", CAP_FEEDERENABLED, MSG_GET, "failure 6"},
-        {"OddContainers=array", ICAP_PIXELTYPE, MSG_GET, "array UINT16 [0 1]"},
-        {"OddContainers=index", ICAP_PIXELTYPE, MSG_GET, "enum UINT16 [0 1 2 3] current 1000 default 1000"},
-        {"OddContainers=count", ICAP_PIXELTYPE, MSG_GET,
-         "enum UINT16 [0 1 2 3 ... beyond the block current 2"},
-        {"OddContainers=itemtype", ICAP_PIXELTYPE, MSG_GET, "enum type 255 ["},
-        {"OddContainers=truncated", ICAP_PIXELTYPE, MSG_GET, "bad container"},
-        {"OddContainers=nohandle", ICAP_PIXELTYPE, MSG_GET, "no container"}};
-    for (const auto& row : rows)
-        CHECK(VirtualHost(row.settings).ask(row.capability, row.message).substr(0, row.answer.size()) ==
-              row.answer);
+    const std::string unit = "Resolution=300 Units=", odd = "OddContainers=";
+    const std::string depths16 = "enum UINT16 [4 8 16] current 2 default 2";
+    const Story stories[] = {
+        {"", "ICAP_BITDEPTH?: enum UINT16 [24 48] current 0 default 0; ICAP_BITDEPTH: one UINT16 24"},
+        {"PixelType=Gray BitDepth=16", "ICAP_BITDEPTH?: " + depths16},
+        {"", "ICAP_BRIGHTNESS?: range FIX32 -1000 1000 1 0 0; ICAP_GAMMA?: one FIX32 1"},
+        {"Resolution=99", "ICAP_XRESOLUTION?: range FIX32 50 1200 1 99 99"},
+        {unit + "Centimeters", "ICAP_XRESOLUTION: one FIX32 118+7224/65536; frame: 21 x 29"},
+        {unit + "Twips", "ICAP_YRESOLUTION: one FIX32 0+13653/65536"},
+        {unit + "Pixels", "ICAP_XRESOLUTION: one FIX32 300"},
+        {unit + "Centimeters InverseResolution=1", "ICAP_XRESOLUTION: one FIX32 762"},
+        {"FirmwareVersion=7", "KV_VERSION?: one UINT16 7; 0x1234?: failure 6"},
+        {"OpenFault=brightness", "CAP_DEVICEONLINE: one BOOL 0; ICAP_BRIGHTNESS: failure 5"},
+        {odd + "array", "ICAP_PIXELTYPE?: array UINT16 [0 1]"},
+        {odd + "index", "ICAP_PIXELTYPE?: enum UINT16 [0 1 2 3] current 1000 default 1000"},
+        {odd + "count", "ICAP_PIXELTYPE?: enum UINT16 [0 1 2 3 ... beyond the block current 2 default 2"},
+        {odd + "itemtype", "CAP_XFERCOUNT: one type 255 65535"},
+        {odd + "truncated", "ICAP_PIXELTYPE?: bad container"},
+        {odd + "nohandle", "ICAP_PIXELTYPE?: no container"}};
+    checkStories(stories);
 }
 
 TEST_CASE("CAP_SUPPORTEDCAPS lists exactly what can be asked for") {
-    VirtualHost host("RefusedCapabilities=ICAP_GAMMA");
+    VirtualHost host("RefusedCapabilities=ICAP_GAMMA Feeder=none");
     std::string answered;
     for (const TW_UINT16 block : {0x0000, 0x0100, 0x1000, 0x1100, 0x8000})
         for (TW_UINT16 id = block; id < block + 0x40; ++id)
             if (host.ask(id, MSG_GET) != "failure 6") answered += " " + std::to_string(id);
-    CHECK(host.ask(CAP_SUPPORTEDCAPS, MSG_GET) == "array UINT16 [" + answered.substr(1) + "]");
-    CHECK(host.ask(ICAP_GAMMA) == "failure 6");
+    host.check("CAP_SUPPORTEDCAPS?: array UINT16 [" + answered.substr(1) + "]");
+    host.check("ICAP_GAMMA: failure 6; CAP_FEEDERENABLED: failure 6");
 }
 
-TEST_CASE("setting takes the right item type and value only, and resetting goes back") {
-    VirtualHost host("ReadOnlyCapabilities=ICAP_LIGHTPATH");
-    const TW_UINT16 type = ICAP_PIXELTYPE;
-    const auto tooMany = rawContainer(TWON_ENUMERATION, {4, 0, 255, 255, 255, 127, 0, 0, 0, 0, 0, 0, 0, 0});
-    const struct {
-        TW_UINT16 capability;
-        ContainerImage container;
-        const char *result, *after;
-    } rows[] = {{type, oneValue(TWTY_UINT16, 1), "success", "one UINT16 1"},
-                {type, oneValue(TWTY_UINT16, 7), "failure 10", "one UINT16 1"},
-                {type, oneValue(TWTY_INT16, 0), "failure 10", "one UINT16 1"},
-                {type, enumeration(TWTY_UINT16, {0, 2}, 1), "success", "one UINT16 2"},
-                {type, oneValue(TWTY_UINT16, 1), "failure 10", "one UINT16 2"},  // no longer offered
-                {type, enumeration(TWTY_UINT16, {0, 2}, 2), "failure 10", "one UINT16 2"},
-                {type, withoutHandle(TWON_ONEVALUE), "failure 10", "one UINT16 2"},
-                {type, rawContainer(TWON_ONEVALUE, {4, 0, 1}), "failure 10", "one UINT16 2"},
-                {type, tooMany, "failure 10", "one UINT16 2"},
-                {CAP_FEEDERENABLED, oneValue(TWTY_BOOL, 2), "success", "one BOOL 1"},
-                {CAP_FEEDERLOADED, oneValue(TWTY_BOOL, 0), "failure 6", "one BOOL 1"},
-                {CAP_XFERCOUNT, oneValue(TWTY_INT16, 0xFFFE), "failure 10", "one INT16 -1"},
-                {ICAP_LIGHTPATH, oneValue(TWTY_UINT16, 1), "failure 6", "one UINT16 0"},
-                {ICAP_BRIGHTNESS, oneValue(TWTY_FIX32, fix32(10.4)), "check", "one FIX32 10"},
-                {ICAP_BRIGHTNESS, oneValue(TWTY_FIX32, fix32(1001)), "failure 10", "one FIX32 10"},
-                {ICAP_XRESOLUTION, oneValue(TWTY_FIX32, fix32(49)), "failure 10", "one FIX32 150"},
-                {ICAP_UNITS, oneValue(TWTY_UINT16, TWUN_PICAS), "success", "one UINT16 2"},
-                {ICAP_YRESOLUTION, oneValue(TWTY_FIX32, fix32(50)), "success", "one FIX32 50"},
-                {ICAP_UNITS, oneValue(TWTY_UINT16, TWUN_INCHES), "success", "one UINT16 0"}};
-    for (const auto& row : rows) {
-        CAPTURE(&row - rows);
-        CHECK(host.set(row.capability, row.container) == row.result);
-        CHECK(host.ask(row.capability) == row.after);
-    }
-    CHECK(host.ask(ICAP_YRESOLUTION) == "one FIX32 300");  // 50 per pica
-    CHECK(host.setCode(type, 0) == "success");
-    CHECK(host.ask(type, MSG_GET) == "enum UINT16 [0 2] current 0 default 1");
-    CHECK(host.ask(type, MSG_RESET) == "one UINT16 2");
-    CHECK(host.ask(type, MSG_GET) == "enum UINT16 [0 1 2 3] current 2 default 2");
+TEST_CASE("only what is offered can be set, and follows from the units") {
+    VirtualHost("ReadOnlyCapabilities=ICAP_LIGHTPATH")
+        .check(
+            "ICAP_PIXELTYPE 1: success; ICAP_PIXELTYPE 7: failure 10; ICAP_PIXELTYPE: one UINT16 1; "
+            "CAP_FEEDERENABLED 2: success; CAP_FEEDERENABLED: one BOOL 1; CAP_FEEDERLOADED 0: failure 6; "
+            "CAP_XFERCOUNT -2: failure 10; CAP_XFERCOUNT: one INT16 -1; ICAP_LIGHTPATH 1: failure 6; "
+            "ICAP_BRIGHTNESS 10.4: check; ICAP_BRIGHTNESS 1001: failure 10; ICAP_BRIGHTNESS: one FIX32 10; "
+            "ICAP_XRESOLUTION 49: failure 10; ICAP_XRESOLUTION: one FIX32 150; ICAP_UNITS 2: success; "
+            "ICAP_YRESOLUTION 50: success; ICAP_YRESOLUTION: one FIX32 50; "  // per pica
+            "ICAP_UNITS 0: success; ICAP_YRESOLUTION: one FIX32 300");
+}
+
+TEST_CASE("a container needs the right item type and a current item within it; it may restrict the choice") {
+    VirtualHost host;
+    CHECK(host.set(ICAP_PIXELTYPE, enumeration(TWTY_UINT16, {0, 2}, 1)) == "success");
+    const ContainerImage refused[] = {
+        oneValue(TWTY_UINT16, 1),  // no longer offered
+        oneValue(TWTY_INT16, 0),
+        enumeration(TWTY_UINT16, {0, 2}, 2),
+        withoutHandle(TWON_ONEVALUE),
+        rawContainer(TWON_ONEVALUE, {4, 0, 0}),
+        rawContainer(TWON_ENUMERATION, {4, 0, 255, 255, 255, 127, 0, 0, 0, 0, 0, 0, 0, 0})};
+    for (const ContainerImage& container : refused)
+        CHECK(host.set(ICAP_PIXELTYPE, container) + ", " + host.ask(ICAP_PIXELTYPE) ==
+              "failure 10, one UINT16 2");
+    host.check("ICAP_PIXELTYPE 0: success; ICAP_PIXELTYPE?: enum UINT16 [0 2] current 0 default 1");
+    CHECK(host.ask(ICAP_PIXELTYPE, MSG_RESET) == "one UINT16 2");
+    host.check("ICAP_PIXELTYPE?: enum UINT16 [0 1 2 3] current 2 default 2");
 }
 
 TEST_CASE("the bit depth follows the pixel type, the frame the paper, and the paper the frame") {
-    VirtualHost host("PixelType=Gray BitDepth=16");
-    CHECK(host.setCode(ICAP_PIXELTYPE, TWPT_BW) == "success");
-    CHECK(host.ask(ICAP_BITDEPTH, MSG_GET) == "enum UINT16 [1] current 0 default 0");
-    CHECK(host.setCode(ICAP_SUPPORTEDSIZES, TWSS_USLEGAL) == "success");
-    CHECK(frameText(host) == "8 x 14");
-    const struct {
-        TW_FRAME frame;
-        const char *result, *paper, *after;
-    } rows[] = {{{{1, 0}, {2, 0}, {3, 0}, {4, 0}}, "success", "one UINT16 0", "3 x 4"},
-                {{{0, 0}, {0, 0}, {8, 0x8000}, {11, 0}}, "success", "one UINT16 3", "8 x 11"},
-                {{{0, 0}, {0, 0}, {8, 0}, {40, 0}}, "check", "one UINT16 0", "8 x 17"},  // beyond the glass
-                {{{3, 0}, {0, 0}, {3, 0}, {4, 0}}, "failure 10", "one UINT16 0", "8 x 17"}};  // empty
-    for (const auto& row : rows) {
-        TW_IMAGELAYOUT layout{};
-        layout.Frame = row.frame;
-        CHECK(host.image(DAT_IMAGELAYOUT, MSG_SET, &layout) == row.result);
-        CHECK(host.ask(ICAP_SUPPORTEDSIZES) == row.paper);
-        CHECK(frameText(host) == row.after);
-    }
-    // A source that is opened again has forgotten all that.
-    CHECK(host.control(DAT_IDENTITY, MSG_CLOSEDS) == "success");
-    CHECK(host.open() == "success");
-    CHECK(host.ask(ICAP_BITDEPTH) == "one UINT16 16");
-    CHECK(host.setCode(ICAP_UNITS, TWUN_CENTIMETERS) == "success");
-    CHECK(frameText(host) == "21 x 29");
+    VirtualHost("PixelType=Gray BitDepth=16")
+        .check(
+            "ICAP_PIXELTYPE 0: success; ICAP_BITDEPTH?: enum UINT16 [1] current 0 default 0; "
+            "ICAP_SUPPORTEDSIZES 4: success; frame: 8 x 14; "
+            "area 1 2 3 4: success; ICAP_SUPPORTEDSIZES: one UINT16 0; frame: 3 x 4; "
+            "area 0 0 8.5 11: success; ICAP_SUPPORTEDSIZES: one UINT16 3; frame: 8 x 11; "
+            "area 0 0 8 40: check; ICAP_SUPPORTEDSIZES: one UINT16 0; frame: 8 x 17; "  // beyond the glass
+            "area 3 0 3 4: failure 10; frame: 8 x 17; "                                 // empty
+            // A source that is opened again has forgotten all that.
+            "close: success; open: success; ICAP_BITDEPTH: one UINT16 16; frame: 8 x 11");
 }
 
 TEST_CASE("palette, response curves, default matrix, exposure, descreening up to its limit") {
@@ -144,7 +96,7 @@ TEST_CASE("palette, response curves, default matrix, exposure, descreening up to
     CHECK(host.image(DAT_CUSTOMBASE + 1, MSG_SET, matrix) == "success");
     for (const int resolution : {300, 301}) {
         VirtualHost fine("Resolution=" + std::to_string(resolution));
-        CHECK(fine.set(KV_DESCREENING, oneValue(TWTY_BOOL, 1)) == "success");
+        fine.check("KV_DESCREENING 1: success");
         CHECK(fine.scanner.request().descreen == (resolution == 300));
     }
 }

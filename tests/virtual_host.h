@@ -1,12 +1,17 @@
 // A host of the virtual scanner in the test's own process: it calls the scanner as a source manager would.
 #pragma once
 
+#include <doctest.h>
+
 #include <algorithm>
+#include <cstring>
+#include <iterator>
 #include <sstream>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "capabilities/CapabilityTable.h"
+#include "settings/CapabilityText.h"
 #include "settings/SettingsReader.h"
 #include "source/VirtualScanner.h"
 #include "support/ContainerImage.h"
@@ -16,9 +21,7 @@ inline vscan::VirtualScannerSettings settingsFrom(std::string text) {
     std::replace(text.begin(), text.end(), ' ', '\n');
     vscan::VirtualScannerSettings settings;
     std::vector<std::string> complaints;
-    const auto found = vscan::parseIni("[Scanner]\n" + text, "test", complaints);
-    for (const std::string& complaint : applySettings(settings, found))
-        throw std::invalid_argument(complaint);
+    REQUIRE(applySettings(settings, vscan::parseIni("[Scanner]\n" + text, "test", complaints)).empty());
     return settings;
 }
 
@@ -30,16 +33,38 @@ inline std::string hex(const std::uint8_t* bytes, size_t count) {
     return text;
 }
 
+struct HostOperation {
+    std::string name;
+    TW_UINT32 group;
+    TW_UINT16 argumentType, message;
+    std::string states;  // in which it is no sequence error; empty: it is none that the scanner knows
+};
+
+constexpr TW_UINT32 C = DG_CONTROL, I = DG_IMAGE;
+inline const HostOperation hostOperations[] = {
+    {"event", C, DAT_EVENT, MSG_PROCESSEVENT, "567"},      {"close", C, DAT_IDENTITY, MSG_CLOSEDS, "4"},
+    {"enable", C, DAT_USERINTERFACE, MSG_ENABLEDS, "4"},   {"get", C, DAT_CAPABILITY, MSG_GET, "4567"},
+    {"disable", C, DAT_USERINTERFACE, MSG_DISABLEDS, "5"}, {"set", C, DAT_CAPABILITY, MSG_SET, "4"},
+    {"pending", C, DAT_PENDINGXFERS, MSG_GET, "4567"},     {"unknown", C, 0x0042, MSG_GET, ""},
+    {"end", C, DAT_PENDINGXFERS, MSG_ENDXFER, "67"},       {"palette", I, DAT_PALETTE8, MSG_GET, "456"},
+    {"reset", C, DAT_PENDINGXFERS, MSG_RESET, "67"},       {"frame", I, DAT_IMAGELAYOUT, MSG_GET, "456"},
+    {"file", C, DAT_SETUPFILEXFER, MSG_SET, "456"},        {"area", I, DAT_IMAGELAYOUT, MSG_SET, "4"},
+    {"buffers", C, DAT_SETUPMEMXFER, MSG_GET, "456"},      {"image", I, DAT_IMAGEINFO, MSG_GET, "67"},
+    {"native", I, DAT_IMAGENATIVEXFER, MSG_GET, "6"},      {"unknown", I, DAT_IMAGEINFO, MSG_SET, ""},
+    {"strip", I, DAT_IMAGEMEMXFER, MSG_GET, "67"},         {"unknown", I, DAT_STATUS, MSG_GET, ""}};
+
 // Operations answer "success" or what else was returned; a failure with its condition code: "failure 11".
 class VirtualHost {
 public:
     explicit VirtualHost(const std::string& settings = "", int state = 4)
-        : scanner(settingsFrom(settings), [this](TW_UINT16 message) { notes.push_back(message); }) {
-        if (state >= 4) open();
-        if (state >= 5) enable(state == 5);
-        if (state >= 6) info();  // the host has seen that the image is ready
-        if (state == 7) strip();
-        if (scanner.state() != state) throw std::runtime_error("the state can't be reached");
+        : scanner(settingsFrom(settings), [this](TW_UINT16 message) {
+              notes += message == MSG_XFERREADY ? "ready " : message == MSG_CLOSEDSREQ ? "close " : "? ";
+          }) {
+        if (state >= 4) answer("open");
+        if (state >= 5) answer(state == 5 ? "show" : "enable");
+        if (state >= 6) answer("image");  // the host has seen that the image is ready
+        if (state == 7) answer("strip");
+        REQUIRE(scanner.state() == state);
     }
 
     std::string call(TW_UINT32 group, TW_UINT16 argumentType, TW_UINT16 message, void* data) {
@@ -58,21 +83,11 @@ public:
         scanner.call(DG_CONTROL, DAT_STATUS, MSG_GET, &status);
         return status.ConditionCode;
     }
-
-    std::string open() { return control(DAT_IDENTITY, MSG_OPENDS); }
-    std::string enable(bool showUi = false) {
-        TW_USERINTERFACE request{static_cast<TW_BOOL>(showUi), FALSE, nullptr};
-        return control(DAT_USERINTERFACE, MSG_ENABLEDS, &request);
-    }
-    std::string disable() { return control(DAT_USERINTERFACE, MSG_DISABLEDS); }
     std::string set(TW_UINT16 capability, const ContainerImage& container) {
         TW_CAPABILITY request{capability, container.conType, container.allocate()};
         const std::string result = control(DAT_CAPABILITY, MSG_SET, &request);
         GlobalFree(request.hContainer);
         return result;
-    }
-    std::string setCode(TW_UINT16 capability, TW_UINT32 value) {
-        return set(capability, oneValue(TWTY_UINT16, value));
     }
     // The answer as text, or "failure <condition code>".
     std::string ask(TW_UINT16 capability, TW_UINT16 message = MSG_GETCURRENT) {
@@ -84,24 +99,82 @@ public:
         return text;
     }
 
-    TW_IMAGEINFO info() {
-        TW_IMAGEINFO info{};
-        image(DAT_IMAGEINFO, MSG_GET, &info);
-        return info;
+    // Takes the steps of a story, "show: check; state: 6", and compares their answers.
+    void check(const std::string& story) {
+        std::string told;
+        for (size_t start = 0, end = 0; start < story.size(); start = end + 2) {
+            end = std::min(story.find("; ", start), story.size());
+            const std::string step = story.substr(start, story.find(':', start) - start);
+            told += (start > 0 ? "; " : "") + step + ": " + answer(step);
+        }
+        CHECK(told == story);
     }
-    // The count of pending images after ending this one, or -1.
-    int endTransfer(TW_UINT16 message = MSG_ENDXFER) {
-        TW_PENDINGXFERS pending{0xEEEE, 0};
-        return control(DAT_PENDINGXFERS, message, &pending) == "success" ? pending.Count : -1;
-    }
-    // The result of asking for a strip of a buffer that nobody looks at.
-    std::string strip() {
-        std::vector<char> buffer(8192);
-        TW_IMAGEMEMXFER request{};
-        request.Memory = {TWMF_APPOWNS | TWMF_POINTER, buffer.size(), buffer.data()};
-        return image(DAT_IMAGEMEMXFER, MSG_GET, &request);
+    // A step is an operation, something to look at, or a capability, to set it when there is a value:
+    // "ICAP_UNITS 1", to ask for its current value, "ICAP_UNITS", or for all of it, "ICAP_UNITS?".
+    std::string answer(const std::string& step) {
+        std::istringstream words(step);
+        std::string name;
+        words >> name;
+        const std::vector<double> values{std::istream_iterator<double>(words), {}};
+        if (name == "open") return control(DAT_IDENTITY, MSG_OPENDS);
+        if (name == "state") return std::to_string(scanner.state());
+        if (name == "page") return std::to_string(scanner.request().pageNumber);
+        if (name == "notes") return notes;
+        if (name == "write") return image(DAT_IMAGEFILEXFER, MSG_GET);
+        for (const HostOperation& operation : hostOperations)
+            if (operation.name == (name == "show" ? "enable" : name)) return answer(operation, name, values);
+        const bool isAll = name.back() == '?';
+        const auto id = vscan::capabilityFromText(name.substr(0, name.size() - isAll));
+        const auto capability = static_cast<TW_UINT16>(id.value());
+        if (values.empty()) return ask(capability, isAll ? MSG_GET : MSG_GETCURRENT);
+        const TW_UINT16 type = vscan::CapabilityTable(scanner.settings()).offered(capability)->itemType;
+        const auto whole = static_cast<TW_UINT32>(static_cast<int>(values[0]));
+        return set(capability, oneValue(type, type == TWTY_FIX32 ? fix32(values[0]) : whole));
     }
 
-    std::vector<TW_UINT16> notes;
+    std::string notes;  // what the scanner told its host: "ready close "
     vscan::VirtualScanner scanner;
+
+private:
+    // What an operation says of its data, else its result.
+    std::string answer(const HostOperation& operation, const std::string& name,
+                       const std::vector<double>& values) {
+        union {
+            TW_UINT32 numbers[4096];
+            TW_USERINTERFACE window;
+            TW_IMAGEMEMXFER strip;
+            TW_IMAGELAYOUT layout;
+            TW_IMAGEINFO image;
+            TW_PENDINGXFERS pending;
+            TW_SETUPMEMXFER buffers;
+        } data = {};
+        std::transform(values.begin(), values.end(), data.numbers, fix32);
+        if (name == "show") data.window.ShowUI = TRUE;
+        if (name == "strip") data.strip.Memory = {TWMF_APPOWNS | TWMF_POINTER, 8192, data.numbers + 1024};
+        const std::string result = call(operation.group, operation.argumentType, operation.message, &data);
+        std::ostringstream text;
+        if (name == "end" || name == "reset") text << data.pending.Count;
+        if (name == "image")
+            text << data.image.ImageWidth << " x " << data.image.ImageLength << ", "
+                 << data.image.BitsPerPixel << " bit";
+        if (name == "frame") text << data.layout.Frame.Right.Whole << " x " << data.layout.Frame.Bottom.Whole;
+        if (name == "buffers")
+            text << data.buffers.MinBufSize << " " << data.buffers.Preferred << " "
+                 << data.buffers.MaxBufSize;
+        return result == "success" && !text.str().empty() ? text.str() : result;
+    }
 };
+
+// What a host does with a scanner of these settings, from a TWAIN state on.
+struct Story {
+    std::string settings, steps;
+    int state = 4;
+};
+
+template <class Stories>
+void checkStories(const Stories& stories) {
+    for (const Story& story : stories) {
+        CAPTURE(story.settings);
+        VirtualHost(story.settings, story.state).check(story.steps);
+    }
+}

@@ -2,6 +2,7 @@
 #include <doctest.h>
 #include <windows.h>
 
+#include <filesystem>
 #include <fstream>
 
 #include "page/BmpPage.h"
@@ -98,9 +99,7 @@ TEST_CASE("known pixels in every kind and under every control") {
 }
 
 TEST_CASE("the user's own page is served pixel for pixel at its own resolution") {
-    char folder[MAX_PATH];
-    GetTempPathA(sizeof folder, folder);
-    const std::string path = std::string(folder) + "own.bmp";
+    const std::string path = (std::filesystem::temp_directory_path() / "own.bmp").string();
     // Two rows of three pixels, 24 bits, 200 pixels per inch (7874 per metre), written by hand.
     using namespace std::string_literals;
     const std::string bmp =

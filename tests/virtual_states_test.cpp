@@ -1,56 +1,31 @@
 // The virtual scanner's states: what is allowed when, the feeder, faults on demand, the window.
-#include <doctest.h>
-
 #include "source/SourceWindow.h"
 #include "virtual_host.h"
 
 namespace {
 
-using Notes = std::vector<TW_UINT16>;
-
-struct Operation {
-    TW_UINT32 group;
-    TW_UINT16 argumentType, message;
-    std::string states;  // in which it is no sequence error; empty: it is none that the scanner knows
-};
-
-constexpr TW_UINT32 C = DG_CONTROL, I = DG_IMAGE;
-const Operation operations[] = {
-    {C, DAT_IDENTITY, MSG_CLOSEDS, "4"},       {C, DAT_CAPABILITY, MSG_GET, "4567"},
-    {C, DAT_CAPABILITY, MSG_SET, "4"},         {C, DAT_EVENT, MSG_PROCESSEVENT, "567"},
-    {C, DAT_USERINTERFACE, MSG_ENABLEDS, "4"}, {C, DAT_USERINTERFACE, MSG_DISABLEDS, "5"},
-    {C, DAT_PENDINGXFERS, MSG_GET, "4567"},    {C, DAT_PENDINGXFERS, MSG_ENDXFER, "67"},
-    {C, DAT_PENDINGXFERS, MSG_RESET, "67"},    {C, DAT_SETUPFILEXFER, MSG_SET, "456"},
-    {C, DAT_SETUPMEMXFER, MSG_GET, "456"},     {C, 0x0042, MSG_GET, ""},
-    {I, DAT_PALETTE8, MSG_GET, "456"},         {I, DAT_IMAGELAYOUT, MSG_GET, "456"},
-    {I, DAT_IMAGELAYOUT, MSG_SET, "4"},        {I, DAT_IMAGEINFO, MSG_GET, "67"},
-    {I, DAT_IMAGEINFO, MSG_SET, ""},           {I, DAT_IMAGEMEMXFER, MSG_GET, "67"},
-    {I, DAT_IMAGENATIVEXFER, MSG_GET, "6"},    {I, DAT_STATUS, MSG_GET, ""}};
-
 // A whole batch: what enabling answered, then of each page its number, what its strips gave and the count of
 // pages left; at last whether paper is loaded, before and after disabling.
 std::string batchText(VirtualHost& host) {
-    std::ostringstream text;
-    text << host.enable();
+    std::string text = host.answer("enable");
     while (host.scanner.state() == 6) {
-        text << ", " << host.scanner.request().pageNumber;
+        text += ", " + host.answer("page");
         std::string result = "success";
-        for (; result == "success"; text << " " << result)
-            result = host.strip();
-        text << " " << host.endTransfer();
+        for (; result == "success"; text += " " + result)
+            result = host.answer("strip");
+        text += " " + host.answer("end");
     }
-    text << "; " << host.ask(CAP_FEEDERLOADED).back();
-    host.disable();
-    text << host.ask(CAP_FEEDERLOADED).back();
-    return text.str();
+    text += "; " + host.answer("CAP_FEEDERLOADED").substr(9);
+    host.answer("disable");
+    return text + host.answer("CAP_FEEDERLOADED").substr(9);
 }
 
 }  // namespace
 
 TEST_CASE("what is out of sequence, unknown or no data is refused, in every state") {
-    for (const Operation& operation : operations) {
+    for (const HostOperation& operation : hostOperations) {
         for (int state = 3; state <= 7; ++state) {
-            CAPTURE(&operation - operations);
+            CAPTURE(operation.name);
             CAPTURE(state);
             VirtualHost host("Pages=2 Resolution=50", state);
             const auto call = [&](void* data) {
@@ -71,36 +46,45 @@ TEST_CASE("what is out of sequence, unknown or no data is refused, in every stat
     }
 }
 
-TEST_CASE("opening fails as asked, and answers are slow as asked") {
-    CHECK(VirtualHost("OpenFault=offline", 3).open() == "failure 23");
-    CHECK(VirtualHost("OpenFault=busy", 3).open() == "failure 4");
-    CHECK(VirtualHost("Page=missing.bmp", 3).open() == "failure 5");
+TEST_CASE("opening fails as asked, the window comes as it can, and giving up leaves the rest in the feeder") {
+    const Story stories[] = {{"OpenFault=offline", "open: failure 23", 3},
+                             {"OpenFault=busy", "open: failure 4", 3},
+                             {"Page=missing.bmp", "open: failure 5", 3},
+                             {"", "open: failure 4"},  // it takes one host only
+                             {"Window=0", "show: check; state: 6"},
+                             {"UIControllable=0", "enable: check; state: 5"},
+                             {"Pages=0 EmptyFeeder=close", "enable: success; notes: close "},
+                             // In the middle of page 1, then before page 2.
+                             {"Pages=2 Resolution=50",
+                              "reset: 0; state: 5; disable: success; enable: success; page: 2; reset: 0; "
+                              "state: 5; disable: success; enable: success; page: 2; disable: success",
+                              7}};
+    checkStories(stories);
+}
+
+TEST_CASE("answers are slow as asked; the identity keeps the manager's number") {
     VirtualHost host("Delay=40 Protocol=1.6");
-    CHECK(host.open() == "failure 4");  // it takes one host only
     const DWORD start = GetTickCount();
-    CHECK(host.ask(ICAP_UNITS) == "one UINT16 0");
+    host.check("ICAP_UNITS: one UINT16 0");
     CHECK(GetTickCount() - start >= 30);
     TW_IDENTITY identity{};
     identity.Id = 77;
     CHECK(host.control(DAT_IDENTITY, MSG_GET, &identity) == "success");
-    CHECK(identity.Id == 77);  // the manager's number
+    CHECK(identity.Id == 77);
     CHECK(identity.ProtocolMinor == 6);
 }
 
 TEST_CASE("the feeder gives its pages, faults come where they were asked for, and what is left is told") {
-    const auto flag = [](TW_UINT32 value) { return oneValue(TWTY_BOOL, value); };
     const struct {
-        const char *settings, *batch;
-        TW_UINT16 capability = 0;  // to set first
-        ContainerImage container = {};
+        const char *settings, *batch, *capability = nullptr;  // to set first
     } rows[] = {{"Pages=3", "success, 1 done 2, 2 done 1, 3 done 0; 01"},
                 {"Pages=3 Feeder=off", "success, 1 done 0; 11"},
                 {"Pages=1 Refill=0", "success, 1 done 0; 00"},
-                {"Pages=3", "success, 1 done 1, 2 done 0; 11", CAP_XFERCOUNT, oneValue(TWTY_INT16, 2)},
-                {"Pages=3", "success, 1 done 0; 11", CAP_XFERCOUNT, oneValue(TWTY_INT16, 1)},
-                {"Pages=3", "success, 1 done 0; 11", CAP_AUTOFEED, flag(0)},
-                {"Pages=2", "success, 2 done 0; 01", CAP_CLEARPAGE, flag(1)},
-                {"Pages=2", "success, 1 done 1, 2 done 0; 01", CAP_CLEARPAGE, flag(0)},
+                {"Pages=3", "success, 1 done 1, 2 done 0; 11", "CAP_XFERCOUNT 2"},
+                {"Pages=3", "success, 1 done 0; 11", "CAP_XFERCOUNT 1"},
+                {"Pages=3", "success, 1 done 0; 11", "CAP_AUTOFEED 0"},
+                {"Pages=2", "success, 2 done 0; 01", "CAP_CLEARPAGE 1"},
+                {"Pages=2", "success, 1 done 1, 2 done 0; 01", "CAP_CLEARPAGE 0"},
                 {"Pages=2 UnknownPendingCount=1", "success, 1 done 65535, 2 done 0; 01"},
                 {"Pages=1 PendingCountError=1", "success, 1 done 1, 2 failure 5 0; 01"},
                 {"Pages=2 PendingCountError=-1", "success, 1 done 0; 11"},
@@ -115,21 +99,9 @@ TEST_CASE("the feeder gives its pages, faults come where they were asked for, an
     for (const auto& row : rows) {
         CAPTURE(row.settings);
         VirtualHost host(std::string("Paper=1x1 Resolution=50 PixelType=Gray ") + row.settings);
-        if (row.capability != 0) CHECK(host.set(row.capability, row.container) == "success");
+        if (row.capability) host.check(std::string(row.capability) + ": success");
         CHECK(batchText(host) == row.batch);
     }
-}
-
-TEST_CASE("giving up a batch leaves the rest in the feeder") {
-    VirtualHost host("Pages=2 Resolution=50", 7);
-    for (int again = 0; again < 2; ++again) {  // in the middle of page 1, then before page 2
-        CHECK(host.endTransfer(MSG_RESET) == 0);
-        CHECK(host.scanner.state() == 5);
-        CHECK(host.disable() == "success");
-        CHECK(host.enable() == "success");
-        CHECK(host.scanner.request().pageNumber == 2);
-    }
-    CHECK(host.disable() == "success");  // the host has not seen the image yet
 }
 
 TEST_CASE("the window scans and asks to be closed through the host's message loop") {
@@ -149,27 +121,11 @@ TEST_CASE("the window scans and asks to be closed through the host's message loo
     };
     const HWND scan = GetDlgItem(window, vscan::SourceWindow::scanButton);
     post(scan, BM_CLICK, 0);
-    CHECK(host.scanner.state() == 6);
     post(window, WM_KEYDOWN, VK_ESCAPE);  // it rests while images are transferred
-    CHECK(host.notes == Notes{MSG_XFERREADY});
     CHECK(!IsWindowEnabled(scan));
-    CHECK(host.endTransfer() == 1);
-    CHECK(host.endTransfer() == 0);
+    host.check("state: 6; notes: ready ; end: 1; end: 0");
     CHECK(IsWindowEnabled(scan));
     post(window, WM_KEYDOWN, VK_ESCAPE);
-    CHECK(host.notes == Notes{MSG_XFERREADY, MSG_CLOSEDSREQ});
-    CHECK(host.disable() == "success");
+    host.check("notes: ready close ; disable: success");
     CHECK(!IsWindow(window));
-}
-
-TEST_CASE("a window that can't be shown or left away is told") {
-    VirtualHost without("Window=0");
-    CHECK(without.enable(true) == "check");
-    CHECK(without.scanner.state() == 6);
-    VirtualHost always("UIControllable=0");
-    CHECK(always.enable(false) == "check");
-    CHECK(always.scanner.window() != nullptr);
-    VirtualHost empty("Pages=0 EmptyFeeder=close");
-    CHECK(empty.enable() == "success");
-    CHECK(empty.notes == Notes{MSG_CLOSEDSREQ});
 }

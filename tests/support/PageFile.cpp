@@ -28,31 +28,14 @@ std::string comparePixels(const std::vector<uint8_t>& file, const vscan::Picture
     if (!pixels) return "no picture";
     if (width != page.width) return std::to_string(width) + " pixels wide";
     const stbi_uc* pixel = pixels.get();
-    const int rows = std::min(height, page.height);
-    for (int y = 0; y < rows; ++y) {
+    for (int y = 0; y < std::min(height, page.height); ++y) {
         for (int x = 0; x < width; ++x, pixel += 3) {
             const vscan::Color expected = page.colorAt(x, y);
             if (expected != vscan::Color{pixel[0], pixel[1], pixel[2]})
                 return "another pixel at " + std::to_string(x) + "," + std::to_string(y);
         }
     }
-    if (rows < page.height) return "the page's first " + std::to_string(rows) + " rows";
-    if (rows < height) return "the page and " + std::to_string(height - rows) + " rows more";
-    return "the page";
-}
-
-long dotsPerInch(uint32_t dotsPerMetre) {
-    return std::lround(dotsPerMetre * 0.0254);
-}
-
-std::string comparePage(const std::string& path, const vscan::PageRequest& request) {
-    std::ifstream stream(path, std::ios::binary);
-    const std::vector<uint8_t> file{std::istreambuf_iterator<char>(stream), {}};
-    const long x = dotsPerInch(fileField(file, 38, 4));
-    const long y = dotsPerInch(fileField(file, 42, 4));
-    return std::to_string(fileField(file, 28, 2)) + " bit, " + std::to_string(x) +
-           (x == y ? "" : " x " + std::to_string(y)) +
-           " dpi: " + comparePixels(file, vscan::renderPage(request));
+    return height == page.height ? "the page" : "the page, " + std::to_string(height) + " rows";
 }
 
 }  // namespace
@@ -60,8 +43,17 @@ std::string comparePage(const std::string& path, const vscan::PageRequest& reque
 std::string pagesIn(const ScanFolder& folder, vscan::PageRequest page) {
     std::istringstream names(folder.files());
     std::string text;
-    for (std::string name; names >> name; ++page.pageNumber)
-        text += "\n" + name + ": " + comparePage(folder.path(name), page);
+    for (std::string name; names >> name; ++page.pageNumber) {
+        std::ifstream stream(folder.path(name), std::ios::binary);
+        const std::vector<uint8_t> file{std::istreambuf_iterator<char>(stream), {}};
+        const auto dotsPerInch = [&](size_t field) {
+            return std::lround(fileField(file, field, 4) * 0.0254);
+        };
+        const long x = dotsPerInch(38), y = dotsPerInch(42);
+        text += "\n" + name + ": " + std::to_string(fileField(file, 28, 2)) + " bit, " + std::to_string(x) +
+                (x == y ? "" : " x " + std::to_string(y)) +
+                " dpi: " + comparePixels(file, vscan::renderPage(page));
+    }
     return text;
 }
 

@@ -17,17 +17,9 @@ inline vscan::PageRequest pageOf(vscan::PixelKind kind, double dpi, int number =
     return request;
 }
 
-// A gray page whose tones come from these options.
-inline const std::string toneOptions = " --brightness 30 --contrast 20 --highlight 230 --shadow 20";
-inline vscan::PageRequest tonedPage(double dpi) {
-    vscan::PageRequest request = pageOf(vscan::PixelKind::Gray8, dpi);
-    request.tone = {300, 200, 230, 20};
-    return request;
-}
-
 // Of each file in the folder a line with its name, what its header says and what it holds: "the page", "the
-// page's first 35 rows", "the page and 33 rows more", or where the first different pixel is. The next file is
-// compared with the next page. "\np1.bmp: 8 bit, 75 dpi: the page"
+// page, 35 rows" (as far as both go), or where the first different pixel is. The next file is compared with
+// the next page. "\np1.bmp: 8 bit, 75 dpi: the page"
 std::string pagesIn(const ScanFolder& folder, vscan::PageRequest page);
 
 // What smscan prints in a folder of its own, and then what pagesIn shows of it.
