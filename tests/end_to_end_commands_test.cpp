@@ -54,7 +54,8 @@ TEST_CASE("what is printed and how it ends, with nothing else in the folder") {
          "The source doesn't offer --mech file. Try another one."},
         {"--gamma 2", "RefusedCapabilities=ICAP_GAMMA", 1, "The source refuses --gamma 2: " + unknown},
         {"--resolution 75", "ReadOnlyCapabilities=ICAP_XRESOLUTION", 1,
-         "The source refuses X resolution 75 dpi: " + unknown},
+         "The source refuses X resolution 75 dpi: the source doesn't allow this operation (condition code "
+         "14)."},
         {"--mode color", "PixelTypes=BW,Gray;PixelType=BW", 2,
          "The source doesn't offer --mode color, but bw, gray." + caps},
         // The one-shot scan shows the source's window when a setting is refused; nobody is there to use it.

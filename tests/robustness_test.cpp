@@ -76,7 +76,7 @@ TEST_CASE("a batch within a batch doesn't begin, however often the source says r
 TEST_CASE("a host whose window is gone has cancelled everything") {
     for (const Mechanism& by : mechanisms) {
         BatchStage stage({grayPage(), grayPage(), grayPage()}, by);
-        stage.source.hideCount();
+        stage.source.countIsKnown = false;
         stage.host.onXferStart = [&](TXferImageInfo&) { DestroyWindow(stage.host.window()); };
         stage.run();
         CHECK(journal.with("XferStart").size() == 1);
@@ -149,7 +149,7 @@ TEST_CASE("a block asked for too early leaves the next image as it is") {
     unsigned count = 0;
     CHECK(stage.module.ReadBlock(buffer, 12, &count) == 0);
     // Two rows of four pixels, three bytes each, without the padding.
-    stage.source.put({{imageInfo(TWPT_RGB, 24, 4, 2), cutRows(pattern(32), 16, 4, 2)}});
+    stage.source.put({imagePage(TWPT_RGB, 24, 4, 2, 16)});
     stage.module.ReadBlock(buffer, 32, &count);
     CHECK(std::memcmp(buffer + 12, pattern(32).data() + 16, 12) == 0);
 }

@@ -34,12 +34,19 @@ TEST_CASE("CAP_SUPPORTEDCAPS lists exactly what can be asked for") {
     host.check("ICAP_GAMMA: failure 6; CAP_FEEDERENABLED: failure 6");
 }
 
+TEST_CASE("which operations a capability supports is said beforehand") {
+    VirtualHost host("RefusedCapabilities=ICAP_GAMMA");
+    CHECK(host.ask(ICAP_PIXELTYPE, MSG_QUERYSUPPORT) == "one INT32 31");
+    CHECK(host.ask(CAP_FEEDERLOADED, MSG_QUERYSUPPORT) == "one INT32 13");
+    CHECK(host.ask(ICAP_GAMMA, MSG_QUERYSUPPORT) == "failure 6");
+}
+
 TEST_CASE("only what is offered can be set, and follows from the units") {
     VirtualHost("ReadOnlyCapabilities=ICAP_LIGHTPATH")
         .check(
             "ICAP_PIXELTYPE 1: success; ICAP_PIXELTYPE 7: failure 10; ICAP_PIXELTYPE: one UINT16 1; "
-            "CAP_FEEDERENABLED 2: success; CAP_FEEDERENABLED: one BOOL 1; CAP_FEEDERLOADED 0: failure 6; "
-            "CAP_XFERCOUNT -2: failure 10; CAP_XFERCOUNT: one INT16 -1; ICAP_LIGHTPATH 1: failure 6; "
+            "CAP_FEEDERENABLED 2: success; CAP_FEEDERENABLED: one BOOL 1; CAP_FEEDERLOADED 0: failure 14; "
+            "CAP_XFERCOUNT -2: failure 10; CAP_XFERCOUNT: one INT16 -1; ICAP_LIGHTPATH 1: failure 14; "
             "ICAP_BRIGHTNESS 10.4: check; ICAP_BRIGHTNESS 1001: failure 10; ICAP_BRIGHTNESS: one FIX32 10; "
             "ICAP_XRESOLUTION 49: failure 10; ICAP_XRESOLUTION: one FIX32 150; ICAP_UNITS 2: success; "
             "ICAP_YRESOLUTION 50: success; ICAP_YRESOLUTION: one FIX32 50; "  // per pica
@@ -68,7 +75,7 @@ TEST_CASE("the bit depth follows the pixel type, the frame the paper, and the pa
     VirtualHost("PixelType=Gray BitDepth=16")
         .check(
             "ICAP_PIXELTYPE 0: success; ICAP_BITDEPTH?: enum UINT16 [1] current 0 default 0; "
-            "ICAP_SUPPORTEDSIZES 4: success; frame: 8 x 14; "
+            "ICAP_SUPPORTEDSIZES 0: success; frame: 11 x 17; ICAP_SUPPORTEDSIZES 4: success; frame: 8 x 14; "
             "area 1 2 3 4: success; ICAP_SUPPORTEDSIZES: one UINT16 0; frame: 3 x 4; "
             "area 0 0 8.5 11: success; ICAP_SUPPORTEDSIZES: one UINT16 3; frame: 8 x 11; "
             "area 0 0 8 40: check; ICAP_SUPPORTEDSIZES: one UINT16 0; frame: 8 x 17; "  // beyond the glass
