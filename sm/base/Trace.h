@@ -83,8 +83,8 @@ private:
 };
 
 // Who calls a shared helper: the method that its lines name, and the place they show. Made by the call itself
-// out of the method's trace (`checkReady(trace)`), so that the place is the line of that call; helpers hand it
-// on as it is. A helper that takes the MethodTrace instead shows its own lines, in the method's name.
+// out of the method's trace (`checkReady(trace)`), so that the place is the line of that call; helpers hand
+// it on as it is. A helper that takes the MethodTrace instead shows its own lines, in the method's name.
 class Caller {
 public:
     Caller(const MethodTrace& trace, TracePoint at = TracePoint::here()) : method_(trace.method()), at_(at) {}
