@@ -189,11 +189,10 @@ TEST_CASE("without memory, or without a source, nothing is asked and the count s
         stage.pull(12);
         CHECK(stage.viewer.warnings().last(1) == Lines{"Low Memory in TScanModule::DoMemXfer"});
         CHECK(stage.manager.calls().with("IMAGEMEMXFER") == Lines{});
+        CHECK(stage.count == unwritten);
         stage.windows.largestAllocation = any;
-        for (const unsigned count : {unwritten, open ? 12 : unwritten}) {
-            CHECK(stage.count == count);
-            stage.pull(12);
-        }
+        stage.pull(12);
+        CHECK(stage.count == (open ? 12 : unwritten));
     }
 }
 

@@ -101,7 +101,6 @@ TEST_CASE("the settings reach the source, in their order") {
         s.Shadow = 51, s.ShadowMax = 255;
         s.MorePages = 7;
         CHECK(start(&s) == " 2 2 100 100 200 -300+1/65536 4 -600+1/65536 -1 0 2; ENABLEDS show 0 modal 0");
-        CHECK(s.Resolution == -5);
     }
     CHECK(std::string(stage.manager.application().ProductName) == "Some Host");
     CHECK(stage.manager.userInterface().hParent == stage.host.window());
@@ -225,9 +224,7 @@ TEST_CASE("only some kinds of image can be stored; for others there is a box") {
             CAPTURE(bits);
             const bool stored = storable.count({type, bits}) != 0;
             stage.source.put({imagePage(type, bits, 4, 1, 12, 1)});
-            stage.start();
-            stage.windows.switchesOff = true;
-            CHECK(stage.finish() == !stored);
+            CHECK(stage.scan() == !stored);
             CHECK(journal.with("box") == !stored * Lines{invalidType});
         }
     }
