@@ -209,13 +209,10 @@ TEST_CASE("an image that was pulled in part is forgotten with its batch and with
             stage.module.CancelAllXfer();
         };
         stage.pull(12);
-        if (withBatch) {
-            stage.deliver(MSG_XFERREADY);
-        } else {
-            stage.module.DisableDS();
-            stage.module.CloseDS();
-            stage.enable();
-        }
+        if (withBatch) stage.deliver(MSG_XFERREADY);
+        if (!withBatch) stage.module.DisableDS();
+        if (!withBatch) stage.module.CloseDS();
+        if (!withBatch) stage.enable();
         stage.source.put({grayRow});
         stage.pull(24);
         CHECK(stage.count == over);

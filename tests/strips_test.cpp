@@ -159,7 +159,6 @@ const StripFacts lies[] = {
     {0, 10, 10, 0, 0, 300},                // rows of no bytes
     {30, 10, 1000, 0, 0, 300},             // rows beyond the buffer
     {30, 10, 10, 0, 0, 60000},             // bytes beyond it
-    {32, 10, 100000, 0, 0, 60000},         // both
     {200, 10, 2, 0, 0, 400},               // the last row only in part
     {30, 100000, 10, 0, 0, 300},           // columns wider than the row
     {100000, 33333, 10, 0, 0, 300},        // columns and rows wider than the page

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 #include <map>
-#include <tuple>
 
 #include "BatchStage.h"
 #include "Story.h"
@@ -227,9 +226,9 @@ TEST_CASE("the name of a file is a format text, and no longer than its field") {
     BatchStage stage({grayPage()}, file);
     stage.manager.answerNext(operation::setupFile, failWith(TWCC_BADVALUE));
     stage.run();
-    const std::string refusal = file.call.substr(0, file.call.find(';') + 2);
-    const std::string words = refusal + "! MSG_SET DAT_SETUPFILEXFER error in @; STATUS; ";
-    checkStory(stage, begin + file.image(words, 10), file.method);
+    const std::string words = "! MSG_SET DAT_SETUPFILEXFER error in @; STATUS; ";
+    checkStory(stage, begin + file.image("SET SETUPFILEXFER C:\\page.bmp format 2; " + words, 10),
+               file.method);
 }
 
 TEST_CASE("an image too large for memory comes by file where the source can") {
