@@ -70,12 +70,6 @@ const Route routes[] = {
          "EndThisXfer() 'Send WM_SCANTOFILEDSCLOSED'"},
 };
 
-Page endingWith(const Strip& last) {
-    Page page = grayPage();
-    page.strips.back() = last;
-    return page;
-}
-
 const std::string invalidType = "box Tipo de p\xEDxel no v\xE1lido | Error | 8192";
 
 }  // namespace
@@ -101,7 +95,6 @@ TEST_CASE("the settings reach the source, in their order") {
         s.Shadow = 51, s.ShadowMax = 255;
         s.MorePages = 7;
         CHECK(start(&s) == " 2 2 100 100 200 -300+1/65536 4 -600+1/65536 -1 0 2; ENABLEDS show 0 modal 0");
-        CHECK(s.Resolution == -5);
     }
     CHECK(std::string(stage.manager.application().ProductName) == "Some Host");
     CHECK(stage.manager.userInterface().hParent == stage.host.window());
@@ -133,17 +126,16 @@ TEST_CASE("a setting that the source refuses makes it show its window") {
 
 TEST_CASE("a scan that doesn't begin, and what an ordinary session's image then becomes") {
     const std::string refused = "! DSM_Entry returns failure in TScanModule::";
-    // What fails, the end of the story, and whether files it is from now on.
-    const std::tuple<Operation, std::string, bool> rows[] = {
-        {operation::openDs, "OPENDS; " + refused + "OpenDS; STATUS; CLOSEDSM; ! OpenDS returns failure in @",
-         false},
-        {operation::enableDs,
+    // What fails, whether files it is from now on, and the end of the story.
+    const std::tuple<Operation, bool, std::string> rows[] = {
+        {operation::openDs, false,
+         "OPENDS; " + refused + "OpenDS; STATUS; CLOSEDSM; ! OpenDS returns failure in @"},
+        {operation::enableDs, true,
          "ENABLEDS show 0 modal 0; " + refused +
              "EnableDS; STATUS; ! EnableDS returns failure in @; "
-             "! DS is already disabled in TScanModule::DisableDS; CLOSEDS; CLOSEDSM",
-         true},
+             "! DS is already disabled in TScanModule::DisableDS; CLOSEDS; CLOSEDSM"},
     };
-    for (const auto& [failing, end, isFileMode] : rows) {
+    for (const auto& [failing, isFileMode, end] : rows) {
         OneShotStage stage;
         stage.manager.answerNext(failing, failWith(TWCC_OPERATIONERROR));
         CHECK(stage.begin() == 0);
@@ -160,11 +152,14 @@ TEST_CASE("a scan that doesn't begin, and what an ordinary session's image then 
 }
 
 TEST_CASE("each route, each way it can end, with a long name that has a percent sign") {
+    Page cancelled = grayPage(), jammed = grayPage();
+    cancelled.strips.back() = endedBy(TWRC_CANCEL);
+    jammed.strips.back() = failedWith(TWCC_PAPERJAM);
     for (const Route& route : routes) {
         const std::tuple<std::vector<Page>, int, std::string> endings[] = {
             {{grayPage()}, 0, route.calls},
-            {{endingWith(endedBy(TWRC_CANCEL))}, -4, route.calls + "! Image xfer canceled in @; "},
-            {{endingWith(failedWith(TWCC_PAPERJAM))}, 20, route.calls + route.failed},
+            {{cancelled}, -4, route.calls + "! Image xfer canceled in @; "},
+            {{jammed}, 20, route.calls + route.failed},
             {{grayPage(-1, 4)}, 1, route.noSize},
             {{grayPage(4, -1)}, 1, route.noSize},
             {{}, 1, route.noInfo},
@@ -225,9 +220,7 @@ TEST_CASE("only some kinds of image can be stored; for others there is a box") {
             CAPTURE(bits);
             const bool stored = storable.count({type, bits}) != 0;
             stage.source.put({imagePage(type, bits, 4, 1, 12, 1)});
-            stage.start();
-            stage.windows.switchesOff = true;
-            CHECK(stage.finish() == !stored);
+            CHECK(stage.scan() == !stored);
             CHECK(journal.with("box") == !stored * Lines{invalidType});
         }
     }

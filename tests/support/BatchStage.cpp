@@ -20,8 +20,8 @@ Page grayPage() {
     return imagePage(TWPT_GRAY, 8, 4, 4, 4, 2);
 }
 
-BatchStage::BatchStage(std::vector<Page> pages, const Mechanism& mechanism, bool showUI) {
-    source.put(std::move(pages));
+BatchStage::BatchStage(const std::vector<Page>& pages, const Mechanism& mechanism, bool showUI) {
+    source.put(pages);
     manager.answer(operation::getCurrent(ICAP_XFERMECH), give(oneValue(TWTY_UINT16, mechanism.twain)));
     host.onXferStart = [](TXferImageInfo& image) {
         if (image.XferMech == SM_MECH_FILE) std::strcpy(image.Target.FileName, "C:\\page.bmp");
@@ -30,8 +30,8 @@ BatchStage::BatchStage(std::vector<Page> pages, const Mechanism& mechanism, bool
     enable(showUI);
 }
 
-void BatchStage::run(std::vector<Page> pages) {
-    source.put(std::move(pages));
+void BatchStage::run(const std::vector<Page>& pages) {
+    source.put(pages);
     strips.clear();
     received.clear();
     forget();

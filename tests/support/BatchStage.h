@@ -21,7 +21,7 @@ extern const Mechanism mechanisms[3];
 inline const Mechanism &native = mechanisms[0], &file = mechanisms[1], &memory = mechanisms[2];
 
 struct BatchStage : Stage {
-    explicit BatchStage(std::vector<Page> pages = {}, const Mechanism& mechanism = memory,
+    explicit BatchStage(const std::vector<Page>& pages = {}, const Mechanism& mechanism = memory,
                         bool showUI = true);
 
     // What the host does with a strip unless a test says otherwise.
@@ -29,7 +29,7 @@ struct BatchStage : Stage {
     // The image is ready: runs the batch.
     void run() { deliver(MSG_XFERREADY); }
     // One with these pages, and only its record.
-    void run(std::vector<Page> pages);
+    void run(const std::vector<Page>& pages);
 
     PageSource source{manager};
     Lines strips;  // "4x2 at 0,2: 8 bytes, rows of 4 as in a DIB"

@@ -24,9 +24,8 @@ inline std::string headerText(const std::vector<uint8_t>& file) {
                        number(10, 4) + ", " + number(18, 4) + "x" + number(22, 4) + ", " + number(28, 2) +
                        " bits, " + number(46, 4) + " colours";
     if (fileField(file, 14, 4) != 40 || fileField(file, 26, 2) != 1) text += ", not an info header";
-    for (const size_t offset : {6, 30, 34, 38, 42, 50}) {
+    for (const size_t offset : {6, 30, 34, 38, 42, 50})
         if (fileField(file, offset, 4) != 0)
             text += ", at " + std::to_string(offset) + " " + number(offset, 4);
-    }
     return text;
 }

@@ -3,7 +3,7 @@
 #include <cstring>
 #include <stdexcept>
 
-OneShotStage::OneShotStage(std::vector<Page> pages) : source(manager, std::move(pages)) {
+OneShotStage::OneShotStage(const std::vector<Page>& pages) : source(manager, pages) {
     static int number = 0;
     path = temporaryFolder() + "one-shot" + std::to_string(++number) + ".bmp";
     host.onGetFileName = [this](char* name) { std::strcpy(name, path.c_str()); };
@@ -12,9 +12,8 @@ OneShotStage::OneShotStage(std::vector<Page> pages) : source(manager, std::move(
 }
 
 void OneShotStage::refuseMechanisms(int count) {
-    constexpr int attempts = 3;  // one for each item type
     manager.answerNext(operation::set(ICAP_XFERMECH), succeed());
-    for (int i = 0; i < count * attempts; ++i)
+    for (int i = 0; i < 3 * count; ++i)  // one for each item type
         manager.answerNext(operation::set(ICAP_XFERMECH), failWith(TWCC_BADVALUE));
 }
 

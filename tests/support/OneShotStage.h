@@ -6,7 +6,7 @@
 
 class OneShotStage : public Stage {
 public:
-    explicit OneShotStage(std::vector<Page> pages = {});
+    explicit OneShotStage(const std::vector<Page>& pages = {});
     // Removes the file, unless the module left it open.
     ~OneShotStage() { DeleteFileA(path.c_str()); }
 

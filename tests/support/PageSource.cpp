@@ -34,8 +34,8 @@ Page imagePage(TW_INT16 pixelType, TW_INT16 bits, TW_INT32 width, TW_INT32 lengt
     return page;
 }
 
-PageSource::PageSource(ScriptedManager& manager, std::vector<Page> pages) {
-    put(std::move(pages));
+PageSource::PageSource(ScriptedManager& manager, const std::vector<Page>& pages) {
+    put(pages);
     manager.answer(operation::getCurrent(ICAP_UNITS), give(oneValue(TWTY_UINT16, TWUN_INCHES)));
     manager.answer(operation::getCurrent(ICAP_XFERMECH), give(oneValue(TWTY_UINT16, TWSX_MEMORY)));
     manager.answer(operation::get(ICAP_XFERMECH), give(enumeration(TWTY_UINT16, {0, 1, 2})));
@@ -67,8 +67,9 @@ TW_UINT16 PageSource::giveImageInfo(TW_IMAGEINFO& info) {
 TW_UINT16 PageSource::giveStrip(TW_IMAGEMEMXFER& transfer) {
     requests.push_back(transfer.Memory);
     if (whileTransferring) whileTransferring();
-    if (pages_.empty() || nextStrip_ >= pages_.front().strips.size()) return fail(TWCC_SEQERROR);
-    const Strip& strip = pages_.front().strips[nextStrip_++];
+    if (pages_.empty() || pages_.front().strips.empty()) return fail(TWCC_SEQERROR);
+    const Strip strip = pages_.front().strips.front();
+    pages_.front().strips.pop_front();
     if (strip.returnCode == TWRC_FAILURE) return fail(strip.conditionCode);
     transfer.Compression = pages_.front().info.Compression;
     std::memcpy(&transfer.BytesPerRow, &strip.facts, sizeof strip.facts);
@@ -94,7 +95,6 @@ TW_UINT16 PageSource::giveWhole(HGLOBAL* dib) {
 }
 
 TW_UINT16 PageSource::endPages(TW_UINT16 message, TW_PENDINGXFERS& pending) {
-    nextStrip_ = 0;
     if (message == MSG_RESET) pages_.clear();
     if (!pages_.empty()) pages_.pop_front();
     pending.Count = static_cast<TW_UINT16>(countIsKnown || pages_.empty() ? pages_.size() : 0xFFFF);

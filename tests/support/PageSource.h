@@ -25,9 +25,9 @@ struct Strip {
 
 struct Page {
     TW_IMAGEINFO info;
-    std::vector<Strip> strips = {};  // the last one's code is also that of a native or file transfer
-    Bytes whole = {};                // what such a transfer brings: 40 zeros in memory and no file when empty
-    TW_UINT16 refusal = 0;           // of its description
+    std::deque<Strip> strips = {};  // the last one's code is also that of a native or file transfer
+    Bytes whole = {};               // what such a transfer brings: 40 zeros in memory and no file when empty
+    TW_UINT16 refusal = 0;          // of its description
 };
 
 // A request that brings no strip but this.
@@ -51,14 +51,11 @@ Page imagePage(TW_INT16 pixelType, TW_INT16 bits, TW_INT32 width, TW_INT32 lengt
 
 class PageSource {
 public:
-    explicit PageSource(ScriptedManager& manager, std::vector<Page> pages = {});
+    explicit PageSource(ScriptedManager& manager, const std::vector<Page>& pages = {});
     PageSource(const PageSource&) = delete;
     PageSource& operator=(const PageSource&) = delete;
 
-    void put(std::vector<Page> pages) {
-        pages_.assign(pages.begin(), pages.end());
-        nextStrip_ = 0;
-    }
+    void put(const std::vector<Page>& pages) { pages_.assign(pages.begin(), pages.end()); }
     TW_SETUPMEMXFER bufferSizes = {64, 4096, 1024};  // least, most, preferred
     bool countIsKnown = true;                        // else it says "unknown" for how many pages are left
     // Runs inside each request for a strip, as a message loop of the source's own would.
@@ -74,7 +71,6 @@ private:
     TW_UINT16 fail(TW_UINT16 conditionCode);
 
     std::deque<Page> pages_;
-    size_t nextStrip_ = 0;
     TW_UINT16 conditionCode_ = TWCC_SUCCESS;
     std::string fileName_;
 };

@@ -24,8 +24,8 @@ bool RecordingHost::handle(UINT message, WPARAM wParam, LPARAM lParam) {
     journal.push_back(line);
 
     auto* const image = reinterpret_cast<TXferImageInfo*>(lParam);
-    if (image != nullptr && (name == "XferStart" || name == "XferEnd")) images_.push_back(*image);
     if (name == "XferStart" && onXferStart) onXferStart(*image);
+    if (name == "XferEnd" && onXferEnd) onXferEnd(*image);
     if (name == "XferData" && onXferData) onXferData(*reinterpret_cast<TXferStripInfo*>(lParam));
     if (name == "ScanToFileGetName" && onGetFileName) onGetFileName(reinterpret_cast<char*>(lParam));
     if (onMessage) onMessage(line);

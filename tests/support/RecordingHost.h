@@ -5,7 +5,6 @@
 
 #include <map>
 #include <utility>
-#include <vector>
 
 #include "Lines.h"
 #include "MessageWindow.h"
@@ -21,10 +20,8 @@ public:
     Lines messages() const { return messages_; }
     Lines takeMessages() { return std::exchange(messages_, {}); }
 
-    // The record that came with each XferStart and each XferEnd, copied as it was.
-    const std::vector<TXferImageInfo>& images() const { return images_; }
-
     std::function<void(TXferImageInfo&)> onXferStart;
+    std::function<void(const TXferImageInfo&)> onXferEnd;
     std::function<void(const TXferStripInfo&)> onXferData;
     std::function<void(char*)> onGetFileName;
     // Any message, as it is recorded; after the handlers above.
@@ -36,6 +33,5 @@ private:
     const std::string name_;
     std::map<UINT, std::string> names_;
     Lines messages_;
-    std::vector<TXferImageInfo> images_;
     const MessageWindow window_;
 };

@@ -6,10 +6,7 @@
 inline Lines storyOf(const std::string& row, const std::string& method = "") {
     Lines lines;
     for (const std::string& line : splitRow(row))
-        lines += splitRow(spelledOut(line));
-    for (std::string& line : lines)
-        if (const size_t at = line.find('@'); at != std::string::npos)
-            line.replace(at, 1, "TScanModule::" + method);
+        lines += splitRow(filled(spelledOut(line), '@', "TScanModule::" + method));
     return lines;
 }
 
