@@ -94,25 +94,25 @@ TEST_CASE("a setter without an open source sends nothing, without a manager it s
 TEST_CASE("a container that can't be built is not sent, and freed once") {
     Stage stage;
     stage.open();
-    const auto check = [&](const Setter& setter, const std::string& words) {
-        const bool isOwn = setter.notBuilt.empty();
-        std::string record = isOwn ? "! Memory alloc error in @; " : "";
-        for (size_t i = 0; !isOwn && i < setter.types.size(); ++i)
-            record += "! " + words + " in BuildupOneValue; " + setter.notBuilt;
-        setter.check(stage, "1", record + "result 2");
-        CHECK(stage.viewer.traces().with("Buildup").empty() == isOwn);
+    const auto checkAll = [&](const std::string& words) {
+        for (const Setter& setter : setters) {
+            const bool isOwn = setter.notBuilt.empty();
+            std::string record = isOwn ? "! Memory alloc error in @; " : "";
+            for (size_t i = 0; !isOwn && i < setter.types.size(); ++i)
+                record += "! " + words + " in BuildupOneValue; " + setter.notBuilt;
+            setter.check(stage, "1", record + "result 2");
+            CHECK(stage.viewer.traces().with("Buildup").empty() == isOwn);
+        }
     };
     stage.windows.largestAllocation = 0;
-    for (const Setter& setter : setters)
-        check(setter, "Memory alloc error");
-    checkCall(stage, "SetSupportedPixelType 3",
-              "GETCURRENT # -> one UINT16 1; ! Memory alloc error in BuildupEnumeration; "
-              "! BuildupEnumeration returns failure in @; result 2",
+    checkAll("Memory alloc error");
+    const std::string unbuilt =
+        "! Memory alloc error in BuildupEnumeration; ! BuildupEnumeration returns failure in @; ";
+    checkCall(stage, "SetSupportedPixelType 3", "GETCURRENT # -> one UINT16 1; " + unbuilt + "result 2",
               ICAP_PIXELTYPE);
     stage.windows.largestAllocation = ~SIZE_T{0};
     stage.windows.locksThatSucceed = 0;
-    for (const Setter& setter : setters)
-        check(setter, "Lock memory error");
+    checkAll("Lock memory error");
 }
 
 TEST_CASE("narrowing the supported values sends the set bits in order, with the present value as current") {

@@ -28,7 +28,7 @@ TEST_CASE("a scan area is converted, but not for a source that works in inches")
         {"1 2 3 4 1", unit + "0" + plain + " -> fail 10; !failure; result 10"},
         {"1 2 3 4 1", unit + "0" + plain + " -> check; !failure; result 0"},
         // Too early, which the source decides.
-        {"1 2 3 4 1",
+        {"1 2 3 4 2",
          "state 2; ! Sequence error in TScanModule::GetUnit" + plain + " -> fail 10; !failure; result 10"},
         {"1 2 3 4 1", "state 5; !sequence"},
         {"1 2 3 4 1", "state 1; !manager"},
@@ -42,18 +42,19 @@ TEST_CASE("a scan area is converted, but not for a source that works in inches")
 }
 
 TEST_CASE("the palette, white where the source gives no colour") {
-    constexpr int isUntouched = -1;
+    const SmPaletteEntry white = {255, 255, 255, 0}, hosts = {85, 85, 85, 85};
     const struct {
         TW_UINT16 given;
         int colors;
+        SmPaletteEntry rest;
         std::string record;
     } rows[] = {
-        {2, 2, "PALETTE8; result 0"},
-        {257, 0, "PALETTE8; ! Bad Value, palette.NumColors > 256, in @; result 10"},
-        {2, 0, "PALETTE8 -> fail 10; !failure; result 10"},
-        {2, 0, "PALETTE8 -> check; !failure; result 0"},
-        {256, 256, "state 5; PALETTE8; result 0"},
-        {2, isUntouched, "state 2; !sequence"},
+        {2, 2, white, "PALETTE8; result 0"},
+        {257, 0, white, "PALETTE8; ! Bad Value, palette.NumColors > 256, in @; result 10"},
+        {2, 0, white, "PALETTE8 -> fail 10; !failure; result 10"},
+        {2, 0, white, "PALETTE8 -> check; !failure; result 0"},
+        {256, 256, white, "state 5; PALETTE8; result 0"},
+        {2, 0, hosts, "state 2; !sequence"},
     };
     Stages stages;
     for (const auto& row : rows) {
@@ -67,10 +68,8 @@ TEST_CASE("the palette, white where the source gives no colour") {
         auto* palette = reinterpret_cast<SmPalette*>(table.data());
         const auto call = [&](Module& module) { return resultText(module.GetDSPalette(palette)); };
         checkCall(stage, "GetDSPalette", call, row.record);
-        const bool isLeft = row.colors == isUntouched;
-        std::vector<SmPaletteEntry> expected(
-            256, isLeft ? SmPaletteEntry{85, 85, 85, 85} : SmPaletteEntry{255, 255, 255, 0});
-        if (row.colors > 0) std::fill_n(expected.begin(), row.colors, SmPaletteEntry{6, 7, 8, 0});
+        std::vector<SmPaletteEntry> expected(256, row.rest);
+        std::fill_n(expected.begin(), row.colors, SmPaletteEntry{6, 7, 8, 0});
         CHECK(std::memcmp(palette, expected.data(), sizeof *palette) == 0);
     }
 }

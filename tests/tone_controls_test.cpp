@@ -41,6 +41,7 @@ Lines rangeQuery(const Tone& tone) {
 }  // namespace
 
 TEST_CASE("a tone on the host's scale: one value over the source's range, whatever the source answers") {
+    const std::string current = "GETCURRENT # -> ";
     const struct {
         std::string call, record;
     } rows[] = {
@@ -50,13 +51,12 @@ TEST_CASE("a tone on the host's scale: one value over the source's range, whatev
         {"Set? 9 5 5", "~result 10"},
         {"Set? 50 -100 100", "SET # one FIX32 500 -> fail 16; !refused; result 16"},
         {"Set? 50 -100 100", "SET # one FIX32 500 -> check; !refused; result 0"},
-        {"Get? 777 100 0", "GETCURRENT # -> one FIX32 500; result 0; value 25"},
+        {"Get? 777 100 0", current + "one FIX32 500; result 0; value 25"},
         // Items of every type are taken for TW_FIX32.
-        {"Get? 777 0 200", "GETCURRENT # -> one INT16 65036; result 0; value 50"},
+        {"Get? 777 0 200", current + "one INT16 65036; result 0; value 50"},
         {"Get? 777 0 200",
-         "GETCURRENT # -> check; !refused; GET # -> range FIX32 0 0 0 0 500; result 0; value 150"},
-        {"Get? 777 0 200",
-         "GETCURRENT # -> array FIX32 [5]; !container; GET #; !refused; result 6; value 100"},
+         current + "check; !refused; GET # -> range FIX32 0 0 0 0 500; result 0; value 150"},
+        {"Get? 777 0 200", current + "array FIX32 [5]; !container; GET #; !refused; result 6; value 100"},
         {"Get? 777 -3 0", "GETCURRENT #; !refused; GET # -> fail 13; !refused; result 13; value -1"},
         {"Get? 777 5 5", "! Bad range setting, minRange == maxRange, in @; result 10; value 0"},
         {"Get? 777 0 200",
@@ -89,7 +89,7 @@ TEST_CASE("the source's tone ranges, asked anew for each source") {
         {"GET # -> range INT32 0 30 1 0 0", "0 10 30"},
         {"GET # -> range FIX32 0 100 20 0 0", "0 40 100"},
         // The step is forgotten with the source that gave it.
-        {"GET # -> enum FIX32 [50 -50 101]", "-50 0 101"},
+        {"GET # -> enum FIX32 [-50 -90 -10]", "-90 -63 -10"},
         {"GET # -> one FIX32 500", usual},
         {missed + " -> range FIX32 -3 3 1 0 0", "-3 -1 3"},
         {"GET # -> check; !refused; GETCURRENT # -> range FIX32 0 9 9 0 0", "0 0 9"},
