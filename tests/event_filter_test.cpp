@@ -65,8 +65,7 @@ TEST_CASE("a one-shot scan's source is closed by the module, which says so whate
     }
 }
 
-TEST_CASE(
-    "transfer ready runs the transfer inside the call, but for the value 2 of the host suite's setting") {
+TEST_CASE("transfer ready runs the transfer inside the call, unless the host suite's setting is 2") {
     const std::string folder = temporaryFolder(), taken = "[Settings]\r\nSuppressTWAIN=2\r\n";
     const std::tuple<std::string, std::string, bool> rows[] = {
         {taken, folder, true},

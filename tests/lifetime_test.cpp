@@ -85,7 +85,6 @@ TEST_CASE("messages that can't be registered are reported once for each group") 
     const std::pair<std::set<std::string>, int> rows[] = {
         {{"ScanModule_CloseDSReq"}, 1},
         {{"ScanModule_XferData"}, 1},
-        {{"ScanModule_ScanToFileGetName"}, 1},
         {{"ScanModule_ScanToFileDSClosed"}, 1},
         {{"ScanModule_XferStart", "ScanModule_XferEnd"}, 1},
         {{"ScanModule_XferEnd", "ScanModule_ScanToFileXferEnd"}, 2},

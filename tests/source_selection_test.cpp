@@ -105,7 +105,7 @@ TEST_CASE("the list of the maker's sources") {
         CAPTURE(row.section);
         Stage stage;
         SavedFile file(path);
-        file.remove();
+        file.set(std::nullopt);
         stage.manager.answer(operation::getDefault, row.preset);
         list(stage.manager, row.sources);
         CHECK(stage.module.GetAllDS(path) == 0);
@@ -131,11 +131,11 @@ TEST_CASE("a list that can't be had, or only with gaps") {
         if (state == 2) stage->open();
         if (state == 2) stage->module.CloseDS();
         SavedFile file(path);
-        file.remove();
+        file.set(std::nullopt);
         list(stage->manager, {source("First"), source("Second"), source("Last")});
         checkSelection(*stage, record, "GetAllDS", [&](HWND) { return stage->module.GetAllDS(path); });
         CHECK(section(file) == splitRow(sources));
-        CHECK(file.exists() == !sources.empty());
+        CHECK(fileExists(path) == !sources.empty());
     }
 }
 

@@ -73,12 +73,12 @@ TEST_CASE("the switch file is made with both switches on, and left alone once it
     };
     for (const auto& [before, after] : rows) {
         TraceSwitches switches;
-        switches.file().set(before);
+        switches.set(before);
         const Module module;
         std::string found;
         for (const char* key : {"Trace", "Warning"}) {
             char value[32] = "";
-            GetPrivateProfileStringA("Debug", key, "-", value, sizeof value, switches.file().path().c_str());
+            GetPrivateProfileStringA("Debug", key, "-", value, sizeof value, switches.path().c_str());
             found += value;
         }
         CHECK(found == after);
@@ -93,7 +93,8 @@ TEST_CASE("without a viewer and its memory at the start no trace point looks at 
         ModuleCalls windows;
         ScriptedManager manager;
         const Module module;
-        CHECK(windows.profileCalls == Lines{"open DEBUGSM.INI", "read DEBUGSM.INI Debug Trace"});
+        CHECK(windows.profileCalls ==
+              Lines{"open " + switches.path(), "read Debug Trace of " + switches.path()});
         windows.profileCalls.clear();
         const RecordingViewer late;
         CHECK(module.IsTWAINAvailable() == 1);
@@ -131,7 +132,7 @@ TEST_CASE("a line is cut to the memory it has, a warning never moves the nesting
         {"", {}},
     };
     for (const auto& [switchedOn, lines] : rows) {
-        switches.file().write("[Debug]\r\n" + switchedOn);
+        switches.set("[Debug]\r\n" + switchedOn);
         viewer.forget();
         for (const TraceLevel level : {TraceLevel::Trace, TraceLevel::Warning, TraceLevel::Fatal})
             trace::write(level, TracePoint{"p", 5}, "text");

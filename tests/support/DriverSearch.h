@@ -21,8 +21,6 @@ public:
         GetProfileStringA("Twain", "Default Source", "(none)", text, sizeof text);
         return text;
     }
-
-private:
     static void put(const Text& value) {
         WriteProfileStringA("Twain", "Default Source", value == "(none)" ? nullptr : value->c_str());
     }
@@ -51,7 +49,7 @@ private:
 class HostSuiteSettings {
 public:
     explicit HostSuiteSettings(const std::string& regional) {
-        file_.write("[Aboutdlg]\r\nRegional=" + regional + "\r\n");
+        file_.set("[Aboutdlg]\r\nRegional=" + regional + "\r\n");
         const std::string parent = temporaryFolder();
         appData_.set(regional.empty() ? std::nullopt : Saved::Text(parent.substr(0, parent.size() - 1)));
     }

@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "ModuleCalls.h"
+#include "WindowsFiles.h"
 
 namespace {
 
@@ -44,8 +45,9 @@ HMODULE loadHooked(const std::string& path) {
 
 }  // namespace
 
-Module::Module() : handle_(loadHooked(path())) {
-    if (handle_ == nullptr) throw std::runtime_error("ScanModule.dll can't be loaded from " + path());
+// Test programs lie in a folder below the DLL's.
+Module::Module() : handle_(loadHooked(programFolder() + "\\..\\ScanModule.dll")) {
+    if (handle_ == nullptr) throw std::runtime_error("ScanModule.dll can't be loaded");
 #define SM_FUNCTION(name, ordinal, bytes) name = functionOf<decltype(name)>(handle_, "sm" #name);
 #include "ModuleFunctions.inc"
 #undef SM_FUNCTION
@@ -55,14 +57,4 @@ Module::Module() : handle_(loadHooked(path())) {
 void Module::unload() {
     if (handle_ != nullptr) FreeLibrary(handle_);
     handle_ = nullptr;
-}
-
-// Test programs lie in a folder below the DLL's.
-std::string Module::path() {
-    char program[MAX_PATH] = "";
-    GetModuleFileNameA(nullptr, program, sizeof program);
-    std::string folder(program);
-    folder.erase(folder.find_last_of('\\'));
-    folder.erase(folder.find_last_of('\\'));
-    return folder + "\\ScanModule.dll";
 }

@@ -16,8 +16,6 @@ public:
     void unload();
     HMODULE handle() const { return handle_; }
 
-    static std::string path();
-
     // The functions of the DLL under the names of its methods.
 #define SM_FUNCTION(name, ordinal, bytes) decltype(&::sm##name) name = nullptr;
 #include "ModuleFunctions.inc"

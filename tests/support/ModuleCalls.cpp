@@ -9,11 +9,8 @@ namespace {
 
 ModuleCalls* current = nullptr;
 
-constexpr const char* switchFile = "DEBUGSM.INI";
-
-std::string fileName(const char* path) {
-    const char* separator = std::strrchr(path, '\\');
-    return separator != nullptr ? separator + 1 : path;
+bool isSwitchFile(const std::string& path) {
+    return path.find("DEBUGSM.INI") != std::string::npos;
 }
 
 }  // namespace
@@ -91,15 +88,15 @@ struct ModuleCallsHooks {
 
     static UINT WINAPI getPrivateProfileInt(LPCSTR section, LPCSTR key, INT fallback, LPCSTR file) {
         if (current->switchesOff) return 0;
-        current->profileCalls.push_back("read " + fileName(file) + " " + section + " " + key);
-        if (!current->traceSwitches || fileName(file) != switchFile)
+        current->profileCalls.push_back(std::string("read ") + section + " " + key + " of " + file);
+        if (!current->traceSwitches || !isSwitchFile(file))
             return GetPrivateProfileIntA(section, key, fallback, file);
         const auto found = current->traceSwitches->find(key);
         return found != current->traceSwitches->end() ? found->second : static_cast<UINT>(fallback);
     }
 
     static HFILE WINAPI openFile(LPCSTR path, LPOFSTRUCT facts, UINT style) {
-        current->profileCalls.push_back("open " + fileName(path));
+        current->profileCalls.push_back(std::string("open ") + path);
         return current->traceSwitches ? 0 : OpenFile(path, facts, style);
     }
 

@@ -69,7 +69,7 @@ public:
     std::optional<Switches> traceSwitches;
     // Every switch reads as off: for what a test doesn't want to record.
     bool switchesOff = false;
-    // Files and profiles looked at: "open DEBUGSM.INI", "read DEBUGSM.INI Debug Trace".
+    // Files and profiles looked at: "open <path>", "read Debug Trace of <path>".
     Lines profileCalls;
     // Libraries: "load <file name>", "free".
     Lines libraryCalls;

@@ -13,8 +13,6 @@ class Stage {
 public:
     Stage() = default;
     ~Stage();
-    Stage(const Stage&) = delete;
-    Stage& operator=(const Stage&) = delete;
 
     // Brings the session into TWAIN state 4 or 5, and forgets what was recorded on the way.
     void open();

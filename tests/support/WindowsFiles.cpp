@@ -47,6 +47,12 @@ std::string temporaryFolder() {
     return folder;
 }
 
+std::string programFolder() {
+    char program[MAX_PATH] = "";
+    GetModuleFileNameA(nullptr, program, sizeof program);
+    return std::string(program, std::string(program).find_last_of('\\'));
+}
+
 std::string readFile(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
@@ -65,14 +71,11 @@ SavedRegistryText::SavedRegistryText(const std::string& key, const std::string& 
     : Saved([=] { return registryText(key, value); },
             [=](const Text& text) { putRegistryText(key, value, text); }) {}
 
-ManagerFile::ManagerFile(Kind kind) : file_(windowsDirectory() + "\\twain_32.dll") {
+ManagerFile::ManagerFile(Kind kind) : SavedFile(windowsDirectory() + "\\twain_32.dll") {
     if (kind != Kind::Scripted) install(kind);
 }
 
 void ManagerFile::install(Kind kind) {
-    char program[MAX_PATH] = "";
-    GetModuleFileNameA(nullptr, program, sizeof program);
-    const std::string folder(program, std::string(program).find_last_of('\\'));
     const char* const name = kind == Kind::Scripted ? "\\twain_32.dll" : "\\entryless_manager.dll";
-    file_.set(kind == Kind::Missing ? std::nullopt : Saved::Text(readFile(folder + name)));
+    set(kind == Kind::Missing ? std::nullopt : Text(readFile(programFolder() + name)));
 }

@@ -10,6 +10,7 @@
 
 std::string windowsDirectory();
 std::string temporaryFolder();  // with a backslash at its end
+std::string programFolder();    // of the test, without one
 std::string readFile(const std::string& path);
 bool fileExists(const std::string& path);
 
@@ -36,9 +37,6 @@ public:
     explicit SavedFile(const std::string& path);
 
     const std::string& path() const { return path_; }
-    bool exists() const { return fileExists(path_); }
-    void write(const std::string& content) { set(content); }
-    void remove() { set(std::nullopt); }
 
 private:
     std::string path_;
@@ -51,13 +49,11 @@ public:
 };
 
 // "DEBUGSM.INI" in the Windows directory with both switches on: for the trace channel outside the DLL.
-class TraceSwitches {
+class TraceSwitches : public SavedFile {
 public:
-    TraceSwitches() { file_.write("[Debug]\r\nTrace=1\r\nWarning=1\r\n"); }
-    SavedFile& file() { return file_; }
-
-private:
-    SavedFile file_{windowsDirectory() + "\\DEBUGSM.INI"};
+    TraceSwitches() : SavedFile(windowsDirectory() + "\\DEBUGSM.INI") {
+        set("[Debug]\r\nTrace=1\r\nWarning=1\r\n");
+    }
 };
 
 // The folder of the host suite's settings: HKEY_CURRENT_USER Software\Lumivo, value "DataDir".
@@ -65,7 +61,7 @@ class HostDataFolder {
 public:
     // The temporary folder, with a file "ZR_Scan.INI" of this content; in the registry under this text.
     explicit HostDataFolder(const std::string& settings, const std::string& text = temporaryFolder()) {
-        file_.write(settings);
+        file_.set(settings);
         registry_.set(text);
     }
 
@@ -75,13 +71,10 @@ private:
 };
 
 // What stands at <Windows>\TWAIN_32.DLL while a test runs, which is usually the scripted manager.
-class ManagerFile {
+class ManagerFile : public SavedFile {
 public:
     enum class Kind { Scripted, WithoutEntry, Missing };
 
     explicit ManagerFile(Kind kind);
     void install(Kind kind);
-
-private:
-    SavedFile file_;
 };
