@@ -59,6 +59,7 @@ TEST_CASE("a container needs the right item type and a current item within it; i
     const ContainerImage refused[] = {
         oneValue(TWTY_UINT16, 1),  // no longer offered
         oneValue(TWTY_INT16, 0),
+        enumeration(TWTY_INT16, {0, 2}, 0),
         enumeration(TWTY_UINT16, {0, 2}, 2),
         withoutHandle(TWON_ONEVALUE),
         rawContainer(TWON_ONEVALUE, {4, 0, 0}),

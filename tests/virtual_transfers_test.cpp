@@ -54,6 +54,8 @@ TEST_CASE("strips are cut and laid out as asked, and lie as asked, but their byt
         {"StripRows=1 RowPadding=0", 7,
          "3: 3, 3 x 1 at 0,0 4c9595eeeeeeee; 3: 3, 3 x 1 at 0,1 668a8aeeeeeeee"},
         // Other lies show in the pages that hosts make of them.
+        {"StripFaults=ExtraRows", 8, "8: 4, 3 x 102 at 0,0 4c959500668a8a00"},
+        {"StripFaults=ExtraBytes", 8, "408: 4, 3 x 2 at 0,0 4c959500668a8a00"},
         {"StripFaults=WideColumns", 8, "8: 4, 100003 x 2 at 0,0 4c959500668a8a00"}};
     for (const auto& row : rows) {
         CAPTURE(row.settings);
