@@ -169,8 +169,13 @@ TEST_CASE("each route, each way it can end, with a long name that has a percent 
             OneShotStage stage(pages);
             stage.path = path;
             std::ofstream(path) << std::string(5000, 'x');  // a longer old file
+            bool isToldAfterDeletion = false;
+            stage.host.onMessage = [&](const std::string& line) {
+                if (line.rfind("ScanToFileXferEnd", 0) == 0) isToldAfterDeletion = !fileExists(path);
+            };
             CHECK(stage.scan(route.mechanism) == result);
             CHECK(fileExists(path) == (result == 0));  // empty when the source wrote another
+            CHECK(isToldAfterDeletion == (result != 0));
             if (route.mechanism == SM_MECH_FILE) stage.path = written;
             CHECK(fileExists(stage.path) == (result == 0));
             CHECK(stage.fileBytes().size() < 5000);

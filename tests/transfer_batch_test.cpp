@@ -74,6 +74,8 @@ TEST_CASE("the lines of a batch") {
                   " CanUseFileXfer('Can Use File Xfer.') HasEnoughMemFreeSpace() HasEnoughMemFreeSpace() " +
                   by.method + "(" + (by.isMemory() ? sizes : "") + "GetUnit" + asked +
                   " 'Send WM_XFERSTART' " + words[i] + "')))");
+        // Kept: without the method's name.
+        CHECK(stage.viewer.traces().with("Get image by DAT_IMAGEFILEXFER in") == Lines{});
     }
 }
 
