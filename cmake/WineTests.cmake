@@ -1,5 +1,4 @@
-# add_wine_test(<name> <target> [PREFIX tests|scan] [ARGS <argument>...] [ENVIRONMENT <NAME=value>...]
-#               [LABELS <label>...] [COST <seconds>] [TIMEOUT <seconds>])
+# add_wine_test(<name> <target> [PREFIX tests|scan] [ARGS <argument>...] [COST <seconds>])
 #
 # Registers the program built by <target> as the CTest test <name>. From Linux it runs under Wine, in a prefix
 # of the project's own below the build folder; a fixture makes the one that all others are copied from.
@@ -8,16 +7,14 @@
 #                  long as the program runs it has INI files, registry and windows for itself: scripts/wine.sh
 #                  takes a prefix that no other program uses
 #   PREFIX scan    Wine's own TWAIN manager; the virtual scanner, bin/vscan.ds, is C:\windows\twain_32\sane.ds,
-#                  with the source tree's vscan.ini beside it (a test's own VSCAN_<KEY> go into ENVIRONMENT).
-#                  All programs share it
+#                  with the source tree's vscan.ini beside it. All programs share it
 #   COST           how long it runs, about: the longest are started first
-#   TIMEOUT        in seconds, 120 when left out
 #
 # The current folder is ${PRODUCT_DIR}, where ScanModule.dll is. On Windows the program runs directly, one at a
 # time, and PREFIX only adds a label, so that tests which need a manager can be left out (ctest -LE). A test
 # program that finds nothing to do has failed.
 function(add_wine_test name target)
-  cmake_parse_arguments(PARSE_ARGV 2 arg "" "PREFIX;COST;TIMEOUT" "ARGS;ENVIRONMENT;LABELS")
+  cmake_parse_arguments(PARSE_ARGV 2 arg "" "PREFIX;COST" "ARGS")
   if(arg_UNPARSED_ARGUMENTS)
     message(FATAL_ERROR "add_wine_test(${name}): unknown arguments ${arg_UNPARSED_ARGUMENTS}")
   endif()
@@ -29,9 +26,6 @@ function(add_wine_test name target)
   endif()
   if(NOT arg_COST)
     set(arg_COST 0)
-  endif()
-  if(NOT arg_TIMEOUT)
-    set(arg_TIMEOUT 120)
   endif()
 
   set(launcher "")
@@ -48,9 +42,8 @@ function(add_wine_test name target)
   set_tests_properties(
     ${name}
     PROPERTIES COST ${arg_COST}
-               TIMEOUT ${arg_TIMEOUT}
-               LABELS "${arg_PREFIX};${arg_LABELS}"
-               ENVIRONMENT "${arg_ENVIRONMENT}"
+               TIMEOUT 120
+               LABELS "${arg_PREFIX}"
                FAIL_REGULAR_EXPRESSION "test cases: +0 ")
   if(launcher)
     _wine_base_fixture()

@@ -27,7 +27,7 @@ done
 prefix_name=$1
 [[ $prefix_name =~ ^(base|scan|scan-tests|screen|tests-[1-9][0-9]*)$ ]] ||
   fail "unknown prefix '$prefix_name': base, scan, scan-tests, screen or tests-1, tests-2 and so on"
-command -v wine >/dev/null || fail "Wine is not installed; scripts/setup.sh installs what is missing"
+command -v wine >/dev/null || fail "Wine is not installed; scripts/setup.sh test installs what is missing"
 mkdir -p -- "$build_dir"
 build_dir=$(cd -- "$build_dir" && pwd)
 wine_dir=$build_dir/wine

@@ -198,7 +198,7 @@ TEST_CASE("tone range, offered and set mechanisms out of a lying list stay withi
             stage.manager.answerLine(asked, give(image));
         stage.enable();
         CHECK(stage.module.SetBrightness(3, 0, 3) == 0);
-        CHECK(stage.takeRecord() == Lines{"SET ICAP_BRIGHTNESS one FIX32 1000"});
+        CHECK(stage.happened() == Lines{"SET ICAP_BRIGHTNESS one FIX32 1000"});
         TW_CAPABILITY capability = {ICAP_XFERMECH, image.conType, image.allocate()};
         ModuleCalls::adopt(capability.hContainer);
         CHECK(stage.module.CapNegotiate(MSG_SET, &capability) == TWRC_SUCCESS);

@@ -38,12 +38,6 @@ void Stage::forget() {
     windows.allocations.clear();
 }
 
-Lines Stage::takeRecord() {
-    const Lines record = happened();
-    forget();
-    return record;
-}
-
 bool Stage::deliver(TW_UINT16 notification) {
     const auto say = [notification](TW_EVENT& event) { event.TWMessage = notification; };
     manager.answerNext(operation::processEvent, fill<TW_EVENT>(say, TWRC_DSEVENT));

@@ -20,8 +20,7 @@ public:
     // To state 2, 4 or 5.
     void bringTo(int state);
     void forget();
-    // What happened since the last forget, then what is wrong with the module's memory; the first forgets it.
-    Lines takeRecord();
+    // What happened since the last forget, then what is wrong with the module's memory.
     Lines happened() const { return journal + windows.memoryComplaints(); }
 
     // Hands the module a message of the host's loop, on which the source has something to say.
