@@ -111,8 +111,8 @@ TEST_CASE("a strip's numbers count only as far as its bytes and the page go") {
     }
     // A strip that begins within a byte: its pixels and no others.
     uint8_t row[] = {0xf8, 0xff};
-    const uint8_t pixels[] = {0xbf};
-    placePixels(row, 1, 5, pixels, 5, PixelLayout::Packed, 0);
+    const uint8_t pixels[] = {0xbf, 0x80};
+    placePixels(row, 1, 5, pixels, 9, PixelLayout::Packed, 0);
     CHECK(format("%x %x", row[0], row[1]) == "fd ff");
 }
 
