@@ -110,9 +110,9 @@ TEST_CASE("a strip's numbers count only as far as its bytes and the page go") {
         CHECK(format("%u x %u", strip.columns, strip.rows) == row.counts);
     }
     // A strip that begins within a byte: its pixels and no others.
-    uint8_t row[] = {0xf8, 0xff};
-    const uint8_t pixels[] = {0xbf};
-    placePixels(row, 1, 5, pixels, 5, PixelLayout::Packed, 0);
+    uint8_t row[] = {0xfa, 0xff};
+    const uint8_t pixels[] = {0xbf, 0x80};
+    placePixels(row, 1, 5, pixels, 9, PixelLayout::Packed, 0);
     CHECK(format("%x %x", row[0], row[1]) == "fd ff");
 }
 
