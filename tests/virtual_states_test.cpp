@@ -1,4 +1,4 @@
-// The virtual scanner's states: what is allowed when, the feeder, faults on demand, the window.
+// The virtual scanner's states: opening and enabling, the feeder, faults on demand, the window.
 #include "source/SourceWindow.h"
 #include "virtual_host.h"
 
@@ -21,30 +21,6 @@ std::string batchText(VirtualHost& host) {
 }
 
 }  // namespace
-
-TEST_CASE("what is out of sequence, unknown or no data is refused, in every state") {
-    for (const HostOperation& operation : hostOperations) {
-        for (int state = 3; state <= 7; ++state) {
-            CAPTURE(operation.name);
-            CAPTURE(state);
-            VirtualHost host("Pages=2 Resolution=50", state);
-            const auto call = [&](void* data) {
-                return host.call(operation.group, operation.argumentType, operation.message, data);
-            };
-            for (const std::uintptr_t bad : {0, 16})
-                if (operation.message != MSG_CLOSEDS && operation.message != MSG_DISABLEDS)
-                    CHECK(call(reinterpret_cast<void*>(bad)).substr(0, 7) == "failure");
-            CHECK(host.scanner.state() == state);
-            alignas(8) unsigned char data[4096] = {};  // enough for each, and sensible for most
-            const std::string result = call(data);
-            const bool allowed = operation.states.find(std::to_string(state)) != std::string::npos;
-            CHECK((result == (operation.states.empty() ? "failure 9" : "failure 11")) == !allowed);
-            CHECK(host.condition() == 0);  // it is given once
-            CHECK((allowed || host.scanner.state() == state));
-            if (result == "done") GlobalFree(*reinterpret_cast<HGLOBAL*>(data));
-        }
-    }
-}
 
 TEST_CASE("opening fails as asked, the window comes as it can, and giving up leaves the rest in the feeder") {
     const Story stories[] = {{"OpenFault=offline", "open: failure 23", 3},

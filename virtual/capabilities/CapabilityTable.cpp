@@ -116,8 +116,10 @@ void CapabilityTable::addFeederAndTransfer(const VirtualScannerSettings& setting
     if (settings.feeder != Feeder::None) {
         add(boolean(CAP_FEEDERENABLED, settings.feeder == Feeder::On));
         add(readOnly(CAP_FEEDERLOADED, TWTY_BOOL, settings.pages > 0));
-        add(boolean(CAP_AUTOFEED, true));
-        add(boolean(CAP_CLEARPAGE, false));
+        for (Capability feeding : {boolean(CAP_AUTOFEED, true), boolean(CAP_CLEARPAGE, false)}) {
+            feeding.needs = CAP_FEEDERENABLED;
+            add(std::move(feeding));
+        }
     }
     std::vector<double> mechanisms;
     for (const int mechanism : {TWSX_NATIVE, TWSX_FILE, TWSX_MEMORY})

@@ -19,6 +19,7 @@ struct Capability {
     CapabilityShape shape = CapabilityShape::OneValue;
     CapabilityUnit unit = CapabilityUnit::None;
     bool settable = true;
+    int needs = 0;        // a capability that must be on while the host changes this one
     bool hidden = false;  // refused by the settings: it works, but the host is told it doesn't exist
     double current = 0;
     double standard = 0;           // the default

@@ -50,21 +50,29 @@ Outcome ScannerCore::status(TW_UINT16 message, TW_MEMREF data) {
 }
 
 Outcome ScannerCore::capability(TW_UINT16 message, TW_MEMREF data) {
-    const bool asksSupport = message == MSG_QUERYSUPPORT;
-    if (!isChange(message) && !isGet(message) && !asksSupport) return failure(TWCC_BADPROTOCOL);
+    const bool known = isChange(message) || isGet(message) || message == MSG_QUERYSUPPORT;
+    if (!known) return failure(TWCC_BADPROTOCOL);
     if (!inSequence(message, Transferring)) return failure(TWCC_SEQERROR);
     auto* request = hostRecord<TW_CAPABILITY>(data, message);
     if (!request) return failure(TWCC_BADVALUE);
-    if (asksSupport) return queryCapability(parameters_, *request);
+    Outcome outcome = operateCapability(message, *request);
+    const bool refined =
+        outcome.conditionCode >= TWCC_CAPUNSUPPORTED && outcome.conditionCode <= TWCC_CAPSEQERROR;
+    if (refined && settings_.protocolMinor < 7) outcome.conditionCode = TWCC_BADCAP;
+    return outcome;
+}
+
+Outcome ScannerCore::operateCapability(TW_UINT16 message, TW_CAPABILITY& request) {
+    if (message == MSG_QUERYSUPPORT) return queryCapability(parameters_, request);
     pause();
-    if (request->Cap == ICAP_BRIGHTNESS && settings_.openFault == OpenFault::Brightness)
+    if (request.Cap == ICAP_BRIGHTNESS && settings_.openFault == OpenFault::Brightness)
         return failure(TWCC_OPERATIONERROR);
     parameters_.assign(CAP_FEEDERLOADED, batch_.loaded());
-    if (message == MSG_RESET) return resetCapability(parameters_, *request, settings_.oddContainers);
-    if (message != MSG_SET) return getCapability(parameters_, message, *request, settings_.oddContainers);
-    const Outcome outcome = setCapability(parameters_, *request);
+    if (message == MSG_RESET) return resetCapability(parameters_, request, settings_.oddContainers);
+    if (message != MSG_SET) return getCapability(parameters_, message, request, settings_.oddContainers);
+    const Outcome outcome = setCapability(parameters_, request);
     const bool done = outcome.returnCode != TWRC_FAILURE;
-    if (done && request->Cap == CAP_CLEARPAGE && parameters_.capabilities().flag(CAP_CLEARPAGE))
+    if (done && request.Cap == CAP_CLEARPAGE && parameters_.capabilities().flag(CAP_CLEARPAGE))
         batch_.ejectPage();
     return outcome;
 }
@@ -192,7 +200,7 @@ Outcome ScannerCore::setupFile(TW_UINT16 message, TW_MEMREF data) {
     const bool known =
         message == MSG_GET || message == MSG_GETDEFAULT || message == MSG_SET || message == MSG_RESET;
     if (!known || mechanismRefused(TWSX_FILE)) return failure(TWCC_BADPROTOCOL);
-    if (!stateIs(Open, Ready)) return failure(TWCC_SEQERROR);
+    if (message == MSG_RESET ? state_ != Open : !stateIs(Open, Ready)) return failure(TWCC_SEQERROR);
     auto* setup = hostRecord<TW_SETUPFILEXFER>(data, message);
     if (!setup) return failure(TWCC_BADVALUE);
     if (message == MSG_SET) {
