@@ -1,5 +1,4 @@
-// The virtual scanner's states: opening and enabling, the feeder, faults on demand, the window.
-#include "source/SourceWindow.h"
+// The virtual scanner's states: opening and enabling, the feeder, faults on demand.
 #include "virtual_host.h"
 
 namespace {
@@ -78,30 +77,4 @@ TEST_CASE("the feeder gives its pages, faults come where they were asked for, an
         if (row.capability) host.check(std::string(row.capability) + ": success");
         CHECK(batchText(host) == row.batch);
     }
-}
-
-TEST_CASE("the window scans and asks to be closed through the host's message loop") {
-    VirtualHost host("ProductName=WindowTest Pages=2", 5);
-    const HWND window = host.scanner.window();
-    CHECK(FindWindowA(nullptr, "WindowTest") == window);
-    // Posts a message, then hands every one that waits to the source first, as hosts must.
-    const auto post = [&](HWND target, UINT kind, WPARAM key) {
-        PostMessageA(target, kind, key, 0);
-        MSG message;
-        while (PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) {
-            TW_EVENT event{&message, 0xEEEE};
-            const std::string taken = host.control(DAT_EVENT, MSG_PROCESSEVENT, &event);
-            CHECK(event.TWMessage == MSG_NULL);
-            if (taken != "event") DispatchMessageA(&message);
-        }
-    };
-    const HWND scan = GetDlgItem(window, vscan::SourceWindow::scanButton);
-    post(scan, BM_CLICK, 0);
-    post(window, WM_KEYDOWN, VK_ESCAPE);  // it rests while images are transferred
-    CHECK(!IsWindowEnabled(scan));
-    host.check("state: 6; notes: ready ; end: 1; end: 0");
-    CHECK(IsWindowEnabled(scan));
-    post(window, WM_KEYDOWN, VK_ESCAPE);
-    host.check("notes: ready close ; disable: success");
-    CHECK(!IsWindow(window));
 }

@@ -177,22 +177,22 @@ void CapabilityTable::offerBitDepths() {
 }
 
 const Capability* CapabilityTable::offered(int id) const {
-    const Capability* capability = find(id);
+    const Capability* capability = known(id);
     return capability && !capability->hidden ? capability : nullptr;
 }
 
-const Capability* CapabilityTable::find(int id) const {
+const Capability* CapabilityTable::known(int id) const {
     for (const Capability& capability : capabilities_)
         if (capability.id == id) return &capability;
     return nullptr;
 }
 
 Capability* CapabilityTable::find(int id) {
-    return const_cast<Capability*>(static_cast<const CapabilityTable*>(this)->find(id));
+    return const_cast<Capability*>(known(id));
 }
 
 double CapabilityTable::value(int id) const {
-    const Capability* capability = find(id);
+    const Capability* capability = known(id);
     return capability ? capability->current : 0;
 }
 

@@ -39,6 +39,8 @@ public:
 
     // What the host may know of; null for a hidden capability too.
     const Capability* offered(int id) const;
+    // What the scanner has, hidden or not.
+    const Capability* known(int id) const;
     // The present value; 0 for a capability that the scanner doesn't have.
     double value(int id) const;
     int number(int id) const { return static_cast<int>(value(id)); }
@@ -53,7 +55,6 @@ public:
     void setStandard(int id, double value);
 
 private:
-    const Capability* find(int id) const;
     Capability* find(int id);
     void add(Capability capability) { capabilities_.push_back(std::move(capability)); }
     void addImageCapabilities(const VirtualScannerSettings& settings);

@@ -4,6 +4,7 @@
 
 #include "capabilities/CapabilityOperations.h"
 #include "source/HostRecord.h"
+#include "source/Preview.h"
 #include "source/ScannerCore.h"
 #include "source/SourceIdentity.h"
 
@@ -102,27 +103,31 @@ Outcome ScannerCore::userInterface(TW_UINT16 message, TW_MEMREF data) {
 
 Outcome ScannerCore::enable(const TW_USERINTERFACE& request) {
     const bool wanted = request.ShowUI != 0;
-    const bool shown = (wanted || !settings_.uiControllable) && settings_.window;
+    const bool shown = (wanted || !settings_.uiControllable) && settings_.window != WindowBehavior::None;
     const bool empty = parameters_.capabilities().flag(CAP_FEEDERENABLED) && !batch_.loaded();
     if (!shown && empty && settings_.emptyFeeder == EmptyFeeder::Refuse) return failure(TWCC_OPERATIONERROR);
     if (shown) {
-        window_ = std::make_unique<SourceWindow>(
-            static_cast<HWND>(request.hParent), settings_.productName,
-            [this] {
-                if (state_ == Enabled) startBatch();
-            },
-            [this] {
-                if (state_ == Enabled) notify_(MSG_CLOSEDSREQ);
-            });
-        if (!window_->handle()) {
-            window_.reset();
-            return failure(TWCC_LOWMEMORY);
-        }
-        window_->setBusy(false, "Ready.");
+        openWindow(static_cast<HWND>(request.hParent));
+        if (!window_) return failure(TWCC_LOWMEMORY);
     }
     state_ = Enabled;
     if (!shown) startBatch();
     return shown == wanted ? success() : adjusted();
+}
+
+void ScannerCore::openWindow(HWND owner) {
+    WindowHandlers handlers;
+    handlers.scan = [this] {
+        if (state_ == Enabled) startBatch();
+    };
+    handlers.cancel = [this] {
+        if (state_ == Enabled) notify_(MSG_CLOSEDSREQ);
+    };
+    handlers.preview = [this](int width, int height) {
+        return renderPage(fitted(parameters_.request(batch_.pageNumber()), width, height), *content_);
+    };
+    window_ = std::make_unique<SourceWindow>(owner, settings_, ScanChoices(parameters_), std::move(handlers));
+    if (!window_->handle()) window_.reset();
 }
 
 void ScannerCore::disable() {
@@ -157,7 +162,9 @@ void ScannerCore::startBatch() {
 void ScannerCore::endBatch() {
     batch_.stop();
     state_ = Enabled;
-    if (window_) window_->setBusy(false, "Ready.");
+    if (!window_) return;
+    window_->setBusy(false, "Ready.");
+    if (settings_.window == WindowBehavior::Close) window_->pressCancel();
 }
 
 Outcome ScannerCore::pendingTransfers(TW_UINT16 message, TW_MEMREF data) {

@@ -85,6 +85,7 @@ private:
     Outcome operateCapability(TW_UINT16 message, TW_CAPABILITY& request);
     Outcome open();
     Outcome enable(const TW_USERINTERFACE& request);
+    void openWindow(HWND owner);
     void disable();
     void startBatch();
     void endBatch();
