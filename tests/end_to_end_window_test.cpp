@@ -8,7 +8,7 @@
 namespace {
 
 // Before the window of a scanner: presses a key, waits until a control shows what should come of it, and
-// presses the next one.
+// presses the next one. The last one may close the window.
 class Person {
 public:
     struct Step {
@@ -29,7 +29,6 @@ public:
         pressed_ = text != step.text;
         if (!pressed_) ++done_;
     }
-    bool finished() const { return done_ == steps_.size(); }
 
 private:
     const std::string title_;
@@ -56,7 +55,6 @@ TEST_CASE("what is chosen in the window comes, whatever the host had asked for")
     const std::string end = scanned("--ui --resolution 50 --mode gray --output p.bmp",
                                     "ProductName=Window Test", page, std::ref(person));
     CAPTURE(end);
-    CHECK(person.finished());
     CHECK(end.find("p.bmp  310 x 437 pixels, 24 bit, 75 dpi\n") != std::string::npos);
     CHECK(end.find("exit 0\np.bmp: 24 bit, 75 dpi: the page") != std::string::npos);
 }

@@ -32,13 +32,22 @@ HINSTANCE ownModule() {
     return GetModuleHandleExA(byAddress, reinterpret_cast<LPCSTR>(&ownModule), &module) ? module : nullptr;
 }
 
+// The library of the sliders is loaded with the first window and then stays: it takes longer to load than the
+// source, and managers load that several times where no window is wanted.
+void registerSliders() {
+    static const HMODULE library = LoadLibraryA("comctl32.dll");
+    const FARPROC found = library ? GetProcAddress(library, "InitCommonControlsEx") : nullptr;
+    if (!found) return;
+    const INITCOMMONCONTROLSEX sliders{sizeof sliders, ICC_BAR_CLASSES};
+    reinterpret_cast<decltype(&InitCommonControlsEx)>(reinterpret_cast<void*>(found))(&sliders);
+}
+
 }  // namespace
 
 SourceWindow::SourceWindow(HWND owner, const VirtualScannerSettings& settings, const ScanChoices& choices,
                            WindowHandlers handlers)
     : choices_(choices), handlers_(std::move(handlers)) {
-    const INITCOMMONCONTROLSEX sliders{sizeof sliders, ICC_BAR_CLASSES};
-    InitCommonControlsEx(&sliders);
+    registerSliders();
     const bool behind = settings.window == WindowBehavior::Behind;
     window_ = CreateDialogParamA(ownModule(), MAKEINTRESOURCEA(SOURCE_DIALOG),
                                  !behind && IsWindow(owner) ? owner : nullptr, procedure, 0);
