@@ -211,3 +211,39 @@ TEST_CASE("the window stays for another batch, asks to be closed, or opens behin
         CHECK(below == behind);
     }
 }
+
+TEST_CASE("the preview shows the page as it is chosen, in the middle of its place") {
+    WindowHost host("BedWidth=5 BedHeight=6 Paper=2x4");
+    DRAWITEMSTRUCT item{};
+    GetClientRect(host.item(SOURCE_PREVIEW), &item.rcItem);
+    const LONG right = item.rcItem.right - 1, bottom = item.rcItem.bottom - 1;
+    BITMAPINFO format{};
+    format.bmiHeader = {sizeof format.bmiHeader, right + 1, bottom + 1, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
+    void* bits = nullptr;
+    const HBITMAP bitmap = CreateDIBSection(nullptr, &format, DIB_RGB_COLORS, &bits, nullptr, 0);
+    item.hDC = CreateCompatibleDC(nullptr);
+    const HGDIOBJ before = SelectObject(item.hDC, bitmap);
+    // What is in the middle, at the left, right, upper and lower edge: white, black, or nothing of the page.
+    const auto seen = [&] {
+        SendMessageA(host.window(), WM_DRAWITEM, SOURCE_PREVIEW, reinterpret_cast<LPARAM>(&item));
+        std::string text;
+        for (const POINT& point : {POINT{right / 2, bottom / 2},
+                                   {0, bottom / 2},
+                                   {right, bottom / 2},
+                                   {right / 2, 0},
+                                   {right / 2, bottom}}) {
+            const COLORREF color = GetPixel(item.hDC, point.x, point.y);
+            text += color == 0 ? 'b' : color == RGB(255, 255, 255) ? 'w' : '-';
+        }
+        return text;
+    };
+    host.press(SOURCE_BRIGHTNESS, VK_END);
+    CHECK(seen() == "w--ww");  // taller than its place is
+    host.press(SOURCE_BRIGHTNESS, VK_HOME);
+    CHECK(seen() == "b--bb");
+    host.press(SOURCE_PAPER, VK_UP);  // from the host's area to the whole glass, which is wider
+    CHECK(seen() == "bbb--");
+    SelectObject(item.hDC, before);
+    DeleteDC(item.hDC);
+    DeleteObject(bitmap);
+}
