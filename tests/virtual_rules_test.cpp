@@ -164,7 +164,7 @@ std::string valuesIn(const std::string& all) {
 
 }  // namespace
 
-TEST_CASE("each capability: what it says of itself, and what its operations then do, in all states") {
+TEST_CASE("each capability: what it says of itself, and what its operations then do, in state 4 and later") {
     Items listed;
     for (const CapabilityRule& rule : capabilityRules) {
         CAPTURE(rule.id);
@@ -204,9 +204,8 @@ TEST_CASE("each capability: what it says of itself, and what its operations then
             CHECK(host.ask(rule.id, MSG_RESET) == "failure 14");
         }
         const std::string current = host.ask(rule.id), whole = host.ask(rule.id, MSG_GET);
-        for (const char* step : {"show", "disable", "enable", "image", "strip"}) {
+        for (const char* step : {"enable", "strip"}) {
             host.answer(step);
-            if (host.scanner.state() == 4) continue;
             CHECK(set("1") == "failure 11");
             CHECK(host.ask(rule.id, MSG_RESET) == "failure 11");
             CHECK(host.ask(rule.id, MSG_QUERYSUPPORT) == (rule.other ? "one INT32 31" : "one INT32 13"));

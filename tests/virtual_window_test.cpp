@@ -177,7 +177,6 @@ TEST_CASE("the keyboard goes back to the control that had it, unless the person 
         REQUIRE(GetFocus() == before);
         host.press(SOURCE_PAPER, VK_RETURN);
         host.check("state: 6");
-        CHECK(GetFocus() != before);
         if (leaves) SetFocus(other);
         host.check("end: 0");
         CHECK(GetFocus() == (leaves ? HWND{other} : before));

@@ -138,7 +138,7 @@ void ScanChoices::choose(ListChoice which, int place) {
     if (place < 0 || place >= static_cast<int>(offered.size())) return;
     const Entry& entry = offered[static_cast<std::size_t>(place)];
     // Choosing again what is chosen would give a mode its usual bit depth, whatever the host had set.
-    if (entry.chosen || !entry.value || !changeable(capabilitiesOf(which))) return;
+    if (entry.chosen || !entry.value) return;
     for (const int id : capabilitiesOf(which))
         parameters_.choose(id, *entry.value);
 }
