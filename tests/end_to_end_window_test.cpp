@@ -39,22 +39,27 @@ private:
 
 }  // namespace
 
-TEST_CASE("what is chosen in the window comes, whatever the host had asked for") {
-    Person person("Window Test", {{SOURCE_MODE, VK_DOWN, SOURCE_MODE, "Color"},
-                                  {SOURCE_RESOLUTION, VK_DOWN, SOURCE_RESOLUTION, "75 dpi"},
-                                  {SOURCE_PAPER, VK_END, SOURCE_PAPER, "Whole scan area"},
-                                  {SOURCE_PAPER, VK_UP, SOURCE_PAPER, "A6, 105 x 148 mm"},
-                                  {SOURCE_BRIGHTNESS, VK_PRIOR, SOURCE_BRIGHTNESS_VALUE, "-100"},
-                                  {SOURCE_CONTRAST, VK_RIGHT, SOURCE_CONTRAST_VALUE, "10"},
-                                  {SOURCE_PAPER, VK_RETURN, SOURCE_STATUS, "Ready."}});
+TEST_CASE("what is chosen in the window comes, whatever the host had asked for and however it transfers") {
     vscan::PageRequest page = pageOf(vscan::PixelKind::Rgb24, 75);
     const vscan::PaperSize paper = *vscan::paperFromText("A6");
     page.area = {0, 0, paper.width, paper.height};
     page.tone.brightness = -100;
     page.tone.contrast = 10;
-    const std::string end = scanned("--ui --resolution 50 --mode gray --output p.bmp",
-                                    "ProductName=Window Test", page, std::ref(person));
-    CAPTURE(end);
-    CHECK(end.find("p.bmp  310 x 437 pixels, 24 bit, 75 dpi\n") != std::string::npos);
-    CHECK(end.find("exit 0\np.bmp: 24 bit, 75 dpi: the page") != std::string::npos);
+    for (const std::string way :
+         {"--mech native", "--mech file", "--mech memory", "--mech block", "--presto"}) {
+        Person person("Window Test", {{SOURCE_MODE, VK_DOWN, SOURCE_MODE, "Color"},
+                                      {SOURCE_RESOLUTION, VK_DOWN, SOURCE_RESOLUTION, "75 dpi"},
+                                      {SOURCE_PAPER, VK_END, SOURCE_PAPER, "Whole scan area"},
+                                      {SOURCE_PAPER, VK_UP, SOURCE_PAPER, "A6, 105 x 148 mm"},
+                                      {SOURCE_BRIGHTNESS, VK_PRIOR, SOURCE_BRIGHTNESS_VALUE, "-100"},
+                                      {SOURCE_CONTRAST, VK_RIGHT, SOURCE_CONTRAST_VALUE, "10"},
+                                      {SOURCE_PAPER, VK_RETURN, SOURCE_STATUS, "Ready."}});
+        const std::string end = scanned(way + " --ui --resolution 50 --mode gray --output p.bmp",
+                                        "ProductName=Window Test", page, std::ref(person));
+        CAPTURE(way);
+        CAPTURE(end);
+        CHECK(end.find("p.bmp  310 x 437 pixels, 24 bit, ") != std::string::npos);
+        CHECK(end.find("exit 0\np.bmp: 24 bit, ") != std::string::npos);
+        CHECK(end.substr(end.rfind(": ")) == ": the page");
+    }
 }
