@@ -45,8 +45,7 @@ TEST_CASE("what is chosen in the window comes, whatever the host had asked for a
     page.area = {0, 0, paper.width, paper.height};
     page.tone.brightness = -100;
     page.tone.contrast = 10;
-    for (const std::string way :
-         {"--mech native", "--mech file", "--mech memory", "--mech block", "--presto"}) {
+    for (const std::string way : {"--mech native", "--mech memory", "--presto"}) {
         Person person("Window Test", {{SOURCE_MODE, VK_DOWN, SOURCE_MODE, "Color"},
                                       {SOURCE_RESOLUTION, VK_DOWN, SOURCE_RESOLUTION, "75 dpi"},
                                       {SOURCE_PAPER, VK_END, SOURCE_PAPER, "Whole scan area"},
