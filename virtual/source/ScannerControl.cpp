@@ -118,13 +118,16 @@ Outcome ScannerCore::enable(const TW_USERINTERFACE& request) {
 void ScannerCore::openWindow(HWND owner) {
     WindowHandlers handlers;
     handlers.scan = [this] {
-        if (state_ == Enabled) startBatch();
+        if (state_ != Enabled) return;
+        // Who presses the button once more has put pages in.
+        batch_.refillIfEmpty();
+        startBatch();
     };
     handlers.cancel = [this] {
         if (state_ == Enabled) notify_(MSG_CLOSEDSREQ);
     };
     handlers.preview = [this](int width, int height) {
-        return renderPage(fitted(parameters_.request(batch_.pageNumber()), width, height), *content_);
+        return renderPage(fitted(parameters_.request(1), width, height), *content_);
     };
     window_ = std::make_unique<SourceWindow>(owner, settings_, ScanChoices(parameters_), std::move(handlers));
     if (!window_->handle()) window_.reset();
