@@ -17,7 +17,7 @@ const std::string grayLine = "p.bmp  413 x 585 pixels, 8 bit, 50 dpi\n";
 TEST_CASE("what is printed and how it ends, with nothing else in the folder") {
     const std::string caps = " smscan --caps shows what the source offers.", presto = scanGray + "--presto";
     const std::string none = "There is no source \"nonsense\". There are:\n!   KAVRO Virtual Scanner";
-    const std::string unknown = "not known to the source (condition code 6).";
+    const std::string unknown = "not offered by the source (condition code 13).";
     const std::string jam =
         "Page 1: paper jam (condition code 20). Clear the paper path, put the pages left back and scan them.";
     const std::string cancelled = "Page 1: cancelled at the source.";
@@ -103,7 +103,7 @@ TEST_CASE("lines among others: what the source offers, help, settings that the s
          "\n  x-resolution       150 dpi              50 to 600\n|"
          "\n  max-area           11.7 x 17 in\n|"
          "\n  brightness         0                    -100 to 100\n|"
-         "\n  gamma              -  not known to the source (condition code 6)\n|"
+         "\n  gamma              -  not offered by the source (condition code 13)\n|"
          "\n  feeder             on\n|\n  firmware           261\n"},
         {"--caps --json", small,
          "{\n  \"source\": \"A \\\"Small\\\" One\",\n|\"firmware\": {\"current\": 261}\n"},

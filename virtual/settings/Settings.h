@@ -14,6 +14,9 @@ enum class EmptyFeeder { Refuse, CloseRequest, Cancel };
 enum class OpenFault { None, Offline, Busy, Brightness };
 // Does the scanner have a feeder, and is it chosen at first?
 enum class Feeder { On, Off, None };
+// The source's own window: there is none; it stays open for more batches until the person closes it; it
+// closes by itself after a batch; it stays, but opens behind the host's window.
+enum class WindowBehavior { None, Stay, Close, Behind };
 // Ways to answer a capability with a container that hosts don't expect.
 enum class OddContainers { None, Array, ItemType, Truncated, Index, Count, NoHandle };
 
@@ -68,7 +71,7 @@ struct VirtualScannerSettings {
     int pendingCountError = 0;
 
     // Window
-    bool window = true;
+    WindowBehavior window = WindowBehavior::Stay;
     bool uiControllable = true;
 
     // Strips
