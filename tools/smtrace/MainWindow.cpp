@@ -110,7 +110,7 @@ void MainWindow::setUp() {
                                                                         {IDC_LINES, Whole},
                                                                         {IDC_STATUS, Left | Right | Bottom}});
     setUpColumns(list_,
-                 {{L"+ ms", 10, true}, {L"Process", 18}, {L"Level", 9}, {L"Text", 62}, {L"Place", 36}});
+                 {{L"+ ms", 10, true}, {L"Process", 18}, {L"Level", 9}, {L"Text", 62}, {L"Place", 31}});
     for (const int control : {IDC_SHOW_TRACE, IDC_SHOW_WARNINGS, IDC_SHOW_FATAL})
         CheckDlgButton(window_, control, BST_CHECKED);
     SendDlgItemMessageW(window_, IDC_FILTER, EM_SETCUEBANNER, 0, reinterpret_cast<LPARAM>(L"any text"));
