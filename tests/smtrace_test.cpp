@@ -195,7 +195,7 @@ TEST_CASE("a flood of lines is written whole") {
     flood(1000);
 }
 
-// 200,000 lines: module_name --no-skip --test-case="*200,000*" takes a minute.
+// scripts/wine.sh --prefix tests build/mingw32/bin/tests/smtrace_tests.exe --no-skip --test-case=*200?000*
 TEST_CASE("a flood of 200,000 lines is written whole" * doctest::skip()) {
     flood(22'223);
 }
