@@ -1,39 +1,19 @@
 #include "smtrace/LineText.h"
 
-#include <windows.h>
-
 #include <cstdio>
 
+#include "windows/WideText.h"
+
 namespace smtrace {
+
+using gui::utf8;
+using gui::wide;
 
 namespace {
 
 constexpr size_t indentation = 2;
 
-std::wstring decoded(UINT codePage, std::string_view bytes) {
-    const int size = static_cast<int>(bytes.size());
-    std::wstring text(MultiByteToWideChar(codePage, 0, bytes.data(), size, nullptr, 0), L'\0');
-    MultiByteToWideChar(codePage, 0, bytes.data(), size, text.data(), static_cast<int>(text.size()));
-    return text;
-}
-
 }  // namespace
-
-std::wstring wide(std::string_view ansi) {
-    return decoded(CP_ACP, ansi);
-}
-
-std::wstring fromUtf8(std::string_view text) {
-    return decoded(CP_UTF8, text);
-}
-
-std::string utf8(std::wstring_view text) {
-    const int size = static_cast<int>(text.size());
-    std::string bytes(WideCharToMultiByte(CP_UTF8, 0, text.data(), size, nullptr, 0, nullptr, nullptr), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text.data(), size, bytes.data(), static_cast<int>(bytes.size()), nullptr,
-                        nullptr);
-    return bytes;
-}
 
 std::wstring milliseconds(Time time) {
     wchar_t text[40];

@@ -6,11 +6,6 @@
 
 namespace smtrace {
 
-// From the code page of the programs that send, which have no other.
-std::wstring wide(std::string_view ansi);
-std::string utf8(std::wstring_view text);
-std::wstring fromUtf8(std::string_view text);
-
 // "12.345 ms" is far more than one reads at a glance: milliseconds with three places, without the unit.
 std::wstring milliseconds(Time time);
 

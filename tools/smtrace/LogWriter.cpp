@@ -1,6 +1,7 @@
 #include "smtrace/LogWriter.h"
 
 #include "smtrace/LineText.h"
+#include "windows/WideText.h"
 
 namespace smtrace {
 
@@ -18,16 +19,6 @@ bool writeAll(HANDLE file, std::string_view bytes) {
         bytes.remove_prefix(written);
     }
     return true;
-}
-
-std::wstring lastErrorText() {
-    wchar_t text[256] = L"";
-    const DWORD error = GetLastError();
-    DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, error,
-                                  0, text, static_cast<DWORD>(std::size(text)), nullptr);
-    while (length > 0 && text[length - 1] <= L' ')
-        --length;
-    return length > 0 ? std::wstring(text, length) : L"Windows error " + std::to_wstring(error);
 }
 
 LogWriter::LogWriter(LineStore& store, std::vector<Output> outputs, bool forgetful)
@@ -64,7 +55,7 @@ void LogWriter::writeNew() {
             if (const std::optional<StoredLine> line = store_.line(next_)) block += logText(*line);
         for (const Output& output : outputs_) {
             if (writeAll(output.handle, block)) continue;
-            failure_ = L"Cannot write to " + output.name + L": " + lastErrorText();
+            failure_ = L"Cannot write to " + output.name + L": " + gui::lastErrorText();
             failed_ = true;
         }
         if (forgetful_) store_.dropBefore(next_);

@@ -47,7 +47,4 @@ private:
 // All of it; false if it can't, the reason in GetLastError.
 bool writeAll(HANDLE file, std::string_view bytes);
 
-// What Windows says about its last error.
-std::wstring lastErrorText();
-
 }  // namespace smtrace

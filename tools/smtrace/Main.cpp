@@ -12,8 +12,11 @@
 #include "smtrace/Options.h"
 #include "smtrace/Receiver.h"
 #include "windows/Handle.h"
+#include "windows/WideText.h"
 
 namespace smtrace {
+
+using namespace gui;
 
 namespace {
 
@@ -69,7 +72,7 @@ DWORD waitForEnd(const Options& options) {
     if (!CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
                         &process))
         return refuse(L"Cannot start " + options.command + L": " + lastErrorText(), Failed);
-    const gui::Handle thread = gui::owned(process.hThread), child = gui::owned(process.hProcess);
+    const Handle thread = owned(process.hThread), child = owned(process.hProcess);
     WaitForSingleObject(child.get(), INFINITE);
     DWORD code = Failed;
     GetExitCodeProcess(child.get(), &code);
@@ -80,16 +83,16 @@ DWORD runWithoutWindow(const Options& options) {
     LineStore store;
     Senders senders;
     std::vector<LogWriter::Output> outputs;
-    gui::Handle file;
+    Handle file;
     if (!options.log.empty()) {
-        file = gui::owned(CreateFileW(options.log.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
-                                      CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+        file = owned(CreateFileW(options.log.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS,
+                                 FILE_ATTRIBUTE_NORMAL, nullptr));
         if (!file) return refuse(L"Cannot write " + options.log + L": " + lastErrorText(), Failed);
         outputs.push_back({options.log, file.get()});
     }
     if (options.console) outputs.push_back({L"the standard output", GetStdHandle(STD_OUTPUT_HANDLE)});
 
-    const gui::Handle stop = gui::owned(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    const Handle stop = owned(CreateEventW(nullptr, TRUE, FALSE, nullptr));
     stopped = stop.get();
     SetConsoleCtrlHandler(onConsoleEvent, TRUE);
     LogWriter writer(store, outputs, true);

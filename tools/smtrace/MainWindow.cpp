@@ -5,12 +5,15 @@
 #include <iterator>
 
 #include "smtrace/LineText.h"
-#include "smtrace/ListView.h"
 #include "smtrace/LogWriter.h"
 #include "smtrace/Resources.h"
 #include "smtrace/SwitchFile.h"
+#include "windows/Controls.h"
+#include "windows/WideText.h"
 
 namespace smtrace {
+
+using namespace gui;
 
 namespace {
 
@@ -23,15 +26,6 @@ enum ColumnIndex { SinceLast, Process, LevelName, Text, Place };
 constexpr COLORREF backgrounds[levelCount] = {CLR_DEFAULT, RGB(255, 244, 206), RGB(255, 205, 205),
                                               CLR_DEFAULT};
 constexpr COLORREF quietText = RGB(110, 110, 110);
-
-std::string ansi(const std::wstring& text) {
-    std::string bytes(WideCharToMultiByte(CP_ACP, 0, text.data(), static_cast<int>(text.size()), nullptr, 0,
-                                          nullptr, nullptr),
-                      '\0');
-    WideCharToMultiByte(CP_ACP, 0, text.data(), static_cast<int>(text.size()), bytes.data(),
-                        static_cast<int>(bytes.size()), nullptr, nullptr);
-    return bytes;
-}
 
 }  // namespace
 
@@ -97,7 +91,6 @@ bool MainWindow::handle(UINT message, WPARAM wParam, LPARAM lParam) {
 }
 
 void MainWindow::setUp() {
-    using namespace gui;
     list_ = GetDlgItem(window_, IDC_LINES);
     anchors_ =
         std::make_unique<AnchoredControls>(window_, std::vector<Anchor>{{IDC_FILTER, Left | Top | Right},

@@ -3,10 +3,13 @@
 #include <commctrl.h>
 
 #include "smtrace/LineText.h"
-#include "smtrace/ListView.h"
 #include "smtrace/Resources.h"
+#include "windows/Controls.h"
+#include "windows/WideText.h"
 
 namespace smtrace {
+
+using namespace gui;
 
 namespace {
 
@@ -38,10 +41,9 @@ INT_PTR CALLBACK StatisticsWindow::onMessage(HWND window, UINT message, WPARAM w
 bool StatisticsWindow::handle(UINT message, WPARAM wParam, LPARAM lParam) {
     switch (message) {
         case WM_INITDIALOG:
-            anchors_ = std::make_unique<gui::AnchoredControls>(
-                window_, std::vector<gui::Anchor>{{IDC_METHODS, gui::Whole},
-                                                  {IDC_COPY, gui::Right | gui::Bottom},
-                                                  {IDCANCEL, gui::Right | gui::Bottom}});
+            anchors_ = std::make_unique<AnchoredControls>(
+                window_, std::vector<Anchor>{
+                             {IDC_METHODS, Whole}, {IDC_COPY, Right | Bottom}, {IDCANCEL, Right | Bottom}});
             setUpColumns(GetDlgItem(window_, IDC_METHODS), {{L"Method", 44},
                                                             {L"Calls", 9, true},
                                                             {L"Total ms", 12, true},

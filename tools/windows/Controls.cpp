@@ -1,10 +1,10 @@
-#include "smtrace/ListView.h"
+#include "windows/Controls.h"
 
 #include <commctrl.h>
 
 #include <cstring>
 
-namespace smtrace {
+namespace gui {
 
 void setUpColumns(HWND list, const std::vector<Column>& columns) {
     SendMessageW(list, LVM_SETEXTENDEDLISTVIEWSTYLE, 0, LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER);
@@ -44,4 +44,4 @@ bool copyText(HWND owner, const std::wstring& text) {
     return false;
 }
 
-}  // namespace smtrace
+}  // namespace gui

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace smtrace {
+namespace gui {
 
 struct Column {
     const wchar_t* title;
@@ -18,4 +18,4 @@ std::wstring textOf(HWND control);
 // On the clipboard, as text.
 bool copyText(HWND owner, const std::wstring& text);
 
-}  // namespace smtrace
+}  // namespace gui
