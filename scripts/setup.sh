@@ -7,15 +7,15 @@ source "$(dirname -- "${BASH_SOURCE[0]}")/lib.sh"
 
 usage() {
   cat <<'EOF'
-usage: setup.sh scan|test
+usage: setup.sh scan|test|screens
 Installs what is missing for building the programs and running them ("scan"; benchmarks need no more), or for the
-tests and the checks of the sources as well ("test").
+tests and the checks of the sources as well ("test"), or for taking pictures of windows ("screens").
 EOF
 }
 
 job=${1-}
 case $job in
-  scan | test) (($# == 1)) || { usage >&2; exit 2; } ;;
+  scan | test | screens) (($# == 1)) || { usage >&2; exit 2; } ;;
   --help) usage; exit 0 ;;
   *) usage >&2; exit 2 ;;
 esac
@@ -32,6 +32,12 @@ readonly REQUIREMENTS=(
   'test doctest-dev              /usr/include/doctest/doctest.h'
   'test libstb-dev               /usr/include/stb/stb_image.h'
   'test clang-format-14          /usr/bin/clang-format-14'
+  'screens xvfb                  /usr/bin/Xvfb'
+  'screens xauth                 /usr/bin/xauth'
+  'screens imagemagick           /usr/bin/import'
+  'screens x11-utils             /usr/bin/xwininfo'
+  'screens fonts-wine            /usr/share/wine/fonts/marlett.ttf'
+  'screens fonts-liberation      /usr/share/fonts/truetype/liberation/LiberationSans-Regular.ttf'
 )
 
 missing=()
