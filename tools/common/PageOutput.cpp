@@ -37,8 +37,8 @@ const FormatTraits& chooseFormat(const OutputRequest& request) {
     const FormatTraits* const traits = pages::findFormatByExtension(extension);
     if (!traits)
         refuse(
-            format("%soutput \"%s\": what kind of file \"%s\" is isn't known. There are %s; %sformat writes "
-                   "one of them under any name.",
+            format("%soutput \"%s\": there is no file format \"%s\" here. There are %s; %sformat "
+                   "writes one of them under any name.",
                    wording.option, request.pattern.c_str(), extension.c_str(), knownExtensions().c_str(),
                    wording.option));
     return *traits;
@@ -87,6 +87,7 @@ void copyToStream(const UnfinishedFile& file, HANDLE stream) {
 PageOutput::PageOutput(const OutputRequest& request, bool manyPages)
     : request_(request),
       format_(chooseFormat(request)),
+      manyPages_(manyPages),
       multipage_(choosesOneFile(request, format_)),
       names_(request.pattern, manyPages && !multipage_ && !toStream()) {
     if (request.start && !names_.numbered())
@@ -148,7 +149,7 @@ ScannedPage PageOutput::add(UnfinishedFile& bmp, const BmpFacts& facts, const Do
         fail(error, bmp);
     }
     ++pages_;
-    return {path, facts, dots, multipage_ ? pages_ : 0};
+    return {path, facts, dots, multipage_ && manyPages_ ? pages_ : 0};
 }
 
 void PageOutput::addToOwnFile(const UnfinishedFile& bmp, const DotsPerInch& dots) {

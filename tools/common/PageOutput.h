@@ -62,7 +62,8 @@ private:
 
     OutputRequest request_;
     const pages::FormatTraits& format_;
-    bool multipage_;
+    bool manyPages_;  // may come
+    bool multipage_;  // all in one file
     PageNames names_;
     int firstNumber_ = 1;
     int pages_ = 0;

@@ -50,6 +50,10 @@ void FileSink::patch(std::uint64_t offset, const void* bytes, std::size_t count)
 }
 
 void FileSink::cutTo(std::uint64_t offset) {
+    if (offset >= written_) {
+        buffer_.resize(static_cast<std::size_t>(offset - written_));
+        return;
+    }
     buffer_.clear();
     seek(offset);
     if (!SetEndOfFile(file_)) fail();
