@@ -27,10 +27,13 @@ readonly REQUIREMENTS=(
   'scan binutils-mingw-w64-i686  /usr/bin/i686-w64-mingw32-windres'
   'scan cmake                    /usr/bin/cmake'
   'scan ninja-build              /usr/bin/ninja'
+  'scan libz-mingw-w64-dev       /usr/i686-w64-mingw32/lib/libz.a'
   'scan wine                     /usr/bin/wine'
   'scan wine32:i386              /usr/lib/wine/wine'
   'test doctest-dev              /usr/include/doctest/doctest.h'
   'test libstb-dev               /usr/include/stb/stb_image.h'
+  'test python3-pil              /usr/lib/python3/dist-packages/PIL'
+  'test poppler-utils            /usr/bin/pdfimages'
   'test clang-format-14          /usr/bin/clang-format-14'
 )
 
