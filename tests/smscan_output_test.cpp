@@ -105,6 +105,41 @@ TEST_CASE("a page that the format can't hold is kept as a BMP file; one that fai
             CHECK(failureOf(row.extension, cut, row.width - 1, fits) == "");
         }
     }
+}
+
+TEST_CASE("a file of many pages is after a page that failed what it was before") {
+    constexpr int width = 3000;  // random bits, which grow when they are compressed
+    std::string noise(static_cast<size_t>(shared::bmpRowBytes(width, 1)) * 1000, '\0');
+    for (size_t i = 0; i < noise.size(); ++i)
+        noise[i] = static_cast<char>(i * i * 2654435761u >> 13);
+    for (const char* extension : {".tif", ".pdf"}) {
+        std::string bytes[2];
+        for (const bool hasSecond : {false, true}) {
+            const Folder folder;
+            OutputRequest request;
+            request.pattern = folder.file(std::string("m") + extension);
+            request.multipage = true;
+            PageOutput output(request, true);
+            for (const size_t size : {noise.size(), noise.size() - 500}) {
+                if (size < noise.size() && !hasSecond) continue;
+                UnfinishedFile file(output.nextBmp());
+                writeBmp(file.name(), {width, 1, 0, 0, shared::grayPalette(1, false)}, -1000,
+                         noise.substr(0, size));
+                if (size == noise.size())
+                    output.add(file, {width, 1000, 1}, {300, 300});
+                else
+                    CHECK_THROWS_AS(output.add(file, {width, 1000, 1}, {300, 300}), Failure);
+            }
+            output.finish();
+            std::ifstream stream(request.pattern, std::ios::binary);
+            bytes[hasSecond].assign(std::istreambuf_iterator<char>(stream), {});
+        }
+        CHECK(bytes[0].size() > noise.size());
+        CHECK(bytes[0] == bytes[1]);
+    }
+}
+
+TEST_CASE("a file that another program has made meanwhile is left alone") {
     const Folder folder;
     OutputRequest request;
     request.pattern = folder.file("p.png");
@@ -112,7 +147,6 @@ TEST_CASE("a page that the format can't hold is kept as a BMP file; one that fai
     PageOutput output(request, false);
     UnfinishedFile file(output.nextBmp());
     writeBmp(file.name(), {1, 1, 0, 0, shared::grayPalette(1, false)}, 1, "....");
-    // Another program was quicker: both files stay.
     CHECK_THROWS_AS(output.add(file, {1, 1, 1}, {0, 0}), Failure);
     CHECK(std::filesystem::file_size(request.pattern) == 5);
     CHECK(std::filesystem::exists(folder.file("p.part.png")));

@@ -1,5 +1,7 @@
 #include "pages/FileSink.h"
 
+#include <algorithm>
+
 #include "pages/PageWriter.h"
 
 namespace pages {
@@ -50,14 +52,11 @@ void FileSink::patch(std::uint64_t offset, const void* bytes, std::size_t count)
 }
 
 void FileSink::cutTo(std::uint64_t offset) {
-    if (offset >= written_) {
-        buffer_.resize(static_cast<std::size_t>(offset - written_));
-        return;
-    }
-    buffer_.clear();
-    seek(offset);
+    buffer_.resize(offset > written_ ? static_cast<std::size_t>(offset - written_) : 0);
+    written_ = std::min(offset, written_);
+    // Also when nothing counted stands behind it: on a full disk a part of the last piece may be there.
+    seek(written_);
     if (!SetEndOfFile(file_)) fail();
-    written_ = offset;
 }
 
 void FileSink::close() {

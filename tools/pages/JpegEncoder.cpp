@@ -11,7 +11,6 @@ namespace pages {
 namespace {
 
 constexpr int blockSize = 8;
-constexpr int largestSide = 65535;
 constexpr int fullColorFrom = 90;
 constexpr std::size_t pieceBytes = 1 << 15;
 

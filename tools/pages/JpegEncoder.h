@@ -14,6 +14,8 @@ namespace pages {
 // quality 90 on colour is kept for every pixel, below for each square of four.
 class JpegEncoder {
 public:
+    static constexpr int largestSide = 65535;
+
     using Output = std::function<void(const std::uint8_t* bytes, std::size_t count)>;
 
     // Throws WriteError when such a picture can't be.

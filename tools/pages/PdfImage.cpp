@@ -1,5 +1,6 @@
 #include "pages/PdfImage.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "pages/Deflater.h"
@@ -69,7 +70,8 @@ std::unique_ptr<PdfImage> makePdfImage(const PageFormat& format, const WriterSet
         return std::make_unique<FaxImage>(format, std::move(output));
     const bool manyTones =
         format.color == ColorKind::Rgb || (format.color == ColorKind::Gray && format.bits == 8);
-    if (manyTones && !settings.lossless)
+    const bool fitsJpeg = std::max(format.width, format.height) <= JpegEncoder::largestSide;
+    if (manyTones && fitsJpeg && !settings.lossless)
         return std::make_unique<JpegImage>(format, settings.quality, std::move(output));
     return std::make_unique<DeflatedImage>(format, std::move(output));
 }

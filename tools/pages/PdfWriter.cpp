@@ -84,16 +84,18 @@ void PdfWriter::end() {
     image_->finish();
     image_.reset();
     writePageObjects();
-    ++pages_;
-    endOfPages_ = sink_.offset();
-    writeTrailer();
+    const std::uint64_t end = sink_.offset();
+    writeTrailer(pages_ + 1);
     sink_.flush();
+    // Only now does the page belong to the file: the disk may have been full.
+    endOfPages_ = end;
+    ++pages_;
 }
 
 void PdfWriter::drop() {
     image_.reset();
     sink_.cutTo(endOfPages_);
-    if (pages_ > 0) writeTrailer();
+    if (pages_ > 0) writeTrailer(pages_);
     sink_.flush();
 }
 
@@ -115,16 +117,16 @@ void PdfWriter::writePageObjects() {
                 reference(content) + " >>\nendobj\n");
 }
 
-void PdfWriter::writeTrailer() {
+void PdfWriter::writeTrailer(int pages) {
     startObject(catalogObject);
     sink_.write("<< /Type /Catalog /Pages " + reference(pagesObject) + " >>\nendobj\n");
     startObject(pagesObject);
-    sink_.write("<< /Type /Pages /Count " + std::to_string(pages_) + " /Kids [");
-    for (int page = 0; page < pages_; ++page)
+    sink_.write("<< /Type /Pages /Count " + std::to_string(pages) + " /Kids [");
+    for (int page = 0; page < pages; ++page)
         sink_.write("\n" + reference(pageObject(page)));
     sink_.write("] >>\nendobj\n");
 
-    const int objectCount = pageObject(pages_);
+    const int objectCount = pageObject(pages);
     const std::uint64_t table = sink_.offset();
     sink_.write("xref\n0 " + std::to_string(objectCount) + "\n0000000000 65535 f \n");
     for (int object = 1; object < objectCount; ++object) {

@@ -32,7 +32,7 @@ private:
 
     void startObject(int number);
     void writePageObjects();
-    void writeTrailer();
+    void writeTrailer(int pages);
 
     FileSink sink_;
     WriterSettings settings_;
