@@ -1,7 +1,7 @@
 #include "pages/BmpReader.h"
 
 #include <algorithm>
-#include <cmath>
+#include <climits>
 #include <cstddef>
 #include <cstdlib>
 

@@ -15,7 +15,7 @@ namespace {
 
 std::string lowered(std::string text) {
     for (char& character : text)
-        if (character >= 'A' && character <= 'Z') character += 'a' - 'A';
+        if (character >= 'A' && character <= 'Z') character = static_cast<char>(character + ('a' - 'A'));
     return text;
 }
 
