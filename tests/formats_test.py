@@ -108,12 +108,17 @@ class Formats(unittest.TestCase):
             sizes.append((self.folder / "p.jpg").stat().st_size)
         self.assertEqual(sizes, sorted(sizes))
 
-    def test_long_runs_of_black_and_white(self):
-        # Wider than the longest code; text, gradients and bars have all the others.
-        wide = ["--resolution", "600", "--mode", "bw", "--area", "0,0,8in,3in"]
+    def test_runs_of_black_and_white_of_every_code(self):
+        lengths = [*range(64), *range(64, 2700, 64)]
+        runs = Image.new("1", (5400, 2 * len(lengths)), 1)  # below an empty row runs are coded, not differences
+        for row, length in enumerate(lengths):
+            runs.paste(0, (length, 2 * row, 2 * length, 2 * row + 1))
+        runs.save(self.folder / "runs.bmp", dpi=(600, 600))
         for name in ("p.bmp", "p.tif"):
-            self.scan(*wide, "--output", name)
-        self.assertEqual(difference(Image.open(self.folder / "p.tif"), Image.open(self.folder / "p.bmp")), 0)
+            self.scan("--resolution", "600", "--mode", "bw", "--area", f"0,0,9,{runs.height / 600}in", "--output", name,
+                      Page=f"Z:{self.folder}/runs.bmp")
+        self.assertEqual(difference(Image.open(self.folder / "p.bmp"), runs), 0)
+        self.assertEqual(difference(Image.open(self.folder / "p.tif"), runs), 0)
 
     def test_pages_before_a_failure_are_whole_in_their_file(self):
         jam = dict(Pages=4, JamAtPage=3, FaultAfterStrip=1, StripRows=20)
@@ -132,9 +137,11 @@ class Formats(unittest.TestCase):
         self.assertEqual(self.files(), ["m.pdf", "m.tif", "p1.bmp", "p2.bmp"])
 
     def test_numbers_go_on_and_nothing_is_replaced(self):
+        self.folder /= "100%d"  # no directive in a pattern that stands elsewhere
+        self.folder.mkdir()
         def names(*options, code=0):
-            return [line.split("  ")[0] for line in
-                    self.scan(*SMALL, "--output", "日本%02d.png", *options, code=code).bytes.decode().split("\n")[:-1]]
+            run = self.scan(*SMALL, "--output", "日本%02d.png", *options, code=code)
+            return [line.split("  ")[0] for line in run.bytes.decode().split("\n")[:-1]]
         self.assertEqual(names(), ["日本01.png"])
         self.assertEqual(names("--start", "7"), ["日本07.png"])
         self.assertEqual(names(), ["日本08.png"])

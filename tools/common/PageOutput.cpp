@@ -66,11 +66,22 @@ void refuseFolder(const std::string& path) {
     if (isFolder || endsAsFolder) checkWritable(path, true);
 }
 
+// Sources and their dialogs change the current folder, so the pattern is tied to the present one.
+std::string absolutePattern(const std::string& pattern) {
+    const bool isAbsolute = pattern[0] == '/' || pattern[0] == '\\' || pattern.find(':') == 1;
+    if (isAbsolute) return fullPath(pattern);
+    std::string folder;
+    for (const char character : fullPath("."))
+        folder += character == '%' ? "%%" : std::string(1, character);
+    return fullPath(folder + "\\" + pattern);
+}
+
 void copyToStream(const UnfinishedFile& file, HANDLE stream) {
     const StdFile source = openFile(file.name(), L"rb");
+    if (!source) failWrite(file.name(), lastErrorText());
     std::vector<char> buffer(1 << 16);
     size_t count = 0;
-    while (source && (count = std::fread(buffer.data(), 1, buffer.size(), source.get())) > 0) {
+    while ((count = std::fread(buffer.data(), 1, buffer.size(), source.get())) > 0) {
         for (size_t done = 0; done < count;) {
             DWORD written = 0;
             const DWORD rest = static_cast<DWORD>(count - done);
@@ -89,7 +100,8 @@ PageOutput::PageOutput(const OutputRequest& request, bool manyPages)
       format_(chooseFormat(request)),
       manyPages_(manyPages),
       multipage_(choosesOneFile(request, format_)),
-      names_(request.pattern, manyPages && !multipage_ && !toStream()) {
+      names_(request.pattern, manyPages && !multipage_ && !toStream()),
+      files_(absolutePattern(request.pattern), manyPages && !multipage_ && !toStream()) {
     if (request.start && !names_.numbered())
         refuse(format("%sstart: there is no %%d for a number in %soutput \"%s\".", wording.option,
                       wording.option, request.pattern.c_str()));
@@ -101,7 +113,7 @@ PageOutput::PageOutput(const OutputRequest& request, bool manyPages)
 PageOutput::~PageOutput() {
     try {
         finish();
-    } catch (const Failure&) {
+    } catch (...) {
         // Whoever wanted to know has called finish().
     }
 }
@@ -123,7 +135,7 @@ void PageOutput::prepare(int pages, ScanListener& listener) {
 
 std::string PageOutput::nextPath() const {
     if (toStream()) return temporaryFile();
-    return fullPath(names_.pathOf(firstNumber_ + (multipage_ ? 0 : pages_)));
+    return files_.pathOf(nextNumber());
 }
 
 std::string PageOutput::nextBmp() const {
@@ -135,7 +147,7 @@ std::string PageOutput::bmpPathOf(const std::string& path) const {
 }
 
 ScannedPage PageOutput::add(UnfinishedFile& bmp, const BmpFacts& facts, const DotsPerInch& dots) {
-    const std::string path = toStream() ? "-" : names_.pathOf(firstNumber_ + (multipage_ ? 0 : pages_));
+    const std::string path = toStream() ? "-" : names_.pathOf(nextNumber());
     try {
         if (format_.format == FileFormat::Bmp) {
             if (dots.x > 0 && dots.y > 0) pages::setBmpResolution(wide(bmp.name()), dots.x, dots.y);
@@ -197,7 +209,7 @@ void PageOutput::deliver(UnfinishedFile& file) {
 
 // What a format can't hold isn't lost.
 void PageOutput::fail(const WriteError& error, UnfinishedFile& bmp) {
-    const std::string path = names_.pathOf(firstNumber_ + (multipage_ ? 0 : pages_));
+    const std::string path = names_.pathOf(nextNumber());
     if (error.windowsError != 0) failWrite(path, errorText(error.windowsError));
     if (toStream()) failWrite(path, error.text);
     bmp.keep(false);

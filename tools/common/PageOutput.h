@@ -53,6 +53,7 @@ public:
 
 private:
     bool toStream() const { return request_.pattern == "-"; }
+    int nextNumber() const { return firstNumber_ + (multipage_ ? 0 : pages_); }
     std::string nextPath() const;
     std::string bmpPathOf(const std::string& path) const;
     void addToOwnFile(const UnfinishedFile& bmp, const DotsPerInch& dots);
@@ -62,9 +63,10 @@ private:
 
     OutputRequest request_;
     const pages::FormatTraits& format_;
-    bool manyPages_;  // may come
-    bool multipage_;  // all in one file
-    PageNames names_;
+    bool manyPages_;   // may come
+    bool multipage_;   // all in one file
+    PageNames names_;  // as the user is told
+    PageNames files_;  // in full
     int firstNumber_ = 1;
     int pages_ = 0;
     std::optional<UnfinishedFile> commonFile_;
