@@ -66,6 +66,17 @@ void refuseFolder(const std::string& path) {
     if (isFolder || endsAsFolder) checkWritable(path, true);
 }
 
+// The page counts more than its resolution: where that can't be written, it is told as unknown.
+bool putResolution(const UnfinishedFile& bmp, const DotsPerInch& dots) {
+    if (dots.x <= 0 || dots.y <= 0) return true;
+    try {
+        pages::setBmpResolution(wide(bmp.name()), dots.x, dots.y);
+        return true;
+    } catch (const WriteError&) {
+        return false;
+    }
+}
+
 // Sources and their dialogs change the current folder, so the pattern is tied to the present one.
 std::string absolutePattern(const std::string& pattern) {
     const bool isAbsolute = pattern[0] == '/' || pattern[0] == '\\' || pattern.find(':') == 1;
@@ -146,11 +157,12 @@ std::string PageOutput::bmpPathOf(const std::string& path) const {
     return format_.format == FileFormat::Bmp ? path : path.substr(0, extensionStart(path)) + ".bmp";
 }
 
-ScannedPage PageOutput::add(UnfinishedFile& bmp, const BmpFacts& facts, const DotsPerInch& dots) {
+ScannedPage PageOutput::add(UnfinishedFile& bmp, const BmpFacts& facts, const DotsPerInch& givenDots) {
+    DotsPerInch dots = givenDots;
     const std::string path = toStream() ? "-" : names_.pathOf(nextNumber());
     try {
         if (format_.format == FileFormat::Bmp) {
-            if (dots.x > 0 && dots.y > 0) pages::setBmpResolution(wide(bmp.name()), dots.x, dots.y);
+            if (!putResolution(bmp, dots)) dots = {0, 0};
             deliver(bmp);
         } else if (multipage_) {
             addToCommonFile(bmp, dots);

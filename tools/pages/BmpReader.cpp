@@ -143,7 +143,8 @@ void copyPage(const std::wstring& bmpFile, double xDotsPerInch, double yDotsPerI
 }
 
 void setBmpResolution(const std::wstring& bmpFile, double xDotsPerInch, double yDotsPerInch) {
-    const HANDLE file = CreateFileW(bmpFile.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    const HANDLE file =
+        CreateFileW(bmpFile.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
     if (file == INVALID_HANDLE_VALUE) fail();
     const LONG dots[] = {shared::dotsPerMetre(xDotsPerInch), shared::dotsPerMetre(yDotsPerInch)};
     constexpr LONG place = shared::bmpFileHeaderBytes + offsetof(BITMAPINFOHEADER, biXPelsPerMeter);
