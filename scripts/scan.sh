@@ -12,17 +12,20 @@ source "$(dirname -- "${BASH_SOURCE[0]}")/lib.sh"
 # unless the current folder lies inside a prefix. So --output is made absolute, and such a folder left.
 absolute() {
   case $1 in
-    /* | [A-Za-z]:*) printf '%s' "$1" ;;
+    - | /* | [A-Za-z]:*) printf '%s' "$1" ;;
     *) printf '%s/%s' "${PWD//%/%%}" "$1" ;;
   esac
 }
 
 arguments=()
 output_given=
+extension=bmp
 previous=
 for argument in "$@"; do
   if [[ $previous == --output ]]; then
     argument=$(absolute "$argument")
+  elif [[ $previous == --format || $argument == --format=* ]]; then
+    extension=${argument#*=}
   elif [[ $argument == --output=* ]]; then
     argument=--output=$(absolute "${argument#*=}")
   fi
@@ -35,9 +38,9 @@ done
 if [[ -z $output_given ]]; then
   mkdir -p -- "$REPO/out"
   if [[ $PWD -ef $REPO ]]; then
-    arguments+=(--output out/page%03d.bmp)
+    arguments+=(--output "out/page%03d.$extension")
   else
-    arguments+=(--output "${REPO//%/%%}/out/page%03d.bmp")
+    arguments+=(--output "${REPO//%/%%}/out/page%03d.$extension")
   fi
 fi
 

@@ -42,6 +42,15 @@ TEST_CASE("what is printed and how it ends, with nothing else in the folder") {
          "Cannot write \"nowhere/p.bmp\": there is no folder \"" + folder.path("nowhere") +
              "\". Make it, or choose another --output."},
         {"--output .\\", "", 6, "Cannot write \".\\\": it is a folder. Choose another --output."},
+        {"--output . --pages 2", "", 6, "Cannot write \".\": it is a folder. Choose another --output."},
+        {"--output p.webp", "", 2,
+         "--output \"p.webp\": there is no file format \".webp\" here. There are .bmp .dib, .png, .tif "
+         ".tiff, "
+         ".jpg .jpeg, .pdf; --format writes one of them under any name."},
+        {"--output p.png --multipage", "", 2, "--multipage: a png file holds one page. Choose tiff or pdf."},
+        {"--output p.bmp --start 2", "", 2, "--start: there is no %d for a number in --output \"p.bmp\"."},
+        {"--output - --pages 2", "", 2,
+         "--output - takes one page, or all of them with --multipage and --format tiff or pdf."},
         // A source that can't scan, or doesn't offer what is wanted.
         {"", "OpenFault=offline", 1,
          "Cannot open the source \"KAVRO Virtual Scanner\": failure of unknown cause (condition code 1). "
@@ -86,9 +95,9 @@ TEST_CASE("what is printed and how it ends, with nothing else in the folder") {
     CHECK(folder.smscan(scanGray + "--area 1,1,3,3", "LengthError=-20") ==
           "p.bmp  100 x 100 pixels, 8 bit, 50 dpi\n! Note: --area asks for 100 x 100 pixels, the source made "
           "it 100 x 80.\nexit 0");
-    CHECK(folder.smscan(scanGray + "--progress --source \"KAVRO Virtual Scanner\"", "StripRows=147") ==
-          grayLine +
-              "! page 1: 0 %\n! page 1: 25 %\n! page 1: 50 %\n! page 1: 75 %\n! page 1: 100 %\nexit 0");
+    CHECK(
+        folder.smscan(scanGray + "--force --progress --source \"KAVRO Virtual Scanner\"", "StripRows=147") ==
+        grayLine + "! page 1: 0 %\n! page 1: 25 %\n! page 1: 50 %\n! page 1: 75 %\n! page 1: 100 %\nexit 0");
 }
 
 TEST_CASE("lines among others: what the source offers, help, settings that the scanner doesn't know") {
@@ -128,7 +137,11 @@ TEST_CASE("a page that was there stays as it is when the scan fails") {
     CHECK(folder.smscan(scanGray) ==
           "! smscan: Cannot write \"p.bmp\": the file is there and is read-only.\nexit 6");
     SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_NORMAL);
-    CHECK(folder.smscan(scanGray, "JamAtPage=1").find("\nexit 1") != std::string::npos);
+    CHECK(
+        folder.smscan(scanGray) ==
+        "! smscan: Cannot write \"p.bmp\": the file is there already. Choose another --output, or replace it "
+        "with --force.\nexit 6");
+    CHECK(folder.smscan(scanGray + "--force", "JamAtPage=1").find("\nexit 1") != std::string::npos);
     CHECK(folder.files() == "p.bmp");
     std::string kept;
     std::getline(std::ifstream(path), kept);

@@ -15,7 +15,7 @@ const std::string scanGray = "--resolution 50 --mode gray --output p.bmp ";
 const vscan::PageRequest gray = pageOf(PixelKind::Gray8, 50);
 const std::string grayLine = "p.bmp  413 x 585 pixels, 8 bit, 50 dpi\n";
 
-// What pagesIn shows: the file of a memory transfer has no resolution.
+// What pagesIn shows: the file that the module writes has no resolution, smscan puts it in.
 std::string page(PixelKind kind, const std::string& dpi = "0") {
     return "\np.bmp: " + std::to_string(vscan::bitsPerPixel(kind)) + " bit, " + dpi + " dpi: the page";
 }
@@ -45,7 +45,7 @@ TEST_CASE("boxes: a depth that the one-shot scan doesn't know ends it; there may
               grayLine +
                   "! Note: a one-shot scan is one page. Run it again for the next one, or scan without "
                   "--presto.\nexit 0" +
-                  page(PixelKind::Gray8));
+                  page(PixelKind::Gray8, "50"));
         CHECK(box.seen == std::string("[smscan] \xBF") + "Explorar m\xE1s p\xE1ginas?\n");
     }
 }

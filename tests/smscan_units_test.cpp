@@ -165,10 +165,10 @@ TEST_CASE("texts for the user, and JSON for programs") {
     CHECK(progressBar(1, 300, -1) == "page 1: 300 lines");
     CHECK(conditionWords(77) == "unknown failure (condition code 77)");
     const std::vector<std::string> modes{"bw", "gray"};
-    CHECK(capsAsJson("S\"\x80", {{"mode", {{"current", "bw"}, {"choices", modes}}, "", ""},
-                                 {"x", {{"min", 0.5}, {"max", 600.0}}, "", "dpi"},
-                                 {"gamma", {}, "a \\ b", ""}}) == R"({
-  "source": "S\"\u0080",
+    CHECK(capsAsJson("S\"\u20ac", {{"mode", {{"current", "bw"}, {"choices", modes}}, "", ""},
+                                   {"x", {{"min", 0.5}, {"max", 600.0}}, "", "dpi"},
+                                   {"gamma", {}, "a \\ b", ""}}) == R"({
+  "source": "S\"\u20ac",
   "capabilities": {
     "mode": {"current": "bw", "choices": ["bw", "gray"]},
     "x": {"min": 0.5, "max": 600, "unit": "dpi"},

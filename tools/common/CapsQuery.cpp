@@ -5,6 +5,7 @@
 #include "common/RawCapability.h"
 #include "common/ScanRequest.h"
 #include "common/Text.h"
+#include "common/TextEncoding.h"
 #include "common/ToneValue.h"
 
 namespace host {
@@ -150,7 +151,7 @@ std::vector<CapsRow> queryCaps(const ModuleLibrary& module) {
     char family[SM_NAME_SIZE] = {};
     module.smGetDSProductFamily(family);
     return {
-        row("family", SM_RESULT_OK, {{"current", std::string(family)}}),
+        row("family", SM_RESULT_OK, {{"current", fromAnsi(family)}}),
         choiceRow("mode", module.smGetPixelType, module.smGetSupportedPixelType, pixelTypes),
         resolutionRow("x-resolution", module.smGetXResolution),
         resolutionRow("y-resolution", module.smGetYResolution),

@@ -25,9 +25,9 @@ std::string escapedForModule(const std::string& path) {
 
 }  // namespace
 
-PageReceiver::PageReceiver(const ModuleLibrary& module, const ScanRequest& request, const PageNames& names,
+PageReceiver::PageReceiver(const ModuleLibrary& module, const ScanRequest& request, PageOutput& output,
                            HostWindow& window, ScanListener& listener)
-    : module_(module), request_(request), names_(names), window_(window), listener_(listener) {
+    : module_(module), request_(request), output_(output), window_(window), listener_(listener) {
     window.on(SM_MESSAGE_XFERSTART, [this](WPARAM, LPARAM info) {
         guarded([&] { onStart(*reinterpret_cast<TXferImageInfo*>(info)); });
     });
@@ -78,12 +78,12 @@ void PageReceiver::start(TXferImageInfo& info) {
         module_.smCancelAllXfer();
         return;
     }
-    file_.emplace(fullPath(names_.pathOf(pages_ + 1)));
+    file_.emplace(output_.nextBmp());
     if (info.XferMech == SM_MECH_NATIVE) {
         dib_ = nullptr;
         info.Target.Dib = &dib_;
     } else if (info.XferMech == SM_MECH_FILE) {
-        const std::string name = escapedForModule(file_->name());
+        const std::string name = escapedForModule(file_->ansiName());
         if (name.size() >= SM_FILE_NAME_SIZE)
             throw Failure{FailureCode::CannotWrite,
                           format("The path \"%s\" is too long for a source that writes the file itself (255 "
@@ -177,11 +177,11 @@ BmpFacts PageReceiver::finishDib(const TXferImageInfo& info) {
 }
 
 void PageReceiver::reportPage(const BmpFacts& facts, const DotsPerInch& dots) {
-    file_->keep();
+    const ScannedPage page = output_.add(*file_, facts, dots);
     ++pages_;
-    const std::string path = names_.pathOf(pages_);
     file_.reset();
-    listener_.pageDone({path, facts, dots});
+    window_.touch();
+    listener_.pageDone(page);
     if (pages_ == request_.pages) window_.finish();
 }
 
@@ -214,7 +214,7 @@ void PageReceiver::pullPages(const TXferImageInfo& info) {
     const DotsPerInch dots = resolutionOf(module_, info);
     while (width != 0 && (request_.pages == allPages || pages_ < request_.pages) &&
            !window_.cancelRequested()) {
-        file_.emplace(fullPath(names_.pathOf(pages_ + 1)));
+        file_.emplace(output_.nextBmp());
         PageImage image = planImage(module_, info);
         image.format.width = width;
         const int page = pages_ + 1;

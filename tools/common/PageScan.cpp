@@ -41,7 +41,7 @@ void reportEnd(HostWindow::End end, const PageReceiver& receiver, const HostWind
 
 }  // namespace
 
-void scanPages(const ModuleLibrary& module, const ScanRequest& request, const PageNames& names,
+void scanPages(const ModuleLibrary& module, const ScanRequest& request, PageOutput& output,
                HostWindow& window, ScanListener& listener) {
     OpenSource source(module, window.handle());
     useInches(module, listener);
@@ -49,10 +49,11 @@ void scanPages(const ModuleLibrary& module, const ScanRequest& request, const Pa
     applySettings(module, request, listener);
     prepareFeeder(module, request, listener);
     setPageCount(module, request.pages, listener);
-    PageReceiver receiver(module, request, names, window, listener);
+    PageReceiver receiver(module, request, output, window, listener);
     source.enable(request.ui);
     const HostWindow::End end = window.run(module, request.timeoutSeconds, request.ui);
     source.close();
+    output.finish();
     reportEnd(end, receiver, window, request, listener);
 }
 

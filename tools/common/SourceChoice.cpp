@@ -3,6 +3,7 @@
 #include "common/Conditions.h"
 #include "common/Failure.h"
 #include "common/Text.h"
+#include "common/TextEncoding.h"
 #include "common/Wording.h"
 
 namespace host {
@@ -18,7 +19,7 @@ std::string managerPath() {
 std::string readProfile(const std::string& path, const std::string& key) {
     char value[SM_FILE_NAME_SIZE] = {};
     GetPrivateProfileStringA("DS", key.c_str(), "", value, sizeof value, path.c_str());
-    return value;
+    return fromAnsi(value);
 }
 
 // What the manager lists of the maker's sources.
@@ -64,7 +65,7 @@ void requireManager(const ModuleLibrary& module) {
 std::string productName(const ModuleLibrary& module) {
     char name[SM_NAME_SIZE] = {};
     module.smGetDSProductName(name);
-    return name;
+    return fromAnsi(name);
 }
 
 std::string explainNoSource(int result, const std::string& defaultSource) {
@@ -117,7 +118,10 @@ void chooseByDialog(const ModuleLibrary& module, HWND parent) {
 }
 
 void chooseByName(const ModuleLibrary& module, HWND parent, const std::string& name) {
-    const int result = module.smSetDefaultDriver(parent, name.c_str());
+    // No source has a name that isn't in the code page.
+    const auto ansiName = toAnsi(name);
+    const int result =
+        ansiName ? module.smSetDefaultDriver(parent, ansiName->c_str()) : SM_CONDITION_BAD_DEST;
     if (result == SM_CONDITION_BAD_DEST)
         throw Failure{FailureCode::NoSource,
                       format("There is no source \"%s\". %s", name.c_str(), namedSources(module).c_str())};
@@ -138,7 +142,7 @@ std::string makeDefault(const ModuleLibrary& module, HWND parent, const std::str
                    "default source: %s",
                    name.c_str(), conditionSentence(result).c_str())};
     const std::string defaultSource = openedSource(module, parent);
-    if (lstrcmpiA(defaultSource.c_str(), name.c_str()) != 0)
+    if (lstrcmpiW(wide(defaultSource).c_str(), wide(name).c_str()) != 0)
         throw Failure{
             FailureCode::SourceError,
             format("There is a source \"%s\", but this TWAIN manager keeps \"%s\" as its default source. "

@@ -10,7 +10,8 @@ namespace host {
 std::string
 format(const char* pattern, ...);
 
-// What Windows says about its last error.
+// What Windows says about an error; about its last one.
+std::string errorText(unsigned long error);
 std::string lastErrorText();
 
 // "1 page", "2 pages".

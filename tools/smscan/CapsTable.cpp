@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "common/Text.h"
+#include "common/TextEncoding.h"
 
 namespace smscan {
 
@@ -26,15 +27,13 @@ std::string plainText(const CapsValue& value) {
 
 std::string quoted(const std::string& text) {
     std::string result = "\"";
-    for (const char character : text) {
-        if (character == '"' || character == '\\') result += '\\';
-        const unsigned char code = static_cast<unsigned char>(character);
-        // ANSI bytes above 127 are read as Latin-1, so that the result is ASCII whatever the source's name
-        // holds.
-        if (code < 0x20 || code > 0x7e)
-            result += format("\\u%04x", code);
+    // JSON escapes UTF-16, so the result is ASCII whatever the source's name holds.
+    for (const wchar_t character : host::wide(text)) {
+        if (character == L'"' || character == L'\\') result += '\\';
+        if (character < 0x20 || character > 0x7e)
+            result += format("\\u%04x", static_cast<unsigned>(character));
         else
-            result += character;
+            result += static_cast<char>(character);
     }
     return result + '"';
 }

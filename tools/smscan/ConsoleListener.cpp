@@ -18,7 +18,11 @@ void ConsoleListener::pageDone(const host::ScannedPage& page) {
         line += format(", %d dpi", dots.x);
     else if (dots.x > 0 && dots.y > 0)
         line += format(", %d x %d dpi", dots.x, dots.y);
-    tell(line);
+    if (page.pageInFile > 0) line += format(", page %d", page.pageInFile);
+    if (pagesAreNotes_)
+        smscan::note(line);
+    else
+        tell(line);
 }
 
 }  // namespace smscan

@@ -8,7 +8,9 @@ namespace smscan {
 // Tells the user of a scan: pages on stdout, all else on stderr.
 class ConsoleListener final : public host::ScanListener {
 public:
-    explicit ConsoleListener(bool showProgress) : progress_(showProgress) {}
+    // `pagesAreNotes`: stdout is taken, so pages are told on stderr, too.
+    ConsoleListener(bool showProgress, bool pagesAreNotes)
+        : progress_(showProgress), pagesAreNotes_(pagesAreNotes) {}
 
     void note(const std::string& text) override;
     void progress(int page, int done, int total) override { progress_.update(page, done, total); }
@@ -17,6 +19,7 @@ public:
 
 private:
     Progress progress_;
+    bool pagesAreNotes_;
 };
 
 }  // namespace smscan

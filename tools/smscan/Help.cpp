@@ -6,7 +6,7 @@ namespace smscan {
 namespace {
 
 constexpr const char* helpBeforeSettings =
-    R"(smscan scans pages to BMP files through ScanModule.dll and the TWAIN manager.
+    R"(smscan scans pages to files through ScanModule.dll and the TWAIN manager.
 
 Usage: smscan [options]
 
@@ -42,17 +42,28 @@ The way the pages come
                       block   pulled block by block; 8-bit gray and 24-bit colour best
   --presto            the one-shot scan: one call, one file
   --ui                show the source's own window
-  --output PATTERN    the files; %d or %03d is the page's number, %% a per cent sign.
-                      Without a number and with more than one page, pages are numbered:
-                      page.bmp becomes page-001.bmp. Default scan%03d.bmp
   --progress          show how far the page is: a bar on a terminal, else plain lines
   --timeout SECONDS   give up when the source does nothing for so long; 0 is never.
                       Default 120; not counted while the source's window is open
 
+The files
+  --output PATTERN    their names; what they end in decides what they are: .bmp, .png, .tif,
+                      .jpg, .pdf. %d or %03d is the page's number, %% a per cent sign.
+                      Without a number and with more than one page, pages are numbered:
+                      page.bmp becomes page-001.bmp. Default scan%03d.bmp
+                      -  the page goes to the standard output, all messages to stderr
+  --format FORMAT     FORMATS, whatever the name ends in
+  --multipage         all pages in one TIFF or PDF file. PDF files without a number in
+                      their name hold all pages anyway
+  --start N           the first page's number. Default: after the last file that is there
+  --force             replace files that are there
+  --quality N         of JPEG, also in PDF: 1 to 100. Default 85
+  --lossless          PDF files without JPEG
+
   --version           the version
   --help              this text
 
-Each page is written under another name (name.part.bmp) and renamed when it is complete.
+Each file is written under another name (name.part.bmp) and renamed when it is complete.
 Pages that are complete are kept, whatever happens later. Ctrl+C ends the scan.
 
 Exit codes
@@ -71,7 +82,9 @@ std::string helpText() {
     std::string text = helpBeforeSettings;
     for (const SettingName& entry : settingNames)
         text += format("                        %-14s %s\n", entry.name, entry.meaning);
-    return text + helpAfterSettings;
+    text += helpAfterSettings;
+    const std::string place = "FORMATS";
+    return text.replace(text.find(place), place.size(), joined(formatNames()));
 }
 
 }  // namespace smscan

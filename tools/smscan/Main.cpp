@@ -1,4 +1,7 @@
 #include <Version.h>
+#include <windows.h>
+
+#include <shellapi.h>
 
 #include <exception>
 
@@ -7,12 +10,11 @@
 #include "common/ModuleLibrary.h"
 #include "common/OneShotPage.h"
 #include "common/OpenSource.h"
-#include "common/PageFiles.h"
-#include "common/PageNames.h"
+#include "common/PageOutput.h"
 #include "common/PageScan.h"
 #include "common/ScanPreparation.h"
 #include "common/SourceChoice.h"
-#include "common/Text.h"
+#include "common/TextEncoding.h"
 #include "smscan/CapsTable.h"
 #include "smscan/Console.h"
 #include "smscan/ConsoleListener.h"
@@ -51,20 +53,17 @@ void run(const Options& options) {
     if (options.action == Action::Help) return tellText(helpText());
     if (options.action == Action::Version) return tell("smscan " SCANMODULE_VERSION_TEXT);
 
-    const PageNames names(options.output, options.pages != 1 && !options.presto);
+    OutputRequest request = options.output;
+    request.stream = GetStdHandle(STD_OUTPUT_HANDLE);
+    PageOutput output(request, options.pages != 1 && !options.presto);
     const ModuleLibrary module;
     HostWindow window;
     const Interrupt interrupt(window);
-    ConsoleListener listener(options.progress);
+    ConsoleListener listener(options.progress, request.pattern == "-");
     requireManager(module);
     if (options.action == Action::MakeDefault)
         return tell(makeDefault(module, window.handle(), options.defaultName) + " is the default source.");
-    if (options.action == Action::Scan) {
-        checkWritable(names.pathOf(1));
-        if (names.numberedByItself())
-            listener.note(
-                format("--output has no %%d, so pages are numbered: %s ...", names.pathOf(1).c_str()));
-    }
+    if (options.action == Action::Scan) output.prepare(options.presto ? 1 : options.pages, listener);
     chooseSource(module, window.handle(), options);
     switch (options.action) {
         case Action::List:
@@ -72,9 +71,20 @@ void run(const Options& options) {
         case Action::Caps:
             return showCaps(module, window.handle(), options.json, listener);
         default:
-            return options.presto ? scanOneShot(module, options, names.pathOf(1), window, listener)
-                                  : scanPages(module, options, names, window, listener);
+            return options.presto ? scanOneShot(module, options, output, window, listener)
+                                  : scanPages(module, options, output, window, listener);
     }
+}
+
+// Its words without the program's name; names of files and sources may have letters of any language.
+std::vector<std::string> commandLine() {
+    int count = 0;
+    wchar_t** const words = CommandLineToArgvW(GetCommandLineW(), &count);
+    std::vector<std::string> result;
+    for (int i = 1; i < count; ++i)
+        result.push_back(utf8(words[i]));
+    LocalFree(words);
+    return result;
 }
 
 int end(const Failure& failure) {
@@ -86,10 +96,10 @@ int end(const Failure& failure) {
 
 }  // namespace smscan
 
-int main(int argumentCount, char** arguments) {
+int main() {
     smscan::writeWholeTexts();
     try {
-        smscan::run(smscan::parseOptions({arguments + 1, arguments + argumentCount}));
+        smscan::run(smscan::parseOptions(smscan::commandLine()));
     } catch (const host::Failure& failure) {
         return smscan::end(failure);
     } catch (const std::exception&) {

@@ -51,6 +51,12 @@ Mechanism parseMechanism(const std::string& option, const std::string& text) {
     refuse(format("%s takes one of native, file, memory, block, not \"%s\".", option.c_str(), text.c_str()));
 }
 
+const pages::FormatTraits& parseFormat(const std::string& option, const std::string& text) {
+    if (const pages::FormatTraits* traits = pages::findFormatByName(text)) return *traits;
+    refuse(format("%s takes one of %s, not \"%s\".", option.c_str(), joined(formatNames()).c_str(),
+                  text.c_str()));
+}
+
 SettingValue parseSetting(const std::string& text) {
     const size_t equals = text.find('=');
     const std::string name = text.substr(0, equals);
@@ -118,7 +124,16 @@ const OptionRule optionRules[] = {
      [](Options& o, Word name, Word value) {
          o.pages = value == "all" ? allPages : parseWhole(name + " (or \"all\")", value, 1, 32767);
      }},
-    {"--output", true, [](Options& o, Word, Word value) { o.output = value; }},
+    {"--output", true, [](Options& o, Word, Word value) { o.output.pattern = value; }},
+    {"--format", true,
+     [](Options& o, Word name, Word value) { o.output.format = &parseFormat(name, value); }},
+    {"--multipage", false, [](Options& o, Word, Word) { o.output.multipage = true; }},
+    {"--force", false, [](Options& o, Word, Word) { o.output.force = true; }},
+    {"--start", true,
+     [](Options& o, Word name, Word value) { o.output.start = parseWhole(name, value, 0, 999999); }},
+    {"--quality", true,
+     [](Options& o, Word name, Word value) { o.output.settings.quality = parseWhole(name, value, 1, 100); }},
+    {"--lossless", false, [](Options& o, Word, Word) { o.output.settings.lossless = true; }},
     {"--progress", false, [](Options& o, Word, Word) { o.progress = true; }},
     {"--timeout", true,
      [](Options& o, Word name, Word value) { o.timeoutSeconds = parseWhole(name, value, 0, 86400); }},
@@ -141,10 +156,25 @@ void checkTogether(const Options& options) {
     if (options.presto && unsettable)
         refuse(
             "--presto takes --mode, --resolution, --brightness, --contrast, --highlight, --shadow, --pages, "
-            "--ui and --output only.");
+            "--ui, --output and what goes with it only.");
+}
+
+// Where the user names no file.
+void chooseDefaultOutput(OutputRequest& output) {
+    if (!output.pattern.empty()) return;
+    const std::string extensions = output.format ? output.format->extensions : ".bmp";
+    output.pattern = "scan%03d" + extensions.substr(0, extensions.find(' '));
+    output.multipage = output.multipage || (output.format && output.format->format == pages::FileFormat::Pdf);
 }
 
 }  // namespace
+
+std::vector<std::string> formatNames() {
+    std::vector<std::string> names;
+    for (const pages::FormatTraits& traits : pages::fileFormats())
+        names.push_back(traits.name);
+    return names;
+}
 
 Options parseOptions(const std::vector<std::string>& words) {
     Options options;
@@ -167,6 +197,7 @@ Options parseOptions(const std::vector<std::string>& words) {
         if (options.action == Action::Help || options.action == Action::Version) return options;
     }
     checkTogether(options);
+    chooseDefaultOutput(options.output);
     return options;
 }
 

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "common/Failure.h"
+#include "common/PageOutput.h"
 #include "common/ScanRequest.h"
 
 namespace smscan {
@@ -24,7 +25,7 @@ struct Options : host::ScanRequest {
     bool json = false;
 
     bool presto = false;
-    std::string output = "scan%03d.bmp";
+    OutputRequest output;
     bool progress = false;
 };
 
@@ -34,6 +35,9 @@ Options parseOptions(const std::vector<std::string>& words);
 // "0,0,2in,3in": four numbers, each with a unit or with that of the next one that has one; inches if none
 // has.
 Area parseArea(const std::string& text);
+
+// The file formats that this build writes.
+std::vector<std::string> formatNames();
 
 std::string helpText();
 
