@@ -29,6 +29,7 @@ readonly REQUIREMENTS=(
   'scan ninja-build              /usr/bin/ninja'
   'scan wine                     /usr/bin/wine'
   'scan wine32:i386              /usr/lib/wine/wine'
+  'scan nlohmann-json3-dev       /usr/include/nlohmann/json.hpp'
   'test doctest-dev              /usr/include/doctest/doctest.h'
   'test libstb-dev               /usr/include/stb/stb_image.h'
   'test clang-format-14          /usr/bin/clang-format-14'

@@ -4,7 +4,6 @@
 #include "common/OpenSource.h"
 #include "common/PageReceiver.h"
 #include "common/ScanPreparation.h"
-#include "common/SourceSettings.h"
 #include "common/Text.h"
 #include "common/Wording.h"
 
@@ -44,11 +43,7 @@ void reportEnd(HostWindow::End end, const PageReceiver& receiver, const HostWind
 void scanPages(const ModuleLibrary& module, const ScanRequest& request, const PageNames& names,
                HostWindow& window, ScanListener& listener) {
     OpenSource source(module, window.handle());
-    useInches(module, listener);
-    setMechanism(module, request.mechanism);
-    applySettings(module, request, listener);
-    prepareFeeder(module, request, listener);
-    setPageCount(module, request.pages, listener);
+    prepareScan(module, request, listener);
     PageReceiver receiver(module, request, names, window, listener);
     source.enable(request.ui);
     const HostWindow::End end = window.run(module, request.timeoutSeconds, request.ui);

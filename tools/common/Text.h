@@ -13,6 +13,14 @@ format(const char* pattern, ...);
 // What Windows says about its last error.
 std::string lastErrorText();
 
+// Text of this process's code page, as the sources and the system give it, in UTF-8. What is UTF-8 already
+// stays.
+std::string asUtf8(const std::string& text);
+
+// For words of ASCII letters, in whatever case they are written.
+std::string lowered(std::string text);
+bool sameWord(const std::string& one, const std::string& other);
+
 // "1 page", "2 pages".
 std::string counted(int count, const char* singular);
 

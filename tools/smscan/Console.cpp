@@ -4,9 +4,12 @@
 
 #include <cstdio>
 
+#include "common/Text.h"
 #include "smscan/ProgressText.h"
 
 namespace smscan {
+
+using host::asUtf8;
 
 namespace {
 
@@ -22,6 +25,7 @@ void writeWholeTexts() {
     constexpr size_t bufferBytes = 4096;
     std::setvbuf(stdout, nullptr, _IOFBF, bufferBytes);
     std::setvbuf(stderr, nullptr, _IOFBF, bufferBytes);
+    SetConsoleOutputCP(CP_UTF8);
 }
 
 void tell(const std::string& line) {
@@ -29,11 +33,11 @@ void tell(const std::string& line) {
 }
 
 void tellText(const std::string& lines) {
-    if (std::fputs(lines.c_str(), stdout) == EOF || std::fflush(stdout) != 0) resultsLost = true;
+    if (std::fputs(asUtf8(lines).c_str(), stdout) == EOF || std::fflush(stdout) != 0) resultsLost = true;
 }
 
 void note(const std::string& line) {
-    std::fprintf(stderr, "%s\n", line.c_str());
+    std::fprintf(stderr, "%s\n", asUtf8(line).c_str());
     std::fflush(stderr);
 }
 

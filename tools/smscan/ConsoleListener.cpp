@@ -1,5 +1,6 @@
 #include "smscan/ConsoleListener.h"
 
+#include "common/Json.h"
 #include "common/Text.h"
 
 namespace smscan {
@@ -7,10 +8,12 @@ namespace smscan {
 using host::format;
 
 void ConsoleListener::note(const std::string& text) {
-    smscan::note("Note: " + text);
+    if (!quiet_) smscan::note("Note: " + text);
 }
 
 void ConsoleListener::pageDone(const host::ScannedPage& page) {
+    if (json_) return tell(host::jsonLine(host::pageJson(page)));
+    if (quiet_) return;
     const host::DotsPerInch& dots = page.dots;
     std::string line = format("%s  %d x %d pixels, %d bit", page.path.c_str(), page.facts.width,
                               page.facts.height, page.facts.bits);
