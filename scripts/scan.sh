@@ -18,15 +18,17 @@ absolute() {
 }
 
 arguments=()
+prefix=scan
 output_given=
 previous=
 for argument in "$@"; do
-  if [[ $previous == --output ]]; then
-    argument=$(absolute "$argument")
-  elif [[ $argument == --output=* ]]; then
-    argument=--output=$(absolute "${argument#*=}")
-  fi
-  [[ $argument != --output* ]] || output_given=yes
+  case $previous:$argument in
+    --output:* | -o:*) argument=$(absolute "$argument") ;;
+    *:--output=*) argument=--output=$(absolute "${argument#*=}") ;;
+    *:-o?*) argument=-o$(absolute "${argument#-o}") ;;
+    *:--ui | *:--select) prefix=screen ;;
+  esac
+  [[ $argument != --output* && $argument != -o* ]] || output_given=yes
   [[ $argument != --help ]] ||
     echo "scan.sh hands its options to smscan; its default for --output is out/page%03d.bmp in $REPO."
   arguments+=("$argument")
@@ -41,5 +43,12 @@ if [[ -z $output_given ]]; then
   fi
 fi
 
+# The prefix without graphics would show the window to nobody.
+if [[ $prefix == screen && -z ${DISPLAY-} ]]; then
+  say "$SCRIPT_NAME: --ui and --select show a window, and there is no display: run this on a desktop, or with
+  xvfb-run. Without a window --source NAME chooses a source (--list tells the names)."
+  exit 2
+fi
+
 [[ $(pwd -P) != "$REPO"/build/* ]] || cd -- "$REPO"
-exec "$REPO/scripts/wine.sh" --prefix scan "$REPO/build/mingw32/bin/smscan.exe" "${arguments[@]}"
+exec "$REPO/scripts/wine.sh" --prefix "$prefix" "$REPO/build/mingw32/bin/smscan.exe" "${arguments[@]}"

@@ -44,6 +44,8 @@ std::string bashCompletion() {
     }
     for (const SwitchName& entry : switchNames)
         append(switches, " ", entry.name);
+    rows += format("    --set) words='%s' ;;\n    %s) words= ;;\n    *) words='%s' ;;\n", switches.c_str(),
+                   anything.c_str(), names.c_str());
     return "# shellcheck shell=bash\n"
            "# Completion of smscan's options. Printed by smscan --help-bash.\n"
            "_smscan() {\n"
@@ -55,7 +57,7 @@ std::string bashCompletion() {
            "    previous=${COMP_WORDS[COMP_CWORD - 2]}\n"
            "  fi\n"
            "  case $previous in\n" +
-           rows + format("    *) words='%s' ;;\n", names.c_str()) +
+           rows +
            "  esac\n"
            "  mapfile -t COMPREPLY < <(compgen -W \"$words\" -- \"$current\")\n"
            "}\n"

@@ -41,7 +41,7 @@ std::string helpText() {
             text += rowOf(option);
             if (option.name != std::string("set")) continue;
             for (const SwitchName& entry : switchNames)
-                text += format("                            %-14s %s\n", entry.name, entry.meaning);
+                text += format("                          %-13s %s\n", entry.name, entry.meaning);
         }
     }
     text += "\n" + wrapped(afterOptions, 0) + "\n\nExit codes\n";

@@ -22,6 +22,8 @@ _smscan() {
       return
       ;;
     --mech) words='memory native file block' ;;
+    --set) words='unsharp-mask draft-scan descreening exposure-mode ui-mode clear-page pim light-path indicators feeder auto-feed' ;;
+    -d | --source | --default | --area | --size | --brightness | --contrast | --highlight | --shadow | --threshold | --gamma | --timeout) words= ;;
     *) words='--list --source --select --default --caps --mode --depth --resolution --scale --paper --area --size --source-type --feeder --flatbed --brightness --contrast --highlight --shadow --threshold --gamma --set --pages --output --mech --presto --ui --dry-run --timeout --json --progress --quiet --version --help --help-man --help-bash' ;;
   esac
   mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
