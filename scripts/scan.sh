@@ -12,23 +12,26 @@ source "$(dirname -- "${BASH_SOURCE[0]}")/lib.sh"
 # unless the current folder lies inside a prefix. So --output is made absolute, and such a folder left.
 absolute() {
   case $1 in
-    /* | [A-Za-z]:*) printf '%s' "$1" ;;
+    '' | -* | /* | [A-Za-z]:*) printf '%s' "$1" ;;
     *) printf '%s/%s' "${PWD//%/%%}" "$1" ;;
   esac
 }
 
+readonly letter_o='^(-[lcqVh]*o)' # alone or behind options without a value
 arguments=()
 prefix=scan
 output_given=
 previous=
 for argument in "$@"; do
-  case $previous:$argument in
-    --output:* | -o:*) argument=$(absolute "$argument") ;;
-    *:--output=*) argument=--output=$(absolute "${argument#*=}") ;;
-    *:-o?*) argument=-o$(absolute "${argument#-o}") ;;
-    *:--ui | *:--select) prefix=screen ;;
-  esac
-  [[ $argument != --output* && $argument != -o* ]] || output_given=yes
+  if [[ $previous == --output || $previous =~ $letter_o$ ]]; then
+    argument=$(absolute "$argument")
+  elif [[ $argument == --output=* ]]; then
+    argument=--output=$(absolute "${argument#*=}")
+  elif [[ $argument =~ $letter_o(.+) ]]; then
+    argument=${BASH_REMATCH[1]}$(absolute "${BASH_REMATCH[2]}")
+  fi
+  [[ $argument != --output* && ! $argument =~ $letter_o ]] || output_given=yes
+  [[ $argument != --ui && $argument != --select ]] || prefix=screen
   [[ $argument != --help ]] ||
     echo "scan.sh hands its options to smscan; its default for --output is out/page%03d.bmp in $REPO."
   arguments+=("$argument")

@@ -202,4 +202,14 @@ std::vector<CapsRow> queryCaps(const ModuleLibrary& module, bool ofMaker) {
     return rows;
 }
 
+std::vector<CapsRow> presentValues(const std::vector<CapsRow>& rows) {
+    std::vector<CapsRow> present;
+    for (CapsRow row : rows) {
+        if (row.fields.empty() || row.fields[0].name != "current") continue;
+        row.fields.resize(1);
+        present.push_back(std::move(row));
+    }
+    return present;
+}
+
 }  // namespace host

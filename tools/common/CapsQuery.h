@@ -11,4 +11,7 @@ namespace host {
 // sources have, when it is one of them.
 std::vector<CapsRow> queryCaps(const ModuleLibrary& module, bool ofMaker);
 
+// The present values of these rows alone: what a source made of a request.
+std::vector<CapsRow> presentValues(const std::vector<CapsRow>& rows);
+
 }  // namespace host

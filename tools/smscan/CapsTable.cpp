@@ -78,14 +78,4 @@ std::string capsAsTable(const std::string& source, const std::vector<CapsRow>& r
     return text;
 }
 
-std::vector<CapsRow> presentValues(const std::vector<CapsRow>& rows) {
-    std::vector<CapsRow> present;
-    for (CapsRow row : rows) {
-        if (row.fields.empty() || row.fields[0].name != "current") continue;
-        row.fields.resize(1);
-        present.push_back(std::move(row));
-    }
-    return present;
-}
-
 }  // namespace smscan

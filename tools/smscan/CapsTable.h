@@ -10,7 +10,4 @@ namespace smscan {
 // What --caps shows.
 std::string capsAsTable(const std::string& source, const std::vector<host::CapsRow>& rows);
 
-// What --dry-run shows: the present values, without what else is offered.
-std::vector<host::CapsRow> presentValues(const std::vector<host::CapsRow>& rows);
-
 }  // namespace smscan
