@@ -126,9 +126,10 @@ TEST_CASE("lines among others: what the source offers, help, settings that the s
          "{\"source\":\"A \\\"Small\\\" "
          "One\",|\"feeder\":{\"current\":true}|\"firmware\":{\"current\":261}}}"},
         {"--caps", "Manufacturer=Another", "\n  indicators         on\nexit 0"},
-        {"--dry-run --mode gray --resolution 75 --flatbed", "",
-         "KAVRO Virtual Scanner\n|\n  mode               gray\n  depth              8\n|"
-         "\n  x-resolution       75 dpi\n|\n  feeder             off\n"},
+        {"--dry-run --depth 4 --mode gray --scale 50% --resolution 75 --flatbed", "",
+         "KAVRO Virtual Scanner\n|\n  mode               gray\n  depth              4\n|"
+         "\n  x-resolution       75 dpi\n  y-resolution       75 dpi\n  x-scale            0.5\n  y-scale    "
+         "        0.5\n|\n  feeder             off\n"},
         {scanGray + "--json", "",
          "{\"file\":\"p.bmp\",\"width\":413,\"height\":585,\"bitsPerPixel\":8,"
          "\"xResolution\":50,\"yResolution\":50}\n"},

@@ -41,6 +41,14 @@ const std::array<NamedCode, 3> mechanisms{{
     {"memory", SM_MECH_MEMORY},
 }};
 
+// Blocks are pulled out of a memory transfer.
+const std::array<NamedCode, 4> waysToScan{{
+    {"native", SM_MECH_NATIVE},
+    {"file", SM_MECH_FILE},
+    {"memory", SM_MECH_MEMORY},
+    {"block", SM_MECH_MEMORY},
+}};
+
 const std::array<NamedCode, 6> units{{
     {"inches", SM_UNIT_INCHES},
     {"centimeters", SM_UNIT_CENTIMETERS},

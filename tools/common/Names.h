@@ -3,8 +3,6 @@
 #include <array>
 #include <string>
 
-#include "common/Text.h"
-
 namespace host {
 
 // A word for a value and the code that the module knows it by.
@@ -17,16 +15,9 @@ extern const std::array<NamedCode, 4> scanModes;
 extern const std::array<NamedCode, 9> pixelTypes;
 extern const std::array<NamedCode, 9> papers;
 extern const std::array<NamedCode, 3> mechanisms;
+extern const std::array<NamedCode, 4> waysToScan;  // in the order of Mechanism
 extern const std::array<NamedCode, 6> units;
 extern const std::array<NamedCode, 2> flavors;
-
-// In whatever case the word is written.
-template <size_t Count>
-const NamedCode* findName(const std::array<NamedCode, Count>& names, const std::string& name) {
-    for (const NamedCode& entry : names)
-        if (sameWord(name, entry.name)) return &entry;
-    return nullptr;
-}
 
 template <size_t Count>
 std::string nameOf(const std::array<NamedCode, Count>& names, unsigned code) {

@@ -60,17 +60,10 @@ void chooseMechanism(const ModuleLibrary& module, ScanListener& listener) {
 }
 
 void setMechanism(const ModuleLibrary& module, Mechanism mechanism) {
-    static constexpr struct {
-        unsigned short code;
-        const char* word;
-    } ways[] = {{SM_MECH_NATIVE, "native"},
-                {SM_MECH_FILE, "file"},
-                {SM_MECH_MEMORY, "memory"},
-                {SM_MECH_MEMORY, "block"}};
-    const auto& way = ways[static_cast<size_t>(mechanism)];
+    const NamedCode& way = waysToScan[static_cast<size_t>(mechanism)];
     if (takesMechanism(module, way.code)) return;
     const std::string offered = offeredMechanisms(module);
-    refuseValue(format("The source doesn't offer %smech %s%s.", wording.option, way.word,
+    refuseValue(format("The source doesn't offer %smech %s%s.", wording.option, way.name,
                        offered.empty() ? "" : (", but " + offered).c_str()));
 }
 

@@ -1,6 +1,7 @@
 #include "common/ScanRequest.h"
 
 #include "common/Failure.h"
+#include "common/Text.h"
 #include "common/ValueTexts.h"
 #include "common/Wording.h"
 
@@ -56,10 +57,8 @@ const RequestValue requestValues[] = {
          else
              r.switches.push_back(value);
      }},
-    {"mech",
-     [](ScanRequest& r, Text what, Text text) {
-         r.mechanism = static_cast<Mechanism>(parseWord(what, {"native", "file", "memory", "block"}, text));
-     }},
+    {"mech", [](ScanRequest& r, Text what,
+                Text text) { r.mechanism = static_cast<Mechanism>(parsePlace(what, waysToScan, text)); }},
     {"ui", [](ScanRequest& r, Text what, Text text) { r.ui = parseOnOff(what, text); }},
     {"pages",
      [](ScanRequest& r, Text what, Text text) {

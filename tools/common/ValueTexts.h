@@ -19,13 +19,20 @@ bool parseOnOff(const std::string& what, const std::string& text);
 // The place of the text among the words.
 size_t parseWord(const std::string& what, const std::vector<std::string>& words, const std::string& text);
 
+// The place of the text among the names.
 template <size_t Count>
-unsigned short parseName(const std::string& what, const std::array<NamedCode, Count>& names,
-                         const std::string& text) {
+size_t parsePlace(const std::string& what, const std::array<NamedCode, Count>& names,
+                  const std::string& text) {
     std::vector<std::string> words;
     for (const NamedCode& entry : names)
         words.push_back(entry.name);
-    return names[parseWord(what, words, text)].code;
+    return parseWord(what, words, text);
+}
+
+template <size_t Count>
+unsigned short parseName(const std::string& what, const std::array<NamedCode, Count>& names,
+                         const std::string& text) {
+    return names[parsePlace(what, names, text)].code;
 }
 
 // "0.5", "50%"

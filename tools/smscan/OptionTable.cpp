@@ -138,7 +138,8 @@ const char* titleOf(OptionGroup group) {
 }
 
 const char* const afterOptions =
-    "Words may be written in any case. Each page is written under another name (name.part.bmp) and renamed "
+    "Values that are words may be written in any case. Each page is written under another name "
+    "(name.part.bmp) and renamed "
     "when it "
     "is complete. Pages that are complete are kept, whatever happens later. Ctrl+C ends the scan.";
 
