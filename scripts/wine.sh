@@ -55,6 +55,8 @@ case $prefix_name in
     ;;
   *) fail "unknown prefix '$prefix_name': scan, scan-tests, tests or screen" ;;
 esac
+[[ $prefix_name != screen || -n ${DISPLAY-} ]] ||
+  fail "the prefix 'screen' needs a display: run this on a desktop, or with xvfb-run"
 "$REPO/scripts/wine_prefix.sh" --build-dir "$build_dir" "$prefix_name" 6>&-
 
 export WINEPREFIX=$wine_dir/$prefix_name WINEARCH=win32 WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES=$overrides

@@ -21,7 +21,7 @@ TEST_CASE("all pages of the feeder; those before a failure are kept, and its rea
         int pages, exitCode;
         std::string reason;
     } rows[] = {
-        {"native", "Pages=3", 3, 0, ""},
+        {"native", "Feeder=off;Pages=3", 3, 0, ""},
         {"native", "Pages=2;JamAtPage=2", 1, 1, jam},
         {"file", "Pages=2;JamAtPage=2", 1, 1, jam},
         {"memory", "Pages=3;JamAtPage=3;FaultAfterStrip=2", 2, 1, jam},

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <sstream>
 
 #include "common/Conditions.h"
@@ -177,12 +178,25 @@ TEST_CASE("a value that isn't in the source's list is refused with the list") {
     const std::vector<double> choices = choicesOf(answerCapability, ICAP_XRESOLUTION);
     CHECK_NOTHROW(requireOffered("X resolution ", 150, choices, " dpi"));
     CHECK_NOTHROW(requireOffered("X resolution ", 200, {}));
-    try {
-        requireOffered("X resolution ", 200, choices, " dpi");
-        FAIL("not refused");
-    } catch (const Failure& failure) {
-        CHECK(failure.code == ExitCode::Usage);
-        CHECK(failure.text.find("The source doesn't offer X resolution 200 dpi, but 75, 150, 300.") == 0);
+    const struct {
+        std::function<void()> ask;
+        ExitCode code;
+        const char* text;
+    } rows[] = {{[&] { requireOffered("X resolution ", 200, choices, " dpi"); }, ExitCode::Usage,
+                 "The source doesn't offer X resolution 200 dpi, but 75, 150, 300. smscan --caps"},
+                {[] { requireSet("--gamma 2", SM_CONDITION_BAD_VALUE); }, ExitCode::Usage,
+                 "The source refuses --gamma 2: value out of range (condition code 10). smscan --caps"},
+                {[] { requireSet("--gamma 2", SM_CONDITION_DENIED); }, ExitCode::SourceError,
+                 "The source refuses --gamma 2: denied"}};
+    for (const auto& row : rows) {
+        Failure failure{ExitCode::Cancelled, "not refused"};
+        try {
+            row.ask();
+        } catch (const Failure& thrown) {
+            failure = thrown;
+        }
+        CHECK(failure.code == row.code);
+        CHECK(failure.text.find(row.text) == 0);
     }
 }
 

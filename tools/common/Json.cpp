@@ -11,7 +11,7 @@ namespace {
 // Whole numbers without ".0", as whoever reads them would write them.
 Json toJson(double number) {
     if (std::floor(number) == number && std::fabs(number) < 1e15) return static_cast<int64_t>(number);
-    constexpr double digits = 1e6;  // a source's numbers in 1/65536 have no more
+    constexpr double digits = 1e4;  // a source's numbers, in 1/65536, have no more
     return std::round(number * digits) / digits;
 }
 

@@ -21,11 +21,15 @@ bool resultsComplete() {
     return !resultsLost;
 }
 
-void writeWholeTexts() {
+ConsoleOutput::ConsoleOutput() : codePageBefore_(GetConsoleOutputCP()) {
     constexpr size_t bufferBytes = 4096;
     std::setvbuf(stdout, nullptr, _IOFBF, bufferBytes);
     std::setvbuf(stderr, nullptr, _IOFBF, bufferBytes);
     SetConsoleOutputCP(CP_UTF8);
+}
+
+ConsoleOutput::~ConsoleOutput() {
+    SetConsoleOutputCP(codePageBefore_);
 }
 
 void tell(const std::string& line) {

@@ -27,16 +27,18 @@ namespace smscan {
 
 namespace {
 
-void noteHiddenWindow(const Options& options, ScanListener& listener) {
+// Told to those who want quiet, too.
+void noteHiddenWindow(const Options& options) {
     if ((options.ui || options.select) && !hasDisplay())
-        listener.note(
-            "there is no display, so nobody sees the window that this waits for. With Wine: scripts/wine.sh "
+        note(
+            "Note: there is no display, so nobody sees the window that this waits for. With Wine: "
+            "scripts/wine.sh "
             "--prefix screen, on a desktop or with xvfb-run.");
 }
 
 // Chooses the source that opens next.
-void chooseSource(const ModuleLibrary& module, HWND parent, const Options& options, ScanListener& listener) {
-    noteHiddenWindow(options, listener);
+void chooseSource(const ModuleLibrary& module, HWND parent, const Options& options) {
+    noteHiddenWindow(options);
     if (options.select) {
         chooseByDialog(module, parent);
         if (!options.quiet) note("Chosen: " + productName(module));
@@ -59,7 +61,7 @@ void showSources(const ModuleLibrary& module, HWND parent, bool json) {
 // --caps and --dry-run.
 void showCaps(const ModuleLibrary& module, HWND parent, const Options& options, ScanListener& listener) {
     const std::vector<std::string> makers = makersSources(module);  // asked while no source is chosen
-    chooseSource(module, parent, options, listener);
+    chooseSource(module, parent, options);
     const OpenSource source(module, parent);
     const std::string name = productName(module);
     const bool isTrial = options.action == Action::DryRun;
@@ -80,7 +82,7 @@ void scan(const ModuleLibrary& module, HostWindow& window, const Options& option
     checkWritable(names.pathOf(1));
     if (names.numberedByItself())
         listener.note(format("--output has no %%d, so pages are numbered: %s ...", names.pathOf(1).c_str()));
-    chooseSource(module, window.handle(), options, listener);
+    chooseSource(module, window.handle(), options);
     if (options.oneShot)
         scanOneShot(module, options, names.pathOf(1), window, listener);
     else
@@ -133,7 +135,7 @@ int end(const Failure& failure) {
 }  // namespace smscan
 
 int main(int argumentCount, char** arguments) {
-    smscan::writeWholeTexts();
+    const smscan::ConsoleOutput output;
     try {
         smscan::run(smscan::parseOptions({arguments + 1, arguments + argumentCount}));
     } catch (const host::Failure& failure) {
