@@ -21,28 +21,10 @@ bool resultsComplete() {
     return !resultsLost;
 }
 
-ConsoleOutput::ConsoleOutput() : codePageBefore_(GetConsoleOutputCP()) {
+void writeWholeTexts() {
     constexpr size_t bufferBytes = 4096;
     std::setvbuf(stdout, nullptr, _IOFBF, bufferBytes);
     std::setvbuf(stderr, nullptr, _IOFBF, bufferBytes);
-    SetConsoleOutputCP(CP_UTF8);
-}
-
-ConsoleOutput::~ConsoleOutput() {
-    SetConsoleOutputCP(codePageBefore_);
-}
-
-void tell(const std::string& line) {
-    tellText(line + "\n");
-}
-
-void tellText(const std::string& lines) {
-    if (std::fputs(asUtf8(lines).c_str(), stdout) == EOF || std::fflush(stdout) != 0) resultsLost = true;
-}
-
-void note(const std::string& line) {
-    std::fprintf(stderr, "%s\n", asUtf8(line).c_str());
-    std::fflush(stderr);
 }
 
 namespace {
@@ -52,7 +34,32 @@ bool isTerminal(DWORD standardHandle) {
     return GetConsoleMode(GetStdHandle(standardHandle), &mode) != FALSE;
 }
 
+// A console takes UTF-16: its code page may lack the letters. False when it couldn't be written.
+bool writeText(FILE* stream, DWORD standardHandle, const std::string& text) {
+    const std::string utf8 = asUtf8(text);
+    if (!isTerminal(standardHandle))
+        return std::fputs(utf8.c_str(), stream) != EOF && std::fflush(stream) == 0;
+    const int bytes = static_cast<int>(utf8.size());
+    std::wstring wide(utf8.size(), L'\0');
+    const int count = MultiByteToWideChar(CP_UTF8, 0, utf8.c_str(), bytes, wide.data(), bytes);
+    DWORD written = 0;
+    return WriteConsoleW(GetStdHandle(standardHandle), wide.c_str(), static_cast<DWORD>(count), &written,
+                         nullptr) != FALSE;
+}
+
 }  // namespace
+
+void tell(const std::string& line) {
+    tellText(line + "\n");
+}
+
+void tellText(const std::string& lines) {
+    if (!writeText(stdout, STD_OUTPUT_HANDLE, lines)) resultsLost = true;
+}
+
+void note(const std::string& line) {
+    writeText(stderr, STD_ERROR_HANDLE, line + "\n");
+}
 
 // The page lines go to stdout: a bar between them would only hurt in a file, so both must be terminals.
 Progress::Progress(bool shown)

@@ -4,18 +4,8 @@
 
 namespace smscan {
 
-// While it lives texts are written to consoles in UTF-8 and in one go; otherwise each character is a call of
-// its own. To be made first.
-class ConsoleOutput {
-public:
-    ConsoleOutput();
-    ConsoleOutput(const ConsoleOutput&) = delete;
-    ConsoleOutput& operator=(const ConsoleOutput&) = delete;
-    ~ConsoleOutput();
-
-private:
-    unsigned codePageBefore_;
-};
+// Has texts written in one go; to be called first. Otherwise each character is a call of its own.
+void writeWholeTexts();
 
 // On stdout: results. tellText takes whole lines. Here as below what isn't UTF-8 becomes it.
 void tell(const std::string& line);

@@ -135,7 +135,7 @@ int end(const Failure& failure) {
 }  // namespace smscan
 
 int main(int argumentCount, char** arguments) {
-    const smscan::ConsoleOutput output;
+    smscan::writeWholeTexts();
     try {
         smscan::run(smscan::parseOptions({arguments + 1, arguments + argumentCount}));
     } catch (const host::Failure& failure) {
