@@ -115,7 +115,7 @@ bool parseOnOff(const std::string& what, const std::string& text) {
         if (sameWord(text, word)) return true;
     for (const char* word : {"off", "no", "false", "0"})
         if (sameWord(text, word)) return false;
-    refuseValue(what, "on or off", text);
+    refuseValue(what, "on or off (1 or 0)", text);
 }
 
 size_t parseWord(const std::string& what, const std::vector<std::string>& words, const std::string& text) {

@@ -31,9 +31,9 @@ public:
         else if (word.size() > 1 && word[0] == '-')
             readLetters(word, options);
         else
-            refuse(
-                format("\"%s\" stands for itself, but smscan takes options only: --output names the files.",
-                       word.c_str()));
+            refuse(format(
+                "\"%s\" is no option, and smscan takes nothing else. A file's name stands behind --output.",
+                word.c_str()));
         return true;
     }
 
