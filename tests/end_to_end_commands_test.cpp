@@ -77,6 +77,8 @@ TEST_CASE("what is printed and how it ends, with nothing else in the folder") {
         {presto, "JamAtPage=1;StripRows=100;FaultAfterStrip=2", 1, jam},
         {presto, "RefusedMechanisms=Memory;JamAtPage=1", 1, jam},
         {presto, "RefusedMechanisms=Memory,File;JamAtPage=1", 1, jam},
+        {presto, "RefusedMechanisms=Memory;FailAtPage=1;FailConditionCode=22", 6,
+         "Page 1: the source can't write the file (condition code 22). Look for room on the disk."},
         {presto, "CancelAtPage=1", 5, cancelled},
         {presto, "RefusedMechanisms=Memory,File;CancelAtPage=1", 5, cancelled},
         {presto, "UnknownLength=1", 1,
