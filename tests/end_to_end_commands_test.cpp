@@ -61,6 +61,10 @@ TEST_CASE("what is printed and how it ends, with nothing else in the folder") {
          "Page 1: pages with 24 bits per pixel in planes can't be pulled block by block without loss. Use "
          "--mech memory. No page was scanned."},
         {"", "UIControllable=0", 2, "The source scans from its own window only. With --ui it is shown."},
+        {"--timeout 1", "UIControllable=0;RefusedCapabilities=CAP_UICONTROLLABLE", 1,
+         "The source waits in a window of its own, though it was told to do without. With --ui it can be "
+         "used. "
+         "No page was scanned."},
         {"--feeder", "Feeder=none", 2, "The source has no feeder." + caps},
         {"--mode gray --depth 7", "", 2, "The source doesn't offer --depth 7, but 4, 8, 16." + caps},
         {"--scale 9", "", 2, "The source offers X scale from 0.25 to 4, not 9." + caps},

@@ -47,7 +47,14 @@ void scanPages(const ModuleLibrary& module, const ScanRequest& request, const Pa
     PageReceiver receiver(module, request, names, window, listener);
     source.enable(request.ui);
     const HostWindow::End end = window.run(module, request.timeoutSeconds, request.ui);
+    const bool waitsInWindow = !request.ui && sourceWindowIsOpen();
     source.close();
+    if (end == HostWindow::End::TimedOut && waitsInWindow && !window.failure())
+        throw Failure{
+            FailureCode::SourceError,
+            format("The source waits in a window of its own, though it was told to do without. With "
+                   "%sui it can be used. %s",
+                   wording.option, keptPages(receiver.pages()).c_str())};
     reportEnd(end, receiver, window, request, listener);
 }
 
