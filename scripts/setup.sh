@@ -30,6 +30,7 @@ readonly REQUIREMENTS=(
   'scan libz-mingw-w64-dev       /usr/i686-w64-mingw32/lib/libz.a'
   'scan wine                     /usr/bin/wine'
   'scan wine32:i386              /usr/lib/wine/wine'
+  'scan nlohmann-json3-dev       /usr/include/nlohmann/json.hpp'
   'test doctest-dev              /usr/include/doctest/doctest.h'
   'test libstb-dev               /usr/include/stb/stb_image.h'
   'test python3-pil              /usr/lib/python3/dist-packages/PIL'

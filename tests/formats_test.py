@@ -173,7 +173,7 @@ class Formats(unittest.TestCase):
             self.scan(*SMALL, "--output", "-", "--format", "pdf", "--multipage", "--pages", "all", Pages=2).bytes)
         self.assertEqual(len(pages(self.folder / "m.pdf")), 2)
         self.assertEqual(self.files(), ["m.pdf", "p.png"])
-        self.assertEqual(self.scan("--list", ProductName="Scänner").bytes.decode(), "Scänner (default)\n")
+        self.assertEqual(self.scan("--list", ProductName="Scänner").bytes.decode(), " 1  Scänner (default)\n")
 
     def test_a_large_page_is_never_in_memory(self):
         before = resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss

@@ -49,7 +49,7 @@ PrestoScanSettings settingsFrom(const ScanRequest& request) {
                           "has a type or depth that it doesn't know. Scan without " +
                               std::string(wording.oneShot) + "."};
         default:
-            throw Failure{FailureCode::SourceError, "Page 1: " + conditionSentence(result)};
+            throw Failure{failureCodeOf(result), "Page 1: " + conditionSentence(result)};
     }
 }
 

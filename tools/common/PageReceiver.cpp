@@ -128,19 +128,17 @@ void PageReceiver::onEnd(int result, const TXferImageInfo& info) {
 void PageReceiver::failTransfer(int result) const {
     if (result == SM_XFEREND_CANCELLED_BY_SOURCE)
         throw Failure{FailureCode::Cancelled, "cancelled at the source."};
-    const FailureCode code =
-        result == SM_CONDITION_FILE_WRITE_ERROR ? FailureCode::CannotWrite : FailureCode::SourceError;
-    throw Failure{code, conditionSentence(result)};
+    throw Failure{failureCodeOf(result), conditionSentence(result)};
 }
 
 void PageReceiver::finishPage(const TXferImageInfo& info) {
     BmpFacts facts{};
-    if (writer_)
+    if (writer_) {
         facts = finishStrips();
-    else if (info.XferMech == SM_MECH_NATIVE)
-        facts = finishDib(info);
-    else
-        facts = readBmpFacts(file_->name());
+    } else {
+        facts = info.XferMech == SM_MECH_NATIVE ? finishDib(info) : readBmpFacts(file_->name());
+        compareLines(facts.height, info.ImageLength, facts.height >= info.ImageLength);
+    }
     reportPage(facts, resolutionOf(module_, info));
 }
 
@@ -148,16 +146,19 @@ BmpFacts PageReceiver::finishStrips() {
     if (writer_->rows() == 0)
         throw Failure{FailureCode::SourceError,
                       "the source says that the page is done, but delivered nothing of it."};
-    checkComplete(*writer_);
+    compareLines(writer_->rows(), writer_->announcedHeight(), writer_->complete());
     const BmpFacts facts = writer_->finish();
     writer_.reset();
     return facts;
 }
 
-void PageReceiver::checkComplete(const StripWriter& writer) {
-    if (writer.complete()) return;
-    incomplete_ += format("Page %d ended early, at line %d of %d; it is kept as far as it came. ", pages_ + 1,
-                          writer.rows(), writer.announcedHeight());
+void PageReceiver::compareLines(int lines, int announced, bool complete) {
+    if (!complete)
+        incomplete_ += format("Page %d ended early, at line %d of %d; it is kept as far as it came. ",
+                              pages_ + 1, lines, announced);
+    else if (announced >= 0 && lines > announced)
+        listener_.note(format("page %d has %d lines, though the source announced %d; all are kept.",
+                              pages_ + 1, lines, announced));
 }
 
 BmpFacts PageReceiver::finishDib(const TXferImageInfo& info) {
@@ -225,7 +226,7 @@ void PageReceiver::pullPages(const TXferImageInfo& info) {
             });
         listener_.progressOver();
         if (window_.cancelRequested()) break;
-        checkComplete(*writer);
+        compareLines(writer->rows(), writer->announcedHeight(), writer->complete());
         reportPage(writer->finish(), dots);
         module_.smGetImageDim(&width, &height);
     }

@@ -34,7 +34,8 @@ private:
     void pullPages(const TXferImageInfo& info);
     void finishPage(const TXferImageInfo& info);
     BmpFacts finishStrips();
-    void checkComplete(const StripWriter& writer);
+    // Of the page that ends: those that came, and those that the source announced (below 0: it didn't).
+    void compareLines(int lines, int announced, bool complete);
     BmpFacts finishDib(const TXferImageInfo& info);
     void reportPage(const BmpFacts& facts, const DotsPerInch& dots);
     void dropPage();

@@ -1,5 +1,7 @@
 #include "common/SourceChoice.h"
 
+#include <cstdlib>
+
 #include "common/Conditions.h"
 #include "common/Failure.h"
 #include "common/Text.h"
@@ -42,11 +44,17 @@ BrandSources brandSources(const ModuleLibrary& module) {
     return list;
 }
 
-std::string namedSources(const ModuleLibrary& module) {
+std::string namedSources(const std::vector<std::string>& names) {
     std::string text;
-    for (const std::string& name : brandSources(module).names)
+    for (const std::string& name : names)
         text += format("\n  %s", name.c_str());
-    return text.empty() ? "There are none." : "There are:" + text;
+    return text;
+}
+
+// 0 when the text is no number.
+size_t numberIn(const std::string& text) {
+    const bool digits = text.find_first_not_of("0123456789") == std::string::npos;
+    return digits && text.size() < 6 ? std::strtoul(text.c_str(), nullptr, 10) : 0;
 }
 
 }  // namespace
@@ -117,21 +125,53 @@ void chooseByDialog(const ModuleLibrary& module, HWND parent) {
                                                  conditionSentence(result)};
 }
 
-void chooseByName(const ModuleLibrary& module, HWND parent, const std::string& name) {
-    // No source has a name that isn't in the code page.
+const std::string& findSource(const std::vector<std::string>& names, const std::string& text) {
+    const size_t number = numberIn(text);
+    if (number >= 1 && number <= names.size()) return names[number - 1];
+    const std::string* found = nullptr;
+    for (const std::string& name : names) {
+        if (lowered(name).find(lowered(text)) == std::string::npos) continue;
+        if (found)
+            throw Failure{FailureCode::NoSource,
+                          format("\"%s\" is a part of more than one source's name. There are:%s",
+                                 text.c_str(), namedSources(names).c_str())};
+        found = &name;
+    }
+    if (found) return *found;
+    throw Failure{FailureCode::NoSource,
+                  format("There is no source \"%s\". %s%s", text.c_str(),
+                         names.empty() ? "There are none." : "There are:", namedSources(names).c_str())};
+}
+
+namespace {
+
+// A name that isn't in the code page is no source's.
+int chooseDriver(const ModuleLibrary& module, HWND parent, const std::string& name) {
     const auto ansiName = toAnsi(name);
-    const int result =
-        ansiName ? module.smSetDefaultDriver(parent, ansiName->c_str()) : SM_CONDITION_BAD_DEST;
-    if (result == SM_CONDITION_BAD_DEST)
-        throw Failure{FailureCode::NoSource,
-                      format("There is no source \"%s\". %s", name.c_str(), namedSources(module).c_str())};
+    return ansiName ? module.smSetDefaultDriver(parent, ansiName->c_str()) : SM_CONDITION_BAD_DEST;
+}
+
+}  // namespace
+
+std::string chooseByName(const ModuleLibrary& module, HWND parent, const std::string& text) {
+    std::string name = text;
+    int result = chooseDriver(module, parent, name);
+    if (result == SM_CONDITION_BAD_DEST) {
+        name = findSource(brandSources(module).names, text);
+        result = chooseDriver(module, parent, name);
+    }
     if (result != SM_RESULT_OK)
         throw Failure{FailureCode::NoSource,
                       "The manager can't look for the source: " + conditionSentence(result)};
+    return name;
 }
 
-std::string makeDefault(const ModuleLibrary& module, HWND parent, const std::string& name) {
-    chooseByName(module, parent, name);
+std::vector<std::string> makersSources(const ModuleLibrary& module) {
+    return brandSources(module).names;
+}
+
+std::string makeDefault(const ModuleLibrary& module, HWND parent, const std::string& text) {
+    const std::string name = chooseByName(module, parent, text);
     // Opening and closing the source ends the choice just made; what opens next is the manager's own default.
     int result = SM_RESULT_OK;
     openedSource(module, parent, &result);

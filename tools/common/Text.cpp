@@ -26,6 +26,16 @@ std::string counted(int count, const char* singular) {
     return format("%d %s%s", count, singular, count == 1 ? "" : "s");
 }
 
+std::string lowered(std::string text) {
+    for (char& character : text)
+        if (character >= 'A' && character <= 'Z') character += 'a' - 'A';
+    return text;
+}
+
+bool sameWord(const std::string& one, const std::string& other) {
+    return lowered(one) == lowered(other);
+}
+
 std::string errorText(unsigned long error) {
     wchar_t buffer[256] = {};
     DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, error,

@@ -3,10 +3,13 @@
 
 #include <shellapi.h>
 
+#include <algorithm>
 #include <exception>
 
 #include "common/CapsQuery.h"
+#include "common/Display.h"
 #include "common/HostWindow.h"
+#include "common/Json.h"
 #include "common/ModuleLibrary.h"
 #include "common/OneShotPage.h"
 #include "common/OpenSource.h"
@@ -14,10 +17,12 @@
 #include "common/PageScan.h"
 #include "common/ScanPreparation.h"
 #include "common/SourceChoice.h"
+#include "common/Text.h"
 #include "common/TextEncoding.h"
 #include "smscan/CapsTable.h"
 #include "smscan/Console.h"
 #include "smscan/ConsoleListener.h"
+#include "smscan/Help.h"
 #include "smscan/Interrupt.h"
 #include "smscan/Options.h"
 
@@ -25,54 +30,100 @@ namespace smscan {
 
 namespace {
 
+// Told to those who want quiet, too.
+void noteHiddenWindow(const Options& options) {
+    if ((options.ui || options.select) && !hasDisplay())
+        note(
+            "Note: there is no display, so nobody sees the window that this waits for. With Wine: "
+            "scripts/wine.sh --prefix screen, on a desktop or with xvfb-run.");
+}
+
 // Chooses the source that opens next.
 void chooseSource(const ModuleLibrary& module, HWND parent, const Options& options) {
+    noteHiddenWindow(options);
     if (options.select) {
         chooseByDialog(module, parent);
-        note("Chosen: " + productName(module));
+        if (!options.quiet) note("Chosen: " + productName(module));
     } else if (!options.source.empty()) {
         chooseByName(module, parent, options.source);
     }
 }
 
-void showSources(const ModuleLibrary& module, HWND parent) {
+void showSources(const ModuleLibrary& module, HWND parent, bool json) {
     const SourceList list = listSources(module, parent);
-    for (const std::string& name : list.names)
-        tell(name + (name == list.defaultName ? " (default)" : ""));
+    int number = 0;
+    for (const std::string& name : list.names) {
+        const bool isDefault = name == list.defaultName;
+        ++number;
+        tell(json ? jsonLine(sourceJson(number, name, isDefault))
+                  : format("%2d  %s%s", number, name.c_str(), isDefault ? " (default)" : ""));
+    }
 }
 
-void showCaps(const ModuleLibrary& module, HWND parent, bool json, ScanListener& listener) {
+// --caps and --dry-run.
+void showCaps(const ModuleLibrary& module, HWND parent, const Options& options, ScanListener& listener) {
+    const std::vector<std::string> makers = makersSources(module);  // asked while no source is chosen
+    chooseSource(module, parent, options);
     const OpenSource source(module, parent);
-    useInches(module, listener);
-    const std::vector<CapsRow> rows = queryCaps(module);
     const std::string name = productName(module);
-    tellText(json ? capsAsJson(name, rows) : capsAsTable(name, rows));
+    const bool isTrial = options.action == Action::DryRun;
+    if (isTrial)
+        prepareScan(module, options, listener);
+    else
+        useInches(module, listener);
+    const std::vector<CapsRow> rows = queryCaps(module, std::count(makers.begin(), makers.end(), name) > 0);
+    const std::vector<CapsRow> shown = isTrial ? presentValues(rows) : rows;
+    if (options.json)
+        tell(jsonLine(capsJson(name, shown)));
+    else
+        tellText(capsAsTable(name, shown));
 }
 
-void run(const Options& options) {
-    if (options.action == Action::Help) return tellText(helpText());
-    if (options.action == Action::Version) return tell("smscan " SCANMODULE_VERSION_TEXT);
+void scan(const ModuleLibrary& module, HostWindow& window, const Options& options, PageOutput& output,
+          ScanListener& listener) {
+    output.prepare(options.oneShot ? 1 : options.pages, listener);
+    chooseSource(module, window.handle(), options);
+    if (options.oneShot)
+        scanOneShot(module, options, output, window, listener);
+    else
+        scanPages(module, options, output, window, listener);
+}
 
+void useModule(const Options& options) {
     OutputRequest request = options.output;
     request.stream = GetStdHandle(STD_OUTPUT_HANDLE);
-    PageOutput output(request, options.pages != 1 && !options.presto);
+    PageOutput output(request, options.pages != 1 && !options.oneShot);
     const ModuleLibrary module;
     HostWindow window;
     const Interrupt interrupt(window);
-    ConsoleListener listener(options.progress, request.pattern == "-");
+    ConsoleListener listener(options);
     requireManager(module);
-    if (options.action == Action::MakeDefault)
-        return tell(makeDefault(module, window.handle(), options.defaultName) + " is the default source.");
-    if (options.action == Action::Scan) output.prepare(options.presto ? 1 : options.pages, listener);
-    chooseSource(module, window.handle(), options);
     switch (options.action) {
+        case Action::MakeDefault:
+            return tell(makeDefault(module, window.handle(), options.defaultName) +
+                        " is the default source.");
         case Action::List:
-            return showSources(module, window.handle());
+            return showSources(module, window.handle(), options.json);
         case Action::Caps:
-            return showCaps(module, window.handle(), options.json, listener);
+        case Action::DryRun:
+            return showCaps(module, window.handle(), options, listener);
         default:
-            return options.presto ? scanOneShot(module, options, output, window, listener)
-                                  : scanPages(module, options, output, window, listener);
+            return scan(module, window, options, output, listener);
+    }
+}
+
+void run(const Options& options) {
+    switch (options.action) {
+        case Action::Help:
+            return tellText(helpText());
+        case Action::ManPage:
+            return tellText(manPage());
+        case Action::Completion:
+            return tellText(bashCompletion());
+        case Action::Version:
+            return tell("smscan " SCANMODULE_VERSION_TEXT);
+        default:
+            return useModule(options);
     }
 }
 
