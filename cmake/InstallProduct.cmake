@@ -2,7 +2,10 @@
 #
 # Installs a program or library into bin/: stripped, what was stripped as <file>.debug, a component of its own that
 # debuggers find beside it. A program has no resource script with a version of its own; DESCRIPTION gives it one.
+# The target "products" builds all of them.
+add_custom_target(products)
 function(install_product target)
+  add_dependencies(products ${target})
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "DESCRIPTION" "")
   if(arg_DESCRIPTION)
     set(PROGRAM ${target})

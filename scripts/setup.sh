@@ -7,21 +7,21 @@ source "$(dirname -- "${BASH_SOURCE[0]}")/lib.sh"
 
 usage() {
   cat <<'EOF'
-usage: setup.sh scan|test
+usage: setup.sh scan|test|package
 Installs what is missing for building the programs and running them ("scan"; benchmarks need no more), or for the
-tests and the checks of the sources as well ("test").
+tests and the checks of the sources as well ("test"), or for the package ("package").
 EOF
 }
 
 job=${1-}
 case $job in
-  scan | test) (($# == 1)) || { usage >&2; exit 2; } ;;
+  scan | test | package) (($# == 1)) || { usage >&2; exit 2; } ;;
   --help) usage; exit 0 ;;
   *) usage >&2; exit 2 ;;
 esac
 
-# Each row: the first job that needs it, a Debian package, and a file by which its presence is seen. The one list
-# of what is needed.
+# Each row: the jobs that need it (all need what a scan needs), a Debian package, and a file by which its presence is
+# seen. The one list of what is needed.
 readonly REQUIREMENTS=(
   'scan g++-mingw-w64-i686-win32 /usr/bin/i686-w64-mingw32-g++-win32'
   'scan binutils-mingw-w64-i686  /usr/bin/i686-w64-mingw32-windres'
@@ -32,12 +32,15 @@ readonly REQUIREMENTS=(
   'test doctest-dev              /usr/include/doctest/doctest.h'
   'test libstb-dev               /usr/include/stb/stb_image.h'
   'test clang-format-14          /usr/bin/clang-format-14'
+  'test pkgconf                  /usr/bin/pkg-config'
+  'test,package lld-14           /usr/bin/lld-link-14'
+  'package zip                   /usr/bin/zip'
 )
 
 missing=()
 for requirement in "${REQUIREMENTS[@]}"; do
   read -r needed_by package file <<<"$requirement"
-  [[ $needed_by == scan || $needed_by == "$job" ]] || continue
+  [[ $needed_by == scan || ,$needed_by, == *",$job,"* ]] || continue
   [[ -e $file ]] || missing+=("$package")
 done
 if ((${#missing[@]} == 0)); then
