@@ -18,28 +18,27 @@ foreach(line IN LISTS export_lines)
   endif()
   string(APPEND by_ordinal "    ${underscore}${CMAKE_MATCH_1}${CMAKE_MATCH_2} ${CMAKE_MATCH_3} NONAME\n")
 endforeach()
-file(CONFIGURE OUTPUT ScanModule.names.def CONTENT "${by_name}" @ONLY)
-file(CONFIGURE OUTPUT ScanModule.ordinals.def CONTENT "${by_ordinal}" @ONLY)
-set_property(TARGET ScanModule APPEND PROPERTY LINK_DEPENDS ${CMAKE_CURRENT_BINARY_DIR}/ScanModule.names.def
-                                                           ${CMAKE_CURRENT_BINARY_DIR}/ScanModule.ordinals.def)
+set(names_def ${CMAKE_CURRENT_BINARY_DIR}/ScanModule.names.def)
+set(ordinals_def ${CMAKE_CURRENT_BINARY_DIR}/ScanModule.ordinals.def)
+file(CONFIGURE OUTPUT ${names_def} CONTENT "${by_name}" @ONLY)
+file(CONFIGURE OUTPUT ${ordinals_def} CONTENT "${by_ordinal}" @ONLY)
+set_property(TARGET ScanModule APPEND PROPERTY LINK_DEPENDS ${names_def} ${ordinals_def})
 
+# dlltool makes symbols of the name it is given for the library, and of its temporary files': both without a folder.
+set(import_library $<TARGET_LINKER_FILE_NAME:ScanModule>)
 if(MSVC)
-  set(commands COMMAND ${CMAKE_AR} /nologo /machine:x86 /def:ScanModule.ordinals.def
-                       /out:$<TARGET_LINKER_FILE:ScanModule>)
+  set(commands COMMAND ${CMAKE_AR} /nologo /machine:x86 /def:${ordinals_def} /out:${import_library})
 else()
-  # dlltool calls members after its temporary files, whose names would otherwise hold the path.
-  set(commands COMMAND ${CMAKE_DLLTOOL} --kill-at --temp-prefix ScanModule -d ScanModule.names.def
-                       -l $<TARGET_LINKER_FILE:ScanModule>)
+  set(commands COMMAND ${CMAKE_DLLTOOL} --kill-at --temp-prefix ScanModule -d ${names_def} -l ${import_library})
   # Only packages need the other compiler's library (scripts/package.sh installs this linker).
   find_program(LLD_LINK NAMES lld-link-14 lld-link)
   mark_as_advanced(LLD_LINK)
   if(LLD_LINK)
-    list(APPEND commands COMMAND ${LLD_LINK} -machine:x86 -def:ScanModule.ordinals.def
-                                 -out:$<TARGET_LINKER_FILE_DIR:ScanModule>/ScanModule.lib)
+    list(APPEND commands COMMAND ${LLD_LINK} -machine:x86 -def:${ordinals_def} -out:ScanModule.lib)
   endif()
 endif()
 add_custom_command(
   TARGET ScanModule
   POST_BUILD ${commands}
-  WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}
+  WORKING_DIRECTORY $<TARGET_LINKER_FILE_DIR:ScanModule>
   VERBATIM)
