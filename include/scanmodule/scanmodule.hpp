@@ -261,7 +261,8 @@ public:
     // pages, the handler said Stop, or its exception, which comes out here. With an error the pages handed
     // over before it are whole.
     void scanPages(PageHandler onPage, std::error_code& error, const Options& options = {}) {
-        if ((error = toCode(smSetXferMech(SM_MECH_NATIVE)))) return;
+        error = toCode(smSetXferMech(SM_MECH_NATIVE));
+        if (error) return;
         onPage_ = std::move(onPage);
         error = run(options);
     }
@@ -278,7 +279,8 @@ public:
     // follows the last strip of each whole page.
     void scanStrips(StripHandler onStrip, EndHandler onEnd, std::error_code& error,
                     const Options& options = {}) {
-        if ((error = toCode(smSetXferMech(SM_MECH_MEMORY)))) return;
+        error = toCode(smSetXferMech(SM_MECH_MEMORY));
+        if (error) return;
         onStrip_ = std::move(onStrip);
         onEnd_ = std::move(onEnd);
         error = run(options);
