@@ -20,28 +20,41 @@ case $job in
   *) usage >&2; exit 2 ;;
 esac
 
-# Each row: the jobs that need it (all need what a scan needs), a Debian package, and a file by which its presence is
-# seen. The one list of what is needed.
+# Each row: the jobs that need it (all need what a scan needs), a Debian package, and what shows that it is there:
+# commands or files, one of which is enough; other distributions have other names. The one list of what is needed.
 readonly REQUIREMENTS=(
-  'scan g++-mingw-w64-i686-win32 /usr/bin/i686-w64-mingw32-g++-win32'
-  'scan binutils-mingw-w64-i686  /usr/bin/i686-w64-mingw32-windres'
-  'scan cmake                    /usr/bin/cmake'
-  'scan ninja-build              /usr/bin/ninja'
-  'scan wine                     /usr/bin/wine'
-  'scan wine32:i386              /usr/lib/wine/wine'
-  'test doctest-dev              /usr/include/doctest/doctest.h'
-  'test libstb-dev               /usr/include/stb/stb_image.h'
-  'test clang-format-14          /usr/bin/clang-format-14'
-  'test pkgconf                  /usr/bin/pkg-config'
-  'test,package lld-14           /usr/bin/lld-link-14'
-  'package zip                   /usr/bin/zip'
+  'scan g++-mingw-w64-i686-win32 i686-w64-mingw32-g++-win32|i686-w64-mingw32-g++'
+  'scan binutils-mingw-w64-i686  i686-w64-mingw32-windres'
+  'scan cmake                    cmake'
+  'scan ninja-build              ninja'
+  'scan wine                     wine'
+  'scan wine32:i386              /usr/lib/wine/wine|/usr/lib/wine/i386-windows|/usr/lib32/wine'
+  'test doctest-dev              /usr/include/doctest/doctest.h|/usr/local/include/doctest/doctest.h'
+  'test libstb-dev               /usr/include/stb/stb_image.h|/usr/local/include/stb/stb_image.h'
+  'test clang-format-14          clang-format-14'
+  'test pkgconf                  pkg-config'
+  'test,package lld-14           lld-link-14|lld-link'
+  'package zip                   zip'
 )
 
+# is_there SIGNS: whether one of the commands or files is.
+is_there() {
+  local sign signs
+  IFS='|' read -ra signs <<<"$1"
+  for sign in "${signs[@]}"; do
+    if [[ -e $sign ]] || command -v -- "$sign" >/dev/null; then return 0; fi
+  done
+  return 1
+}
+
 missing=()
+unseen=()
 for requirement in "${REQUIREMENTS[@]}"; do
-  read -r needed_by package file <<<"$requirement"
+  read -r needed_by package signs <<<"$requirement"
   [[ $needed_by == scan || ,$needed_by, == *",$job,"* ]] || continue
-  [[ -e $file ]] || missing+=("$package")
+  is_there "$signs" && continue
+  missing+=("$package")
+  unseen+=("${signs//|/ or }")
 done
 if ((${#missing[@]} == 0)); then
   exit 0
@@ -56,7 +69,9 @@ by_hand() {
   On Debian 12, as root:
     dpkg --add-architecture i386
     apt-get update
-    apt-get install -y -t bookworm --no-install-recommends ${missing[*]}"
+    apt-get install -y -t bookworm --no-install-recommends ${missing[*]}
+  Elsewhere, what your system calls these; this script goes on as soon as it finds
+$(printf '    %s\n' "${unseen[@]}")"
 }
 
 ID='' VERSION_ID='' VERSION_CODENAME='' PRETTY_NAME='an unknown system'

@@ -9,7 +9,9 @@ readonly source_dir=$1 build_dir=$2
 # A folder that breaks what isn't quoted.
 readonly work="$build_dir/package test"
 readonly package=$work/ScanModule
-readonly compiler=i686-w64-mingw32-gcc-win32 toolchain=$source_dir/cmake/mingw32.cmake
+compiler=$(command -v i686-w64-mingw32-gcc-win32 || command -v i686-w64-mingw32-gcc)
+lld_link=$(command -v lld-link-14 || command -v lld-link) || { echo 'lld-link is missing: setup.sh test'; exit 1; }
+readonly compiler lld_link toolchain=$source_dir/cmake/mingw32.cmake
 rm -rf -- "$work"
 mkdir -p -- "$work"
 cd -- "$work"
@@ -93,7 +95,7 @@ as_subproject() {
 with_microsofts_library() {
   mkdir lld
   $compiler -c -ffreestanding -I"$package/include" "$source_dir/tests/package/bare.c" -o lld/bare.obj
-  lld-link-14 lld/bare.obj "$package/lib/ScanModule.lib" -entry:start -subsystem:console -safeseh:no \
+  $lld_link lld/bare.obj "$package/lib/ScanModule.lib" -entry:start -subsystem:console -safeseh:no \
     -out:lld/bare.exe
   local rc=0
   scans lld bare.exe || rc=$?
@@ -101,7 +103,9 @@ with_microsofts_library() {
 }
 
 refuses_64_bit() {
-  ! cmake -S "$source_dir/tests/package/refused" -B refused -G Ninja -DScanModule_ROOT="$package" >cmake-log 2>&1
+  if cmake -S "$source_dir/tests/package/refused" -B refused -G Ninja -DCMAKE_PREFIX_PATH="$package" 2>cmake-log; then
+    return 1
+  fi
   tr -s ' \n' ' ' <cmake-log | grep -F 'ScanModule.dll is a 32-bit Windows library' | grep -F 'pointers of 8 bytes'
 }
 
