@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
+#include <stdexcept>
+#include <string>
 
 namespace {
 

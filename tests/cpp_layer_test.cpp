@@ -3,6 +3,9 @@
 #include <scanmodule/scanmodule.hpp>
 
 #include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
 
 namespace {
 

@@ -78,7 +78,7 @@ with_pkg_config() {
 
 # The package's own CMake project, which finds it by find_package.
 with_find_package() {
-  cmake -S "$package/examples" -B find-package -G Ninja --toolchain "$package/examples/mingw32.cmake"
+  cmake -S "$package/examples" -B find-package -G Ninja --toolchain mingw32.cmake
   ninja -C find-package
   VSCAN_PAGES=3 scans find-package pages.exe 2
   [[ -s find-package/page2.bmp && ! -e find-package/page3.bmp ]]
