@@ -115,6 +115,25 @@ TEST_CASE("pages and strips come whole, and an error ends them") {
     }
 }
 
+TEST_CASE("a DIB's rows begin behind its colours, counted or not, or behind its masks") {
+    struct Row {
+        WORD bits;
+        DWORD coloursUsed, compression;
+        size_t expected;
+    };
+    for (const Row& row : {Row{1, 0, BI_RGB, 48}, Row{8, 0, BI_RGB, 1064}, Row{8, 16, BI_RGB, 104},
+                           Row{24, 0, BI_RGB, 40}, Row{32, 0, BI_BITFIELDS, 52}}) {
+        const HGLOBAL handle = GlobalAlloc(GHND, sizeof(BITMAPINFOHEADER));
+        BITMAPINFOHEADER& head = *static_cast<BITMAPINFOHEADER*>(GlobalLock(handle));
+        head.biSize = sizeof head;
+        head.biBitCount = row.bits;
+        head.biClrUsed = row.coloursUsed;
+        head.biCompression = row.compression;
+        GlobalUnlock(handle);
+        CHECK(scan::Dib(handle).rowsOffset() == row.expected);
+    }
+}
+
 TEST_CASE("after a scan the next one can begin, and after a session the next one") {
     const ScannerSettings settings("Pages=2");
     for (int session = 0; session < 2; ++session) {
