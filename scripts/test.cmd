@@ -7,8 +7,7 @@ cd /d "%~dp0\.."
 
 if not defined VCPKG_ROOT set "VCPKG_ROOT=%VCPKG_INSTALLATION_ROOT%"
 if not exist "%VCPKG_ROOT%\vcpkg.exe" (
-  echo test.cmd: there is no vcpkg. Start this from a "Developer Command Prompt for VS 2022" with the component 1>&2
-  echo "vcpkg package manager" installed, or set VCPKG_ROOT to the folder of your own. 1>&2
+  echo test.cmd: there is no vcpkg. Set VCPKG_ROOT to the folder of your clone of it. 1>&2
   exit /b 1
 )
 "%VCPKG_ROOT%\vcpkg.exe" install --triplet x86-windows --x-manifest-root=tests --x-install-root=build\vcpkg || exit /b 1
