@@ -1,0 +1,28 @@
+# install_product(<target> [DESCRIPTION <text>])
+#
+# Installs a program or library into bin/: stripped, what was stripped as <file>.debug, a component of its own that
+# debuggers find beside it. A program has no resource script with a version of its own; DESCRIPTION gives it one.
+# The target "products" builds all of them.
+add_custom_target(products)
+function(install_product target)
+  add_dependencies(products ${target})
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "DESCRIPTION" "")
+  if(arg_DESCRIPTION)
+    set(PROGRAM ${target})
+    set(DESCRIPTION ${arg_DESCRIPTION})
+    configure_file(${PROJECT_SOURCE_DIR}/cmake/ProgramVersion.rc.in ${CMAKE_CURRENT_BINARY_DIR}/${target}.rc @ONLY)
+    target_sources(${target} PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/${target}.rc)
+  endif()
+  if(MSVC)
+    install(FILES $<TARGET_FILE:${target}> DESTINATION bin COMPONENT product)
+    install(FILES $<TARGET_PDB_FILE:${target}> DESTINATION bin COMPONENT debug OPTIONAL)
+    return()
+  endif()
+  foreach(component product debug)
+    install(CODE "set(file \"$<TARGET_FILE:${target}>\")
+  set(part ${component})
+  set(objcopy \"${CMAKE_OBJCOPY}\")
+  set(folder \"${PROJECT_BINARY_DIR}/stripped\")
+  include(\"${PROJECT_SOURCE_DIR}/cmake/InstallStripped.cmake\")" COMPONENT ${component})
+  endforeach()
+endfunction()
