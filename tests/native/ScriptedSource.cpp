@@ -75,7 +75,7 @@ TW_UINT16 putStrip(TW_IMAGEMEMXFER& strip, uint8_t how) {
     if (how >= lies) {
         using PackedNumber __attribute__((aligned(2))) = TW_UINT32;
         PackedNumber* const fields[] = {&strip.BytesPerRow, &strip.Columns, &strip.Rows,
-                                     &strip.XOffset,     &strip.YOffset, &strip.BytesWritten};
+                                        &strip.XOffset,     &strip.YOffset, &strip.BytesWritten};
         const uint8_t which = script.byte();
         for (int i = 0; i < 6; ++i)
             if (which & 1 << i) *fields[i] = script.number();

@@ -1,5 +1,6 @@
 // Behind windows.h: global memory, each block on the heap by itself, so that the address sanitizer sees its
 // borders; files in memory; texts; and surroundings as the world has them.
+#include <unistd.h>
 #include <windows.h>
 
 #include <algorithm>
@@ -295,6 +296,34 @@ HMODULE LoadLibraryA(const char* path) {
 
 FARPROC GetProcAddress(HMODULE, const char*) {
     return has(NoEntry) ? nullptr : world.entry;
+}
+
+HANDLE CreateFileA(const char* path, DWORD, DWORD, void*, DWORD, DWORD, HANDLE) {
+    std::FILE* file = std::fopen(path, "w+b");
+    return file != nullptr ? file : INVALID_HANDLE_VALUE;
+}
+
+BOOL ReadFile(HANDLE file, void* bytes, DWORD size, DWORD* done, void*) {
+    *done = std::fread(bytes, 1, size, static_cast<std::FILE*>(file));
+    return TRUE;
+}
+
+BOOL WriteFile(HANDLE file, const void* bytes, DWORD size, DWORD* done, void*) {
+    *done = std::fwrite(bytes, 1, size, static_cast<std::FILE*>(file));
+    return TRUE;
+}
+
+BOOL SetFilePointerEx(HANDLE file, LARGE_INTEGER distance, LARGE_INTEGER*, DWORD) {
+    return fseeko64(static_cast<std::FILE*>(file), distance.QuadPart, SEEK_SET) == 0;
+}
+
+BOOL SetEndOfFile(HANDLE handle) {
+    auto* file = static_cast<std::FILE*>(handle);
+    return std::fflush(file) == 0 && ftruncate64(fileno(file), ftello64(file)) == 0;
+}
+
+BOOL CloseHandle(HANDLE handle) {
+    return handle == INVALID_HANDLE_VALUE || std::fclose(static_cast<std::FILE*>(handle)) == 0;
 }
 
 void* MapViewOfFile(HANDLE, DWORD, DWORD, DWORD, SIZE_T) {

@@ -147,12 +147,29 @@ inline BOOL FreeLibrary(HMODULE) {
     return TRUE;
 }
 inline HANDLE OpenFileMappingA(DWORD, BOOL, const char*) {
-    return INVALID_HANDLE_VALUE;
+    return INVALID_HANDLE_VALUE;  // as good as any but null
 }
 void* MapViewOfFile(HANDLE mapping, DWORD access, DWORD high, DWORD low, SIZE_T size);
 BOOL UnmapViewOfFile(const void* view);
-inline BOOL CloseHandle(HANDLE) {
-    return TRUE;
+// Files by handle are the C library's.
+union LARGE_INTEGER {
+    long long QuadPart;
+};
+enum { GENERIC_READ = 1, GENERIC_WRITE = 2, CREATE_ALWAYS = 2, FILE_ATTRIBUTE_NORMAL = 0x80 };
+HANDLE CreateFileA(const char* path, DWORD access, DWORD share, void* security, DWORD how, DWORD flags,
+                   HANDLE model);
+BOOL ReadFile(HANDLE file, void* bytes, DWORD size, DWORD* done, void* overlapped);
+BOOL WriteFile(HANDLE file, const void* bytes, DWORD size, DWORD* done, void* overlapped);
+BOOL SetFilePointerEx(HANDLE file, LARGE_INTEGER distance, LARGE_INTEGER* now, DWORD from);
+BOOL SetEndOfFile(HANDLE file);
+BOOL CloseHandle(HANDLE handle);
+inline void SetLastError(DWORD) {}
+inline DWORD GetLastError() {
+    return ERROR_DISK_FULL;
+}
+enum { FORMAT_MESSAGE_FROM_SYSTEM = 0x1000, FORMAT_MESSAGE_IGNORE_INSERTS = 0x200 };
+inline DWORD FormatMessageA(DWORD, const void*, DWORD, DWORD, char*, DWORD, va_list*) {
+    return 0;
 }
 inline void Sleep(DWORD) {}
 inline char* GetEnvironmentStringsA() {
