@@ -17,7 +17,7 @@ public:
     // Small ones, such as programs stumble over, or any.
     uint32_t number() {
         constexpr uint32_t awkward[] = {0xFFFFFFFF, 0xFFFFFFFE, 0x80000000, 0x7FFFFFFF, 0x10000, 0xFFFF,
-                                        0x8000,     0x7FFF,     0x100,      0x1FF,      0x1000,  0x20000000,
+                                        0x8000,     0x7FFF,     0x100,      0x101,      0x1000,  0x20000000,
                                         0x40000001, 0xAAAAAAAB, 4096,       65535 * 3};
         const uint8_t first = byte();
         if (first < 0xC0) return first;

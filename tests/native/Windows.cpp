@@ -20,7 +20,7 @@ struct Block {
     size_t size;
     bool isForeign;
 };
-constexpr size_t mostMemory = 1 << 22, littleMemory = 1 << 17, diskSize = 1 << 20;
+constexpr size_t mostMemory = 1 << 20, littleMemory = 1 << 17, diskSize = 1 << 20;
 std::vector<Block> blocks;
 
 struct OpenedFile {

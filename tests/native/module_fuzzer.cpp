@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "ScriptedSource.h"
@@ -87,10 +88,10 @@ void readBlock() {
     int width, length;
     // As a careful host does, who can't know that the source will say something else the next time.
     smGetImageDim(&width, &length);
-    source.keepsImage = true;
+    const bool keeps = std::exchange(source.keepsImage, true);
     // The room that the header asks for; a width that nobody knows has none to ask for.
     smReadBlock(hostsBuffer(size + (source.widthUnknown ? 1 << 22 : source.widestRow)), size, &count);
-    source.keepsImage = false;
+    source.keepsImage = keeps;
 }
 
 void prestoScan(bool plain) {
@@ -230,6 +231,14 @@ void readStrip(const TXferStripInfo& strip) {
         fail("no strip");
 }
 
+// To the brim, without an end, and full of what the module takes for directives.
+void putFileName(char* name) {
+    const uint8_t how = world.script.byte();
+    std::strcpy(name, "page.bmp");
+    for (int i = 0; how != 0 && i < SM_FILE_NAME_SIZE; ++i)
+        name[i] = static_cast<char>(i % 2 == 0 ? '%' : how);
+}
+
 void prepareTransfer(TXferImageInfo& image) {
     Script& script = world.script;
     const uint8_t how = script.byte();
@@ -238,7 +247,7 @@ void prepareTransfer(TXferImageInfo& image) {
         hostsDib = nullptr;
         if (how & 1) image.Target.Dib = &hostsDib;
     } else if (image.XferMech == SM_MECH_FILE) {
-        script.fill(image.Target.FileName, how);
+        putFileName(image.Target.FileName);
     } else if (how & 1) {
         const unsigned size = script.number() & 0xFFFF;
         *image.Target.Buffer = {size, hostsBuffer(size)};
@@ -252,8 +261,7 @@ void handle(UINT message, WPARAM, LPARAM record) {
     Script& script = world.script;
     if (message == start) prepareTransfer(*reinterpret_cast<TXferImageInfo*>(record));
     if (message == data) readStrip(*reinterpret_cast<TXferStripInfo*>(record));
-    if (message == name)
-        std::memset(reinterpret_cast<char*>(record), 'f', script.isOver() ? 9 : SM_FILE_NAME_SIZE);
+    if (message == name) putFileName(reinterpret_cast<char*>(record));
     const uint8_t how = script.byte();
     if (how >= 0xC0) callFromInside();
     if (how == 0xBF) world.windowIsGone = true;

@@ -99,7 +99,7 @@ void operate(vscan::VirtualScanner& scanner) {
     TW_CAPABILITY cap = {capabilities[script.byte() % std::size(capabilities)], TWON_DONTCARE16, nullptr};
     script.fill(record.get(), std::min<size_t>(operation.size, message == MSG_SET ? 40 : 0));
     if (operation.argumentType == DAT_CAPABILITY) {
-        if (message == MSG_SET) putContainer(cap, 1);
+        if (message == MSG_SET) putContainer(cap, script.byte() % 16);
         std::memcpy(record.get(), &cap, sizeof cap);
     } else if (operation.argumentType == DAT_IMAGEMEMXFER) {
         const uint32_t size = script.number() & 0x3FFF;
