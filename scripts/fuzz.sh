@@ -12,24 +12,23 @@ readonly LIMITS=(-max_len=2048 -len_control=0 -timeout=20 -rss_limit_mb=1024)
 
 usage() {
   cat <<EOF
-usage: fuzz.sh [--seconds N] [--seed N] [--if-possible] [--keep] [target...]
+usage: fuzz.sh [--seconds N] [--seed N] [--if-possible] [target...]
 Targets: ${TARGETS[*]} (default: all). Each runs on the inputs in tests/native/corpus, then for N seconds
 (default 4) on new ones.
   --seed N        which new ones (default 1; 0 takes others each time)
   --if-possible   where the compiler or its 32-bit libraries are missing: say so and succeed
-  --keep          replace the kept inputs by as few as reach what they and the new ones reach
-An input that fails is kept in build/native/found; give it to build/native/TARGET to see it again.
+An input that fails stays in build/native/found (build/native/TARGET FILE runs it again), one that reaches new code
+in build/native/new/TARGET.
 EOF
 }
 
-seconds=4 seed=1 if_possible=false keep=false
+seconds=4 seed=1 if_possible=false
 chosen=()
 while (($# > 0)); do
   case $1 in
     --seconds) need_value "$@"; seconds=$2; shift ;;
     --seed) need_value "$@"; seed=$2; shift ;;
     --if-possible) if_possible=true ;;
-    --keep) keep=true ;;
     --help) usage; exit 0 ;;
     *) [[ " ${TARGETS[*]} " == *" $1 "* ]] || { usage >&2; exit 2; }; chosen+=("$1") ;;
   esac
@@ -54,8 +53,10 @@ can_build() {
   return 1
 }
 
-if ! can_build; then
-  needed="It needs clang-14, lib32stdc++-12-dev and libc6-dev-i386; setup.sh test tries to install them."
+# Tried once: where the packages can't be had, every later run would wait for apt in vain.
+tried=$build_dir/setup-tried
+if ! can_build && { [[ -e $tried ]] || ! : >"$tried" || ! "$REPO/scripts/setup.sh" fuzz || ! can_build; }; then
+  needed="What it needs: setup.sh fuzz, which is tried once by itself."
   $if_possible || fail "the native build is not possible. $needed"
   say "LEFT OUT: the native run under sanitizers. $needed"
   exit 0
@@ -81,14 +82,5 @@ for target in "${chosen[@]}"; do
     run_step "$target: new inputs for $seconds seconds ..." "$log" "$build_dir/$target" "${LIMITS[@]}" \
       -seed="$seed" -max_total_time="$seconds" -artifact_prefix="$build_dir/found/" "$new" "$kept"
     say "  $(sed -nE 's/^Done ([0-9]+) runs.*/\1 inputs/p' "$log")"
-  fi
-  if $keep; then
-    fresh=$build_dir/kept
-    rm -rf -- "$fresh"
-    mkdir -p -- "$fresh"
-    run_step "$target: choosing what to keep ..." "$log" \
-      "$build_dir/$target" -set_cover_merge=1 -use_counters=0 "$fresh" "$kept" "$new"
-    rm -rf -- "$kept"
-    mv -- "$fresh" "$kept"
   fi
 done

@@ -7,15 +7,15 @@ source "$(dirname -- "${BASH_SOURCE[0]}")/lib.sh"
 
 usage() {
   cat <<'EOF'
-usage: setup.sh scan|test
-Installs what is missing for building the programs and running them ("scan"; benchmarks need no more), or for the
-tests and the checks of the sources as well ("test").
+usage: setup.sh scan|test|fuzz
+Installs what is missing for building the programs and running them ("scan"; benchmarks need no more), for the
+tests and the checks of the sources as well ("test"), or for the native build with sanitizers alone ("fuzz").
 EOF
 }
 
 job=${1-}
 case $job in
-  scan | test) (($# == 1)) || { usage >&2; exit 2; } ;;
+  scan | test | fuzz) (($# == 1)) || { usage >&2; exit 2; } ;;
   --help) usage; exit 0 ;;
   *) usage >&2; exit 2 ;;
 esac
@@ -32,12 +32,19 @@ readonly REQUIREMENTS=(
   'test doctest-dev              /usr/include/doctest/doctest.h'
   'test libstb-dev               /usr/include/stb/stb_image.h'
   'test clang-format-14          /usr/bin/clang-format-14'
+  # Not gcc-multilib: it can't be installed beside other cross compilers.
+  'fuzz clang-14                 /usr/bin/clang++-14'
+  'fuzz libclang-rt-14-dev       /usr/lib/llvm-14/lib/clang/14.0.6/lib/linux/libclang_rt.fuzzer-i386.a'
+  'fuzz libc6-dev-i386           /usr/lib32/crt1.o'
+  'fuzz lib32stdc++-12-dev       /usr/lib/gcc/x86_64-linux-gnu/12/32/libstdc++.a'
+  'fuzz cmake                    /usr/bin/cmake'
+  'fuzz ninja-build              /usr/bin/ninja'
 )
 
 missing=()
 for requirement in "${REQUIREMENTS[@]}"; do
   read -r needed_by package file <<<"$requirement"
-  [[ $needed_by == scan || $needed_by == "$job" ]] || continue
+  [[ $needed_by == "$job" || ($needed_by == scan && $job == test) ]] || continue
   [[ -e $file ]] || missing+=("$package")
 done
 if ((${#missing[@]} == 0)); then

@@ -29,14 +29,16 @@ void putIdentity(TW_IDENTITY& identity, bool plain) {
         if (script.byte() & 1) std::memset(text, script.byte(), sizeof *text);
 }
 
-void putImage(TW_IMAGEINFO& info, bool plain) {
+void putImage(TW_IMAGEINFO& info, uint8_t how) {
     Script& script = world.script;
     if (source.keepsImage) {
         info = source.image;
         return;
     }
     info = {{100, 0}, {100, 0}, 17, 9, 3, {8, 8, 8}, 24, 0, 2, 0};
-    if (!plain) {
+    if (how & 1) info.Planar = TRUE;
+    if (how & 2) info.SamplesPerPixel = 1, info.BitsPerPixel = 8, info.PixelType = how & 1 ? 3 : 1;
+    if (how >= lies) {
         constexpr TW_INT16 depths[] = {1, 4, 8, 16, 24, 48};
         const uint8_t kind = script.byte();
         info.XResolution = info.YResolution = fix32();
@@ -142,7 +144,7 @@ TW_UINT16 answer(TW_UINT16 argumentType, TW_UINT16 message, TW_MEMREF data, uint
                 fail("a file name was not terminated");
             return TWRC_SUCCESS;
         case DAT_IMAGEINFO:
-            putImage(*static_cast<TW_IMAGEINFO*>(data), plain);
+            putImage(*static_cast<TW_IMAGEINFO*>(data), how);
             return TWRC_SUCCESS;
         case DAT_IMAGEMEMXFER:
             return putStrip(*static_cast<TW_IMAGEMEMXFER*>(data), how);
@@ -157,7 +159,7 @@ TW_UINT16 answer(TW_UINT16 argumentType, TW_UINT16 message, TW_MEMREF data, uint
         case DAT_PALETTE8: {
             auto& palette = *static_cast<TW_PALETTE8*>(data);
             script.fill(palette.Colors, sizeof palette.Colors / 64);
-            palette.NumColors = static_cast<TW_UINT16>(plain ? 256 : script.number());
+            palette.NumColors = static_cast<TW_UINT16>(plain ? 256 + (how & 1) : script.number());
             return TWRC_SUCCESS;
         }
     }
