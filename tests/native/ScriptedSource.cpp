@@ -116,9 +116,7 @@ TW_UINT16 answer(TW_UINT16 argumentType, TW_UINT16 message, TW_MEMREF data, uint
         case DAT_CAPABILITY: {
             auto& cap = *static_cast<TW_CAPABILITY*>(data);
             if (message == MSG_SET) {
-                if (const auto* bytes = static_cast<const uint8_t*>(GlobalLock(cap.hContainer)))
-                    if (std::count(bytes, bytes + GlobalSize(cap.hContainer), 0xEE) != 0)
-                        return TWRC_CHECKSTATUS;
+                checkBytes(GlobalLock(cap.hContainer), GlobalSize(cap.hContainer));
                 return TWRC_SUCCESS;
             }
             putContainer(cap, cap.Cap == ICAP_XFERMECH ? source.mechanism : 2);
@@ -143,19 +141,15 @@ TW_UINT16 answer(TW_UINT16 argumentType, TW_UINT16 message, TW_MEMREF data, uint
             if (message == MSG_SET && std::strlen(static_cast<TW_SETUPFILEXFER*>(data)->FileName) > 255)
                 fail("a file name was not terminated");
             return TWRC_SUCCESS;
-        case DAT_IMAGEINFO:
-            putImage(*static_cast<TW_IMAGEINFO*>(data), how);
-            return TWRC_SUCCESS;
-        case DAT_IMAGEMEMXFER:
-            return putStrip(*static_cast<TW_IMAGEMEMXFER*>(data), how);
+        case DAT_IMAGEINFO: putImage(*static_cast<TW_IMAGEINFO*>(data), how); return TWRC_SUCCESS;
+        case DAT_IMAGEMEMXFER: return putStrip(*static_cast<TW_IMAGEMEMXFER*>(data), how);
         case DAT_IMAGENATIVEXFER: {
             const HGLOBAL dib = how == lies ? nullptr : makeDib(plain);
             handOver(dib);
             std::memcpy(data, &dib, sizeof dib);
             return TWRC_XFERDONE;
         }
-        case DAT_IMAGEFILEXFER:
-            return TWRC_XFERDONE;
+        case DAT_IMAGEFILEXFER: return TWRC_XFERDONE;
         case DAT_PALETTE8: {
             auto& palette = *static_cast<TW_PALETTE8*>(data);
             script.fill(palette.Colors, sizeof palette.Colors / 64);

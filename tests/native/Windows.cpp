@@ -1,5 +1,6 @@
 // Behind windows.h: global memory, each block on the heap by itself, so that the address sanitizer sees its
 // borders; files in memory; texts; and surroundings as the world has them.
+#include <sanitizer/asan_interface.h>
 #include <unistd.h>
 #include <windows.h>
 
@@ -30,9 +31,7 @@ struct OpenedFile {
 std::map<std::string, std::string> files;
 std::vector<OpenedFile> openedFiles;
 
-bool has(Oddity oddity) {
-    return (world.oddities & oddity) != 0;
-}
+bool has(Oddity oddity) { return (world.oddities & oddity) != 0; }
 
 // Null for a handle that never was one, which Windows sees; whoever uses one that is freed makes a mistake.
 Block* find(HGLOBAL handle) {
@@ -57,6 +56,11 @@ DWORD copyText(char* target, const char* text, DWORD size) {
 void fail(const char* what) {
     std::fprintf(stderr, "ERROR: %s\n", what);
     std::abort();
+}
+
+void checkBytes(const void* bytes, size_t size) {
+    if (size != 0 && __asan_region_is_poisoned(const_cast<void*>(bytes), size))
+        fail("bytes that can't be had");
 }
 
 HGLOBAL GlobalAlloc(UINT flags, SIZE_T size) {
@@ -91,9 +95,7 @@ void* GlobalLock(HGLOBAL handle) {
     return block != nullptr && block->size != 0 ? block->bytes : nullptr;
 }
 
-BOOL GlobalUnlock(HGLOBAL handle) {
-    return find(handle) != nullptr;
-}
+BOOL GlobalUnlock(HGLOBAL handle) { return find(handle) != nullptr; }
 
 SIZE_T GlobalSize(HGLOBAL handle) {
     Block* block = find(handle);
@@ -147,8 +149,7 @@ int wvsprintfA(char* target, const char* format, va_list arguments) {
             --format;
         };
         takeWhile("-+ #0123456789.");
-        while (*++format != '\0' && std::strchr("hlwI", *format) != nullptr) {
-        }
+        while (*++format != '\0' && std::strchr("hlwI", *format) != nullptr) {}
         if (*format == '\0') break;
         char piece[2048] = {*format};
         if (std::strchr("cCdiuxXp", *format) != nullptr) {
@@ -223,9 +224,7 @@ HFILE _lclose(HFILE file) {
     return 0;
 }
 
-BOOL DeleteFileA(const char* path) {
-    return files.erase(path) != 0;
-}
+BOOL DeleteFileA(const char* path) { return files.erase(path) != 0; }
 
 BOOL GetDiskFreeSpaceA(const char* root, DWORD* perCluster, DWORD* perSector, DWORD* freeOnes, DWORD* all) {
     *perCluster = 1, *perSector = 512, *freeOnes = diskSize / 512, *all = 2 * *freeOnes;
@@ -294,9 +293,7 @@ HMODULE LoadLibraryA(const char* path) {
     return std::strlen(path) != 0 ? reinterpret_cast<HMODULE>(0x10000) : nullptr;
 }
 
-FARPROC GetProcAddress(HMODULE, const char*) {
-    return has(NoEntry) ? nullptr : world.entry;
-}
+FARPROC GetProcAddress(HMODULE, const char*) { return has(NoEntry) ? nullptr : world.entry; }
 
 HANDLE CreateFileA(const char* path, DWORD, DWORD, void*, DWORD, DWORD, HANDLE) {
     std::FILE* file = std::fopen(path, "w+b");
@@ -326,9 +323,7 @@ BOOL CloseHandle(HANDLE handle) {
     return handle == INVALID_HANDLE_VALUE || std::fclose(static_cast<std::FILE*>(handle)) == 0;
 }
 
-void* MapViewOfFile(HANDLE, DWORD, DWORD, DWORD, SIZE_T) {
-    return std::malloc(1024);
-}
+void* MapViewOfFile(HANDLE, DWORD, DWORD, DWORD, SIZE_T) { return std::malloc(1024); }
 
 BOOL UnmapViewOfFile(const void* view) {
     std::free(const_cast<void*>(view));
@@ -356,14 +351,6 @@ int MessageBoxA(HWND, const char* text, const char* title, UINT) {
     return std::strlen(text) != 0 && title != nullptr && std::strlen(title) != 0 ? IDOK : IDCANCEL;
 }
 
-HWND FindWindowA(const char*, const char*) {
-    return has(HasViewer) ? GetDesktopWindow() : nullptr;
-}
-
-HWND GetDesktopWindow() {
-    return reinterpret_cast<HWND>(0x20000);
-}
-
-BOOL IsWindow(HWND) {
-    return !world.windowIsGone;
-}
+HWND FindWindowA(const char*, const char*) { return has(HasViewer) ? GetDesktopWindow() : nullptr; }
+HWND GetDesktopWindow() { return reinterpret_cast<HWND>(0x20000); }
+BOOL IsWindow(HWND) { return !world.windowIsGone; }

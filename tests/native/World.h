@@ -29,6 +29,9 @@ extern World world;
 // Ends the process with a text, as a sanitizer does.
 [[noreturn]] void fail(const char* what);
 
+// Fails when not all of these bytes may be touched.
+void checkBytes(const void* bytes, size_t size);
+
 // A block of somebody else's: nobody under test has to free it until it is handed over.
 HGLOBAL foreignBlock(const void* bytes, size_t size);
 void handOver(HGLOBAL handle);

@@ -63,9 +63,7 @@ template <class Function, size_t count>
 Function pick(Function const (&functions)[count]) {
     return functions[world.script.byte() % count];
 }
-short someShort() {
-    return static_cast<short>(world.script.number());
-}
+short someShort() { return static_cast<short>(world.script.number()); }
 double someReal() {
     double value;
     if (world.script.byte() & 1) return static_cast<int>(world.script.number()) / 7.0;
@@ -132,73 +130,30 @@ void callModule() {
     SmScanAbility ability = {};
     Script& script = world.script;
     switch (script.byte() % 28) {
-        case 0:
-            return deliver();
-        case 1:
-            return readBlock();
-        case 2:
-            smOpenDS(GetDesktopWindow(), script.text(script.byte() & 0x3F).c_str());
-            return;
-        case 3:
-            smEnableDS(script.byte() & 1, script.byte() & 1);
-            return;
-        case 4:
-            smCancelThisXfer();
-            return;
-        case 5:
-            return prestoScan(script.byte() & 1);
-        case 6:
-            return negotiate();
-        case 7:
-            smSelectDS(nullptr);
-            return;
-        case 8:
-            smGetAllDS("list.ini");
-            return;
-        case 9:
-            smSetDefaultDriver(GetDesktopWindow(), script.text(script.byte() & 0x3F).c_str());
-            return;
-        case 10:
-            smSetImageLayout({someReal(), someReal(), someReal(), someReal()}, script.byte());
-            return;
-        case 11:
-            smIsThisDPIAvailable(script.number(), script.number());
-            return;
-        case 12:
-            smGetMaxArea(reals, reals + 1);
-            return;
-        case 13:
-            smGetDSPalette(&palette);
-            return;
-        case 14:
-            smGetScanCap(&ability);
-            return;
-        case 15:
-            smGetImageDim(sides, sides + 1);
-            return;
-        case 16:
-            smGetMemXferSize(sizes, sizes + 1, sizes + 2);
-            return;
-        case 17:
-            smGetXferCount(&tone);
-            return;
-        case 18:
-            return disableWindows();
-        case 19:
-            pick(intSetters)(static_cast<int>(script.number()));
-            return;
-        case 20:
-            pick(numberSetters)(static_cast<Number>(script.number()));
-            return;
-        case 21:
-            pick(numberGetters)(numbers);
-            return;
-        case 22:
-            pick(toneGetters)(&tone, someShort(), someShort());
-            return;
-        case 23:
-            pick(toneSetters)(someShort(), someShort(), someShort());
-            return;
+        case 0: return deliver();
+        case 1: return readBlock();
+        case 2: smOpenDS(GetDesktopWindow(), script.text(script.byte() & 0x3F).c_str()); return;
+        case 3: smEnableDS(script.byte() & 1, script.byte() & 1); return;
+        case 4: smCancelThisXfer(); return;
+        case 5: return prestoScan(script.byte() & 1);
+        case 6: return negotiate();
+        case 7: smSelectDS(nullptr); return;
+        case 8: smGetAllDS("list.ini"); return;
+        case 9: smSetDefaultDriver(GetDesktopWindow(), script.text(script.byte() & 0x3F).c_str()); return;
+        case 10: smSetImageLayout({someReal(), someReal(), someReal(), someReal()}, script.byte()); return;
+        case 11: smIsThisDPIAvailable(script.number(), script.number()); return;
+        case 12: smGetMaxArea(reals, reals + 1); return;
+        case 13: smGetDSPalette(&palette); return;
+        case 14: smGetScanCap(&ability); return;
+        case 15: smGetImageDim(sides, sides + 1); return;
+        case 16: smGetMemXferSize(sizes, sizes + 1, sizes + 2); return;
+        case 17: smGetXferCount(&tone); return;
+        case 18: return disableWindows();
+        case 19: pick(intSetters)(static_cast<int>(script.number())); return;
+        case 20: pick(numberSetters)(static_cast<Number>(script.number())); return;
+        case 21: pick(numberGetters)(numbers); return;
+        case 22: pick(toneGetters)(&tone, someShort(), someShort()); return;
+        case 23: pick(toneSetters)(someShort(), someShort(), someShort()); return;
         case 24:
             pick(realSetters)(someReal());
             pick(realGetters)(reals);
@@ -211,9 +166,7 @@ void callModule() {
             pick(blockCalls)(block);
             pick(nameGetters)(name);
             return;
-        case 27:
-            pick(plainCalls)();
-            return;
+        case 27: pick(plainCalls)(); return;
     }
 }
 
@@ -222,13 +175,6 @@ void callFromInside() {
     ++depth;
     callModule();
     --depth;
-}
-
-// Reads everything that the handlers are promised.
-void readStrip(const TXferStripInfo& strip) {
-    const auto* bytes = static_cast<const uint8_t*>(strip.Buffer->BufferPointer);
-    if (std::count(bytes, bytes + std::min(strip.BytesWritten, strip.Buffer->BufferSize), 0xA5) < 0)
-        fail("no strip");
 }
 
 // To the brim, without an end, and full of what the module takes for directives.
@@ -260,7 +206,10 @@ void handle(UINT message, WPARAM, LPARAM record) {
     static const UINT name = RegisterWindowMessageA(SM_MESSAGE_SCANTOFILEGETNAME);
     Script& script = world.script;
     if (message == start) prepareTransfer(*reinterpret_cast<TXferImageInfo*>(record));
-    if (message == data) readStrip(*reinterpret_cast<TXferStripInfo*>(record));
+    if (message == data) {
+        const auto& strip = *reinterpret_cast<TXferStripInfo*>(record);
+        checkBytes(strip.Buffer->BufferPointer, std::min(strip.BytesWritten, strip.Buffer->BufferSize));
+    }
     if (message == name) putFileName(reinterpret_cast<char*>(record));
     const uint8_t how = script.byte();
     if (how >= 0xC0) callFromInside();

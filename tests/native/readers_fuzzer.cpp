@@ -52,8 +52,7 @@ void readPage(Script& script) {
     writePage(script);
     try {
         host::readBmpFacts(pageFile);
-    } catch (const host::Failure&) {
-    }
+    } catch (const host::Failure&) {}
     try {
         const vscan::BmpPage page(pageFile);
         const vscan::Grid grid = {script.byte(), 0, script.byte() - 128, 0, 1.0 * script.byte() + 1, 100, 1};
@@ -61,8 +60,7 @@ void readPage(Script& script) {
         const std::unique_ptr<vscan::Color[]> row(new vscan::Color[grid.width]);
         for (int y = 0; y < 8; ++y)
             painter->paint(y * (1 + script.byte()), row.get());
-    } catch (const std::runtime_error&) {
-    }
+    } catch (const std::runtime_error&) {}
 }
 
 void writeDib(Script& script) {
@@ -115,21 +113,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     Script& script = world.script;
     try {
         switch (script.byte() % 4) {
-            case 0:
-                readPage(script);
-                break;
-            case 1:
-                writeDib(script);
-                break;
-            case 2:
-                writeStrips(script);
-                break;
-            case 3:
-                readContainer();
-                break;
+            case 0: readPage(script); break;
+            case 1: writeDib(script); break;
+            case 2: writeStrips(script); break;
+            case 3: readContainer(); break;
         }
-    } catch (const host::Failure&) {
-    }
+    } catch (const host::Failure&) {}
     endWorld();
     return 0;
 }

@@ -23,9 +23,7 @@ SourceWindow::SourceWindow(HWND, const std::string&, std::function<void()> scan,
     : scan_(std::move(scan)), cancel_(std::move(cancel)) {
     shown = this;
 }
-SourceWindow::~SourceWindow() {
-    shown = nullptr;
-}
+SourceWindow::~SourceWindow() { shown = nullptr; }
 void SourceWindow::setBusy(bool, const std::string&) {}
 bool SourceWindow::takes(MSG& message) const {
     const std::function<void()> handler = message.message & 1 ? scan_ : cancel_;

@@ -90,34 +90,20 @@ HGLOBAL GlobalFree(HGLOBAL handle);
 void* GlobalLock(HGLOBAL handle);
 BOOL GlobalUnlock(HGLOBAL handle);
 SIZE_T GlobalSize(HGLOBAL handle);
-inline BOOL IsBadReadPtr(const void* data, SIZE_T) {
-    return data == nullptr;
-}
-inline BOOL IsBadWritePtr(void* data, SIZE_T) {
-    return data == nullptr;
-}
+inline BOOL IsBadReadPtr(const void* data, SIZE_T) { return data == nullptr; }
+inline BOOL IsBadWritePtr(void* data, SIZE_T) { return data == nullptr; }
 
-inline int lstrlenA(const char* text) {
-    return static_cast<int>(std::strlen(text));
-}
-inline char* lstrcpyA(char* target, const char* source) {
-    return std::strcpy(target, source);
-}
-inline char* lstrcatA(char* target, const char* source) {
-    return std::strcat(target, source);
-}
-inline int lstrcmpiA(const char* a, const char* b) {
-    return strcasecmp(a, b);
-}
+inline int lstrlenA(const char* text) { return static_cast<int>(std::strlen(text)); }
+inline char* lstrcpyA(char* target, const char* source) { return std::strcpy(target, source); }
+inline char* lstrcatA(char* target, const char* source) { return std::strcat(target, source); }
+inline int lstrcmpiA(const char* a, const char* b) { return strcasecmp(a, b); }
 char* lstrcpynA(char* target, const char* source, int size);
 int wsprintfA(char* target, const char* format, ...);
 int wvsprintfA(char* target, const char* format, va_list arguments);
 int LoadStringA(HINSTANCE instance, UINT id, char* target, int size);
 
 HFILE _lcreat(const char* path, int attributes);
-inline HFILE OpenFile(const char*, OFSTRUCT*, UINT) {
-    return HFILE_ERROR;
-}
+inline HFILE OpenFile(const char*, OFSTRUCT*, UINT) { return HFILE_ERROR; }
 UINT _lread(HFILE file, void* target, UINT size);
 UINT _lwrite(HFILE file, const char* bytes, UINT size);
 LONG _llseek(HFILE file, LONG distance, int origin);
@@ -137,15 +123,11 @@ BOOL WritePrivateProfileStringA(const char* section, const char* key, const char
 BOOL WriteProfileStringA(const char* section, const char* key, const char* value);
 LSTATUS RegOpenKeyExA(HKEY parent, const char* name, DWORD options, REGSAM access, HKEY* key);
 LSTATUS RegQueryValueExA(HKEY key, const char* name, DWORD* reserved, DWORD* type, BYTE* data, DWORD* size);
-inline LSTATUS RegCloseKey(HKEY) {
-    return ERROR_SUCCESS;
-}
+inline LSTATUS RegCloseKey(HKEY) { return ERROR_SUCCESS; }
 
 HMODULE LoadLibraryA(const char* path);
 FARPROC GetProcAddress(HMODULE library, const char* name);
-inline BOOL FreeLibrary(HMODULE) {
-    return TRUE;
-}
+inline BOOL FreeLibrary(HMODULE) { return TRUE; }
 inline HANDLE OpenFileMappingA(DWORD, BOOL, const char*) {
     return INVALID_HANDLE_VALUE;  // as good as any but null
 }
@@ -164,41 +146,23 @@ BOOL SetFilePointerEx(HANDLE file, LARGE_INTEGER distance, LARGE_INTEGER* now, D
 BOOL SetEndOfFile(HANDLE file);
 BOOL CloseHandle(HANDLE handle);
 inline void SetLastError(DWORD) {}
-inline DWORD GetLastError() {
-    return ERROR_DISK_FULL;
-}
+inline DWORD GetLastError() { return ERROR_DISK_FULL; }
 enum { FORMAT_MESSAGE_FROM_SYSTEM = 0x1000, FORMAT_MESSAGE_IGNORE_INSERTS = 0x200 };
-inline DWORD FormatMessageA(DWORD, const void*, DWORD, DWORD, char*, DWORD, va_list*) {
-    return 0;
-}
+inline DWORD FormatMessageA(DWORD, const void*, DWORD, DWORD, char*, DWORD, va_list*) { return 0; }
 inline void Sleep(DWORD) {}
-inline char* GetEnvironmentStringsA() {
-    return nullptr;
-}
-inline BOOL FreeEnvironmentStringsA(char*) {
-    return TRUE;
-}
+inline char* GetEnvironmentStringsA() { return nullptr; }
+inline BOOL FreeEnvironmentStringsA(char*) { return TRUE; }
 
 UINT RegisterWindowMessageA(const char* name);
 LRESULT SendMessageA(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 LRESULT SendMessageTimeoutA(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT flags, UINT timeout,
                             DWORD_PTR* answer);
-inline BOOL PostMessageA(HWND, UINT, WPARAM, LPARAM) {
-    return TRUE;
-}
+inline BOOL PostMessageA(HWND, UINT, WPARAM, LPARAM) { return TRUE; }
 int MessageBoxA(HWND owner, const char* text, const char* title, UINT type);
 HWND FindWindowA(const char* className, const char* title);
 HWND GetDesktopWindow();
-inline HWND GetFocus() {
-    return nullptr;
-}
+inline HWND GetFocus() { return nullptr; }
 BOOL IsWindow(HWND window);
-inline BOOL IsWindowEnabled(HWND) {
-    return TRUE;
-}
-inline BOOL EnableWindow(HWND, BOOL) {
-    return FALSE;
-}
-inline LONG GetWindowLongA(HWND, int) {
-    return 0;
-}
+inline BOOL IsWindowEnabled(HWND) { return TRUE; }
+inline BOOL EnableWindow(HWND, BOOL) { return FALSE; }
+inline LONG GetWindowLongA(HWND, int) { return 0; }
