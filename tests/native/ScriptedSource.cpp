@@ -74,6 +74,7 @@ TW_UINT16 putStrip(TW_IMAGEMEMXFER& strip, uint8_t how) {
     strip.Rows = std::min(static_cast<TW_UINT32>(image.ImageLength), fitting);
     strip.BytesWritten = strip.Rows * strip.BytesPerRow;
     if (how & 2) strip.YOffset = script.number();
+    if (how & 0x20) strip.BytesWritten *= 64;
     if (how >= lies) {
         using PackedNumber __attribute__((aligned(2))) = TW_UINT32;
         PackedNumber* const fields[] = {&strip.BytesPerRow, &strip.Columns, &strip.Rows,
