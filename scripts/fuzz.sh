@@ -8,7 +8,7 @@ source "$(dirname -- "${BASH_SOURCE[0]}")/lib.sh"
 readonly TARGETS=(module scanner readers)
 readonly COMPILER=clang++-14
 # New inputs may be as long as the longest kept ones; a run takes a millisecond or two.
-readonly LIMITS=(-max_len=2048 -len_control=0 -timeout=20 -rss_limit_mb=1024)
+readonly LIMITS=(-max_len=2048 -len_control=0 -timeout=20 -rss_limit_mb=2560)
 
 usage() {
   cat <<EOF
