@@ -12,23 +12,24 @@ Installs what is missing for building the programs and running them ("scan"; ben
   test     the tests and the checks of the sources
   package  the package
   screens  taking pictures of windows
+  fuzz     the native build with sanitizers; this one alone needs nothing of a scan's
 EOF
 }
 
 job=${1-}
 case $job in
-  scan | test | package | screens) (($# == 1)) || { usage >&2; exit 2; } ;;
+  scan | test | package | screens | fuzz) (($# == 1)) || { usage >&2; exit 2; } ;;
   --help) usage; exit 0 ;;
   *) usage >&2; exit 2 ;;
 esac
 
-# Each row: the jobs that need it (all need what a scan needs), a Debian package, and what shows that it is there:
+# Each row: the jobs that need it (all but fuzz need what a scan needs), a Debian package, and what shows that it is there:
 # commands or files, one of which is enough; other distributions have other names. The one list of what is needed.
 readonly REQUIREMENTS=(
   'scan g++-mingw-w64-i686-win32 i686-w64-mingw32-g++-win32|i686-w64-mingw32-g++'
   'scan binutils-mingw-w64-i686  i686-w64-mingw32-windres'
-  'scan cmake                    cmake'
-  'scan ninja-build              ninja'
+  'scan,fuzz cmake               cmake'
+  'scan,fuzz ninja-build         ninja'
   'scan libz-mingw-w64-dev       /usr/i686-w64-mingw32/lib/libz.a|/usr/i686-w64-mingw32/sys-root/mingw/lib/libz.a'
   'scan nlohmann-json3-dev       /usr/include/nlohmann/json.hpp|/usr/local/include/nlohmann/json.hpp'
   'scan wine                     wine'
@@ -47,6 +48,11 @@ readonly REQUIREMENTS=(
   'screens x11-utils             xwininfo'
   'screens fonts-wine            /usr/share/wine/fonts/marlett.ttf'
   'screens fonts-liberation      /usr/share/fonts/truetype/liberation/LiberationSans-Regular.ttf'
+  # Not gcc-multilib: it can't be installed beside other cross compilers.
+  'fuzz clang-14                 clang++-14'
+  'fuzz libclang-rt-14-dev       /usr/lib/llvm-14/lib/clang/14.0.6/lib/linux/libclang_rt.fuzzer-i386.a'
+  'fuzz libc6-dev-i386           /usr/lib32/crt1.o'
+  'fuzz lib32stdc++-12-dev       /usr/lib/gcc/x86_64-linux-gnu/12/32/libstdc++.a'
 )
 
 # is_there SIGNS: whether one of the commands or files is.
@@ -63,7 +69,7 @@ missing=()
 unseen=()
 for requirement in "${REQUIREMENTS[@]}"; do
   read -r needed_by package signs <<<"$requirement"
-  [[ $needed_by == scan || ,$needed_by, == *",$job,"* ]] || continue
+  [[ ,$needed_by, == *",$job,"* || (,$needed_by, == *,scan,* && $job != fuzz) ]] || continue
   is_there "$signs" && continue
   missing+=("$package")
   unseen+=("${signs//|/ or }")
