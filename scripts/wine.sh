@@ -65,17 +65,30 @@ if [[ $prefix_name == *tests* || $locale != *[Uu][Tt][Ff]* ]]; then
   export LC_ALL=C.UTF-8
 fi
 
+# Wine lets SIGTERM and SIGHUP kill the program on the spot; SIGINT reaches it as Ctrl+C, which it can handle. So
+# the program ignores the former, which timeout sends to all, and is sent the latter instead.
+exec 3<&0
+run() {
+  (trap '' TERM HUP; exec wine "$@" <&3 3<&-) &
+  program=$!
+  trap 'interrupted=yes; kill -INT "$program" 2>/dev/null || :' INT TERM HUP
+  # A signal ends the wait, not the program.
+  interrupted=yes
+  while [[ -n $interrupted ]]; do
+    interrupted='' rc=0
+    wait "$program" || rc=$?
+  done
+}
+
 # Wine's server outlives the program, so it inherits neither the lock nor the held output.
-rc=0
 if [[ -z $hold_stderr ]]; then
-  [[ $prefix_name == tests-* ]] || exec wine "$@"
-  wine "$@" 6>&- || rc=$?
+  run "$@" 6>&-
 else
   held=$(mktemp "$wine_dir/stderr.XXXXXX")
   exec 8>"$held"
   exec 7<"$held"
   rm -- "$held"
-  wine "$@" 2>&8 6>&- 7<&- 8>&- || rc=$?
+  run "$@" 2>&8 6>&- 7<&- 8>&-
   cat <&7 >&2
 fi
 exit "$rc"

@@ -3,6 +3,7 @@
 #include <exception>
 #include <string>
 
+#include "common/ModuleActivity.h"
 #include "common/Wording.h"
 
 namespace host {
@@ -20,14 +21,29 @@ BOOL CALLBACK findOwnWindow(HWND window, LPARAM found) {
     return TRUE;
 }
 
-// A window of the source's, as the host's own is hidden.
+// Presses the button of a dialog that declines most, if it takes any.
+BOOL CALLBACK decline(HWND window, LPARAM) {
+    constexpr char dialogClass[] = "#32770";
+    char windowClass[sizeof dialogClass] = "";
+    GetClassNameA(window, windowClass, sizeof windowClass);
+    if (lstrcmpA(windowClass, dialogClass) != 0 || !IsWindowVisible(window) || !IsWindowEnabled(window))
+        return TRUE;
+    for (const int id : {IDCANCEL, IDNO, IDABORT, IDOK}) {
+        const HWND button = GetDlgItem(window, id);
+        if (!button) continue;
+        PostMessageA(window, WM_COMMAND, static_cast<WPARAM>(id), reinterpret_cast<LPARAM>(button));
+        break;
+    }
+    return TRUE;
+}
+
+}  // namespace
+
 bool windowIsOpen() {
     bool found = false;
     EnumWindows(findOwnWindow, reinterpret_cast<LPARAM>(&found));
     return found;
 }
-
-}  // namespace
 
 HostWindow::HostWindow() {
     const std::string windowClass = std::string(wording.program) + " host";
@@ -62,14 +78,12 @@ bool HostWindow::cancel() {
 }
 
 HostWindow::End HostWindow::run(const ModuleLibrary& module, int timeoutSeconds, bool userAtWork) {
+    timeoutSeconds_ = timeoutSeconds;
+    userAtWork_ = userAtWork;
     touch();
     while (!finished_) {
         if (cancelRequested()) return End::Cancelled;
-        const DWORD idle = GetTickCount() - lastActivity_;
-        if (timeoutSeconds > 0 && idle > static_cast<DWORD>(timeoutSeconds) * 1000) {
-            if (!userAtWork || !windowIsOpen()) return End::TimedOut;
-            touch();
-        }
+        if (timeIsUp()) return End::TimedOut;
         MSG message;
         if (GetMessageA(&message, nullptr, 0, 0) <= 0) break;
         if (module.smIsDSEvent(&message)) continue;
@@ -77,6 +91,29 @@ HostWindow::End HostWindow::run(const ModuleLibrary& module, int timeoutSeconds,
         DispatchMessageA(&message);
     }
     return End::Finished;
+}
+
+void HostWindow::touch() {
+    lastActivity_ = GetTickCount();
+    noteActivity();
+}
+
+bool HostWindow::timeIsUp() {
+    const DWORD idle = GetTickCount() - lastActivity_;
+    if (timeoutSeconds_ == 0 || idle <= static_cast<DWORD>(timeoutSeconds_) * 1000) return false;
+    if (!userAtWork_ || !windowIsOpen()) return true;
+    touch();
+    return false;
+}
+
+void HostWindow::declineDialogs() {
+    // Outside the module's calls run() sees to the end, and there is no dialog to wait for.
+    if (moduleActivity().function && (declining_ || cancelRequested() || timeIsUp()))
+        EnumThreadWindows(thread_, decline, 0);
+}
+
+void HostWindow::endIfCancelled() const {
+    if (cancelRequested()) throw Failure{FailureCode::Cancelled, "Cancelled. No page was scanned."};
 }
 
 void HostWindow::dispatch(const Handler& handler, WPARAM wParam, LPARAM lParam) {
@@ -97,6 +134,7 @@ LRESULT CALLBACK HostWindow::windowProcedure(HWND window, UINT message, WPARAM w
     }
     auto* const host = reinterpret_cast<HostWindow*>(GetWindowLongA(window, GWL_USERDATA));
     if (host) {
+        if (message == WM_TIMER && wParam == watchdogTimer) host->declineDialogs();
         const auto found = host->handlers_.find(message);
         if (found != host->handlers_.end()) {
             host->dispatch(found->second, wParam, lParam);

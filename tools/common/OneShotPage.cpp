@@ -8,6 +8,7 @@
 #include "common/ScanPreparation.h"
 #include "common/SourceChoice.h"
 #include "common/Text.h"
+#include "common/UnfinishedNames.h"
 #include "common/Wording.h"
 
 namespace host {
@@ -52,9 +53,9 @@ PrestoScanSettings settingsFrom(const ScanRequest& request) {
     }
 }
 
-// Where a strip couldn't be written the module leaves the file open, and so it can't be removed.
+// Where a strip couldn't be written the module leaves the file open.
 Failure withLeftover(Failure failure, const UnfinishedFile& file) {
-    DeleteFileA(file.name().c_str());
+    removeThoughOpen(file.name());
     if (GetFileAttributesA(file.name().c_str()) != INVALID_FILE_ATTRIBUTES)
         failure.text += format(" What came of it is left in \"%s\".", file.name().c_str());
     return failure;
@@ -102,19 +103,25 @@ void scanOneShot(const ModuleLibrary& module, const ScanRequest& request, const 
     window.on(SM_MESSAGE_SCANTOFILEXFEREND, [&](WPARAM wParam, LPARAM) {
         const int result = static_cast<int>(wParam);
         if (result != SM_SCANTOFILE_DONE) failTransfer(result);
-        // At once: the module may ask for more pages now, and wait for long.
+        // At once, and no to the question whether there are more pages: nothing follows, whatever the answer.
         keepPage(file, path, resolutionKnown ? settings.Resolution : 0, listener);
         written = true;
+        window.declineDialogsAtOnce();
     });
     window.on(SM_MESSAGE_SCANTOFILEDSCLOSED, [&](WPARAM, LPARAM) { window.finish(); });
     // Not sent by a one-shot scan, except when the source's window is closed before it began.
     window.on(SM_MESSAGE_CLOSEDSREQ, [&](WPARAM, LPARAM) { window.finish(); });
 
+    window.endIfCancelled();
     if (!module.smPrestoScan(window.handle(), wording.program, &settings)) failStart(module, window.handle());
     resolutionKnown = worksInInches(module, listener);
     const HostWindow::End end = window.run(module, request.timeoutSeconds, request.ui);
     module.smDisableDS();
     module.smCloseDS();
+    if (window.cancelRequested())
+        throw withLeftover({FailureCode::Cancelled,
+                            std::string("Cancelled. ") + (written ? "1 page kept." : "No page was scanned.")},
+                           file);
     if (window.failure()) throw withLeftover(*window.failure(), file);
     if (written && request.pages != 1)
         listener.note(
@@ -128,7 +135,7 @@ void scanOneShot(const ModuleLibrary& module, const ScanRequest& request, const 
                 "The source did nothing for %d seconds. Perhaps it waits in its window, which it shows when "
                 "it refuses a setting; with %sui there is no limit.",
                 request.timeoutSeconds, wording.option)};
-    throw Failure{FailureCode::Cancelled, "Cancelled; no page was scanned."};
+    throw Failure{FailureCode::Cancelled, "The source's window was closed. No page was scanned."};
 }
 
 }  // namespace host

@@ -15,7 +15,11 @@ void failWrite(const std::string& path, const std::string& reason) {
 
 std::string unfinishedName(const std::string& path) {
     const size_t extension = extensionStart(path);
-    return path.substr(0, extension) + ".part" + path.substr(extension);
+    for (int number = 1;; ++number) {
+        const std::string count = number == 1 ? "" : std::to_string(number);
+        const std::string name = path.substr(0, extension) + ".part" + count + path.substr(extension);
+        if (GetFileAttributesA(name.c_str()) == INVALID_FILE_ATTRIBUTES) return name;
+    }
 }
 
 std::string fullPath(const std::string& path) {
@@ -48,7 +52,7 @@ void checkWritable(const std::string& path) {
         if (kind & FILE_ATTRIBUTE_READONLY) failWrite(path, "the file is there and is read-only.");
     }
     const UnfinishedFile probe(full);
-    const HANDLE file = CreateFileA(probe.name().c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+    const HANDLE file = CreateFileA(probe.name().c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
                                     FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE)
         failWrite(path, lastErrorText() + " Choose another " + optionName("output") + ".");

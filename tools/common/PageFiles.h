@@ -2,13 +2,15 @@
 
 #include <string>
 
+#include "common/UnfinishedNames.h"
+
 namespace host {
 
 // Throws Failure with FailureCode::CannotWrite.
 [[noreturn]] void failWrite(const std::string& path, const std::string& reason);
 
 // The name that a page has until it is complete: "page.part.bmp", in the same folder so that it can be
-// renamed.
+// renamed; "page.part2.bmp" and so on while there are files of these names, which are somebody's.
 std::string unfinishedName(const std::string& path);
 
 // A full path, as the source may have changed the current folder.
@@ -20,7 +22,8 @@ void checkWritable(const std::string& path);
 // A page on its way: deleted unless it is kept.
 class UnfinishedFile {
 public:
-    explicit UnfinishedFile(const std::string& path) : path_(path), unfinished_(unfinishedName(path)) {}
+    explicit UnfinishedFile(const std::string& path)
+        : path_(path), unfinished_(unfinishedName(path)), listed_(unfinished_) {}
     UnfinishedFile(const UnfinishedFile&) = delete;
     UnfinishedFile& operator=(const UnfinishedFile&) = delete;
     ~UnfinishedFile();
@@ -33,6 +36,7 @@ public:
 private:
     std::string path_;
     std::string unfinished_;
+    UnfinishedName listed_;
     bool kept_ = false;
 };
 

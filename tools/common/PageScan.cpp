@@ -43,13 +43,17 @@ void reportEnd(HostWindow::End end, const PageReceiver& receiver, const HostWind
 
 void scanPages(const ModuleLibrary& module, const ScanRequest& request, const PageNames& names,
                HostWindow& window, ScanListener& listener) {
+    window.endIfCancelled();
     OpenSource source(module, window.handle());
+    window.endIfCancelled();
     useInches(module, listener);
     setMechanism(module, request.mechanism);
     applySettings(module, request, listener);
+    window.endIfCancelled();
     prepareFeeder(module, request, listener);
     setPageCount(module, request.pages, listener);
     PageReceiver receiver(module, request, names, window, listener);
+    window.endIfCancelled();
     source.enable(request.ui);
     const HostWindow::End end = window.run(module, request.timeoutSeconds, request.ui);
     source.close();

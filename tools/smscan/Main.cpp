@@ -16,8 +16,10 @@
 #include "smscan/CapsTable.h"
 #include "smscan/Console.h"
 #include "smscan/ConsoleListener.h"
+#include "smscan/ForcedEnd.h"
 #include "smscan/Interrupt.h"
 #include "smscan/Options.h"
+#include "smscan/Watchdog.h"
 
 namespace smscan {
 
@@ -47,14 +49,16 @@ void showCaps(const ModuleLibrary& module, HWND parent, bool json, ScanListener&
     tellText(json ? capsAsJson(name, rows) : capsAsTable(name, rows));
 }
 
-void run(const Options& options) {
+void run(const Options& options, const Interrupt& interrupt) {
     if (options.action == Action::Help) return tellText(helpText());
     if (options.action == Action::Version) return tell("smscan " SCANMODULE_VERSION_TEXT);
 
     const PageNames names(options.output, options.pages != 1 && !options.presto);
+    // The user is at work in the manager's dialog, too.
+    const Watchdog watchdog(interrupt, options.timeoutSeconds, options.ui || options.select);
     const ModuleLibrary module;
     HostWindow window;
-    const Interrupt interrupt(window);
+    const CancelledWindow cancelled(window);
     ConsoleListener listener(options.progress);
     requireManager(module);
     if (options.action == Action::MakeDefault)
@@ -87,9 +91,11 @@ int end(const Failure& failure) {
 }  // namespace smscan
 
 int main(int argumentCount, char** arguments) {
+    smscan::prepareForcedEnd();
+    const smscan::Interrupt interrupt;
     smscan::writeWholeTexts();
     try {
-        smscan::run(smscan::parseOptions({arguments + 1, arguments + argumentCount}));
+        smscan::run(smscan::parseOptions({arguments + 1, arguments + argumentCount}), interrupt);
     } catch (const host::Failure& failure) {
         return smscan::end(failure);
     } catch (const std::exception&) {

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string>
+
+namespace host {
+
+// The files of this process that are not complete yet, for whoever has to end it in their midst.
+class UnfinishedName {
+public:
+    explicit UnfinishedName(const std::string& path);
+    UnfinishedName(const UnfinishedName&) = delete;
+    UnfinishedName& operator=(const UnfinishedName&) = delete;
+    ~UnfinishedName();
+
+private:
+    std::string path_;
+};
+
+// Holds the list still, and then removes all that are in it, for a process that goes no further. In between
+// its other threads may be stopped wherever they are.
+class UnfinishedFilesHeld {
+public:
+    UnfinishedFilesHeld();
+    void remove();
+};
+
+// Deletes a file of this process, whoever in it still has it open: handles to it are closed.
+void removeThoughOpen(const std::string& path);
+
+}  // namespace host
