@@ -35,7 +35,17 @@ PrestoScanSettings settingsFrom(const ScanRequest& request) {
     return settings;
 }
 
-[[noreturn]] void failTransfer(int result) {
+// The module says so only when it finds out before it writes.
+bool diskIsFull(const std::string& file) {
+    constexpr uint64_t least = 1 << 16;
+    ULARGE_INTEGER room;
+    return GetDiskFreeSpaceExA(file.substr(0, file.find_last_of('\\') + 1).c_str(), &room, nullptr,
+                               nullptr) &&
+           room.QuadPart < least;
+}
+
+[[noreturn]] void failTransfer(int result, const std::string& file) {
+    if (result == SM_SCANTOFILE_FILE_ERROR && diskIsFull(file)) result = SM_SCANTOFILE_DISK_FULL;
     switch (result) {
         case SM_SCANTOFILE_CANCELLED:
             throw Failure{FailureCode::Cancelled, "Page 1: cancelled at the source."};
@@ -102,7 +112,7 @@ void scanOneShot(const ModuleLibrary& module, const ScanRequest& request, const 
     });
     window.on(SM_MESSAGE_SCANTOFILEXFEREND, [&](WPARAM wParam, LPARAM) {
         const int result = static_cast<int>(wParam);
-        if (result != SM_SCANTOFILE_DONE) failTransfer(result);
+        if (result != SM_SCANTOFILE_DONE) failTransfer(result, file.name());
         // At once, and no to the question whether there are more pages: nothing follows, whatever the answer.
         keepPage(file, path, resolutionKnown ? settings.Resolution : 0, listener);
         written = true;

@@ -12,7 +12,7 @@ namespace smscan {
 namespace {
 
 constexpr DWORD lookInterval = 200;  // all in milliseconds
-constexpr DWORD graceAfterLimit = 3000;
+constexpr DWORD graceAfterLimit = 2000;
 // Windows gives a program whose console is closed five seconds.
 constexpr DWORD graceAfterCancel = 4000;
 
@@ -54,7 +54,7 @@ void Watchdog::look() const {
             {host::FailureCode::SourceError,
              host::format("The source hangs: it didn't come back from %s for %d seconds. Pages that are "
                           "complete are kept. --timeout changes how long is waited.",
-                          activity.function, static_cast<int>(activity.idle / 1000))});
+                          activity.function, static_cast<int>((limit + graceAfterLimit) / 1000))});
 }
 
 }  // namespace smscan
