@@ -16,7 +16,7 @@ const std::string only = "FailAtPage=1;StripRows=100;FaultAfterStrip=2;FailBy=";
 
 }  // namespace
 
-TEST_CASE("a source that never comes back, or crashes, or waits in a box") {
+TEST_CASE("a source that never comes back, or ends or crashes its host, or waits in a box") {
     const std::string kept = "Pages that are complete are kept.";
     const std::string crash = "The source or its driver crashed (exception c0000005 in sane.ds, during ";
     const std::string hang = "The source hangs: it didn't come back from ";
@@ -36,6 +36,8 @@ TEST_CASE("a source that never comes back, or crashes, or waits in a box") {
                 {"--pages all --mech block", secondOfThree + "crash", 1, crash + "smReadBlock). " + kept},
                 {"--presto", only + "hang", 0, hang + "smIsDSEvent" + hung},
                 {"--presto", only + "crash", 0, crash + "smIsDSEvent). " + kept},
+                {"--pages all", secondOfThree + "exit", 1,
+                 "The source or its driver ended the program, during smIsDSEvent. " + kept},
                 {"--presto", "Window=0;PixelType=Gray;BitDepth=4;ReadOnlyCapabilities=ICAP_PIXELTYPE", 0,
                  unknownDepth}};
     for (const auto& row : rows) {

@@ -10,8 +10,8 @@ namespace host {
 
 namespace {
 
-constexpr UINT_PTR watchdogTimer = 1;
-constexpr UINT watchdogMilliseconds = 200;
+constexpr UINT_PTR loopTimer = 1;
+constexpr UINT loopMilliseconds = 200;
 
 BOOL CALLBACK findOwnWindow(HWND window, LPARAM found) {
     DWORD process = 0;
@@ -56,7 +56,7 @@ HostWindow::HostWindow() {
                             nullptr, definition.hInstance, this);
     if (!window_)
         throw Failure{FailureCode::SourceError, "Windows gives no window to receive the pages with."};
-    SetTimer(window_, watchdogTimer, watchdogMilliseconds, nullptr);
+    SetTimer(window_, loopTimer, loopMilliseconds, nullptr);
 }
 
 HostWindow::~HostWindow() {
@@ -134,7 +134,7 @@ LRESULT CALLBACK HostWindow::windowProcedure(HWND window, UINT message, WPARAM w
     }
     auto* const host = reinterpret_cast<HostWindow*>(GetWindowLongA(window, GWL_USERDATA));
     if (host) {
-        if (message == WM_TIMER && wParam == watchdogTimer) host->declineDialogs();
+        if (message == WM_TIMER && wParam == loopTimer) host->declineDialogs();
         const auto found = host->handlers_.find(message);
         if (found != host->handlers_.end()) {
             host->dispatch(found->second, wParam, lParam);

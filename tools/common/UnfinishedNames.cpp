@@ -19,8 +19,9 @@ private:
     CRITICAL_SECTION section_;
 };
 
-Lock lock;
-std::vector<std::string> names;
+// Never destroyed, as they serve to the very end.
+Lock& lock = *new Lock;
+std::vector<std::string>& names = *new std::vector<std::string>;
 
 bool sameFile(const BY_HANDLE_FILE_INFORMATION& one, const BY_HANDLE_FILE_INFORMATION& other) {
     return one.dwVolumeSerialNumber == other.dwVolumeSerialNumber &&

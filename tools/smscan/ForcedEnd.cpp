@@ -18,6 +18,7 @@ using host::format;
 
 HANDLE mainThread = nullptr;
 DWORD mainThreadId = 0;
+UINT exitCode = 0;
 
 // "sane.ds": whose code lies there.
 std::string moduleAt(const void* address) {
@@ -42,6 +43,34 @@ LONG WINAPI onCrash(EXCEPTION_POINTERS* crash) {
                       function ? function : "")});
 }
 
+// Called when the thread of prepareForcedEnd ends the process, whoever it was that had it do so.
+VOID WINAPI onProcessEnd(void*) {
+    if (const char* const function = host::moduleActivity().function)
+        endAtOnce(
+            {host::FailureCode::SourceError,
+             format("The source or its driver ended the program, during %s. Pages that are complete are "
+                    "kept.",
+                    function)});
+}
+
+// Fiber-local storage comes with such a call. Windows XP has none, and there is no other way for a program.
+void watchProcessEnd() {
+    const HMODULE kernel = GetModuleHandleA("kernel32.dll");
+    const auto find = [&](const char* name) { return reinterpret_cast<void*>(GetProcAddress(kernel, name)); };
+    using Callback = VOID(WINAPI*)(void*);
+    const auto allocate = reinterpret_cast<DWORD(WINAPI*)(Callback)>(find("FlsAlloc"));
+    const auto set = reinterpret_cast<BOOL(WINAPI*)(DWORD, void*)>(find("FlsSetValue"));
+    if (allocate && set) set(allocate(onProcessEnd), &mainThread);
+}
+
+// For an end that gets stuck itself, as on a lock that the stopped thread holds.
+DWORD WINAPI endInAnyCase(void*) {
+    constexpr DWORD patience = 3000;
+    Sleep(patience);
+    TerminateProcess(GetCurrentProcess(), exitCode);
+    return 0;
+}
+
 }  // namespace
 
 void prepareForcedEnd() {
@@ -49,11 +78,18 @@ void prepareForcedEnd() {
                     DUPLICATE_SAME_ACCESS);
     mainThreadId = GetCurrentThreadId();
     SetUnhandledExceptionFilter(onCrash);
+    watchProcessEnd();
 }
 
 void endAtOnce(const Failure& failure) {
-    static LONG ending = 0;
-    if (InterlockedExchange(&ending, 1) != 0) Sleep(INFINITE);
+    static LONG endingThread = 0;
+    const auto thread = static_cast<LONG>(GetCurrentThreadId());
+    const LONG before = InterlockedCompareExchange(&endingThread, thread, 0);
+    // What crashes in here has lost its chance.
+    if (before == thread) TerminateProcess(GetCurrentProcess(), static_cast<UINT>(failure.code));
+    if (before != 0) Sleep(INFINITE);
+    exitCode = static_cast<UINT>(failure.code);
+    CloseHandle(CreateThread(nullptr, 0, endInAnyCase, nullptr, 0, nullptr));
     const std::string line = "smscan: " + failure.text + "\r\n";
     host::UnfinishedFilesHeld files;
     if (GetCurrentThreadId() != mainThreadId) SuspendThread(mainThread);
@@ -62,8 +98,7 @@ void endAtOnce(const Failure& failure) {
     DWORD written = 0;
     WriteFile(GetStdHandle(STD_ERROR_HANDLE), line.data(), static_cast<DWORD>(line.size()), &written,
               nullptr);
-    TerminateProcess(GetCurrentProcess(), static_cast<UINT>(failure.code));
-    Sleep(INFINITE);
+    TerminateProcess(GetCurrentProcess(), exitCode);
     std::abort();
 }
 

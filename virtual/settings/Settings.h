@@ -13,7 +13,7 @@ enum class EmptyFeeder { Refuse, CloseRequest, Cancel };
 // What goes wrong when the source is opened.
 enum class OpenFault { None, Offline, Busy, Brightness, Hang, Crash };
 // What happens at the page that fails.
-enum class FailBy { Code, Hang, Crash };
+enum class FailBy { Code, Hang, Crash, Exit };
 // Does the scanner have a feeder, and is it chosen at first?
 enum class Feeder { On, Off, None };
 // Ways to answer a capability with a container that hosts don't expect.

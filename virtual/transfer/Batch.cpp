@@ -82,6 +82,7 @@ Outcome Batch::fault(int strips) {
     if (page == settings_.failAtPage) {
         if (settings_.failBy == FailBy::Hang) hang();
         if (settings_.failBy == FailBy::Crash) crash();
+        if (settings_.failBy == FailBy::Exit) ExitProcess(0);
         return failure(settings_.failConditionCode);
     }
     if (page != settings_.cancelAtPage) return success();
