@@ -30,6 +30,7 @@ TEST_CASE("a source that never comes back, or ends or crashes its host, or waits
         std::string message;
     } rows[] = {{"", "OpenFault=hang", 0, hang + "smOpenDS" + hung},
                 {"--presto", "OpenFault=crash", 0, crash + "smPrestoScan). " + kept},
+                {"--caps", "OpenFault=crash", 0, crash + "smOpenDS). " + kept},
                 {"--pages all", secondOfThree + "hang", 1, hang + "smIsDSEvent" + hung},
                 {"--pages all --mech native", "Pages=2;FailAtPage=2;FailBy=crash", 1,
                  crash + "smIsDSEvent). " + kept},

@@ -234,6 +234,7 @@ int main(int argumentCount, char** arguments) try {
     SetEnvironmentVariableA("VSCAN_PIXELTYPE", "Gray");
     SetEnvironmentVariableA("VSCAN_RESOLUTION", "50");
     const std::vector<std::string> named(arguments + std::min(argumentCount, 2), arguments + argumentCount);
+    std::printf("Handles, GDI, USER: the highest place in the table that a new object gets.\n");
     bool flat = true;
     for (const Run& run : runs) {
         if (!named.empty() && std::find(named.begin(), named.end(), run.name) == named.end()) continue;
