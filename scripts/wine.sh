@@ -67,11 +67,14 @@ fi
 
 # Wine lets SIGTERM and SIGHUP kill the program on the spot; SIGINT reaches it as Ctrl+C, which it can handle. So
 # the program ignores the former, which timeout sends to all, and is sent the latter instead.
-exec 3<&0
+{ exec 3<&0; } 2>/dev/null || exec 3</dev/null
 run() {
-  (trap '' TERM HUP; exec wine "$@" <&3 3<&-) &
+  program='' interrupted=''
+  trap 'interrupted=yes; [[ -z $program ]] || kill -INT "$program" 2>/dev/null || :' INT TERM HUP
+  # The shell has programs in the background ignore SIGINT.
+  (trap '' TERM HUP; trap - INT; exec wine "$@" <&3 3<&-) &
   program=$!
-  trap 'interrupted=yes; kill -INT "$program" 2>/dev/null || :' INT TERM HUP
+  [[ -z $interrupted ]] || kill -INT "$program"
   # A signal ends the wait, not the program.
   interrupted=yes
   while [[ -n $interrupted ]]; do

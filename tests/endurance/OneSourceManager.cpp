@@ -3,8 +3,6 @@
 // source stays loaded: its C++ runtime never closes its two semaphores.
 #include "support/TestDsmEntry.h"
 
-#include <string>
-
 namespace {
 
 DSENTRYPROC sourceEntry = nullptr;

@@ -155,9 +155,10 @@ private:
 
     void end(int result) {
         if (by_ == Pages::Pulled) return;
+        const bool missing = result != 0 || (by_ == Pages::Native && dib_ == nullptr);
         if (dib_ != nullptr) GlobalFree(dib_);
         dib_ = nullptr;
-        if (result != 0)
+        if (missing)
             throw host::Failure{host::FailureCode::SourceError,
                                 "result " + std::to_string(result) + ": a page"};
         onPage_();

@@ -71,10 +71,9 @@ void HostWindow::keepFailure(const Failure& failure) {
     if (!failure_) failure_ = failure;
 }
 
-bool HostWindow::cancel() {
-    const bool before = cancelled_.exchange(true);
+void HostWindow::cancel() {
+    cancelled_ = true;
     PostThreadMessageA(thread_, WM_NULL, 0, 0);
-    return before;
 }
 
 HostWindow::End HostWindow::run(const ModuleLibrary& module, int timeoutSeconds, bool userAtWork) {

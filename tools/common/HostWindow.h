@@ -38,8 +38,8 @@ public:
     // Ends run().
     void finish() { finished_ = true; }
 
-    // Ends it and the scan, from any thread. True when that was asked for before.
-    bool cancel();
+    // Ends it and the scan, from any thread.
+    void cancel();
     bool cancelRequested() const { return cancelled_; }
     // Throws Failure when it was: for a scan that has no page yet.
     void endIfCancelled() const;
