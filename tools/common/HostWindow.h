@@ -12,7 +12,7 @@
 
 namespace host {
 
-// A window of the source's is shown; the host's own is hidden.
+// A window of the source's or the module's is shown, and takes input; the host's own is hidden or disabled.
 bool sourceWindowIsOpen();
 
 // The hidden window that the module sends its messages to, with the message loop around it. One serves one
@@ -38,12 +38,18 @@ public:
     // Ends run().
     void finish() { finished_ = true; }
 
-    // Ends it and the scan, from any thread. True when that was asked for before.
-    bool cancel();
+    // Ends it and the scan, from any thread.
+    void cancel();
     bool cancelRequested() const { return cancelled_; }
+    // Throws Failure when it was: for a scan that has no page yet.
+    void endIfCancelled() const;
 
     // Something has happened: the time for run()'s limit counts anew.
-    void touch() { lastActivity_ = GetTickCount(); }
+    void touch();
+
+    // From now on dialogs that hold up the module are declined at once. Otherwise that happens when the scan
+    // is cancelled, or run()'s time is up.
+    void declineDialogsAtOnce() { declining_ = true; }
 
     enum class End { Finished, Cancelled, TimedOut };
 
@@ -55,6 +61,8 @@ public:
 private:
     static LRESULT CALLBACK windowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     void dispatch(const Handler& handler, WPARAM wParam, LPARAM lParam);
+    bool timeIsUp();
+    void declineDialogs();
 
     HWND window_ = nullptr;
     std::map<UINT, Handler> handlers_;
@@ -63,6 +71,9 @@ private:
     std::atomic<bool> cancelled_{false};
     const DWORD thread_ = GetCurrentThreadId();
     DWORD lastActivity_ = 0;
+    int timeoutSeconds_ = 0;
+    bool userAtWork_ = false;
+    bool declining_ = false;
 };
 
 }  // namespace host

@@ -42,9 +42,13 @@ void reportEnd(HostWindow::End end, const PageReceiver& receiver, const HostWind
 
 void scanPages(const ModuleLibrary& module, const ScanRequest& request, PageOutput& output,
                HostWindow& window, ScanListener& listener) {
+    window.endIfCancelled();
     OpenSource source(module, window.handle());
+    window.endIfCancelled();
     prepareScan(module, request, listener);
+    window.endIfCancelled();
     PageReceiver receiver(module, request, output, window, listener);
+    window.endIfCancelled();
     source.enable(request.ui);
     const HostWindow::End end = window.run(module, request.timeoutSeconds, request.ui);
     const bool waitsInWindow = !request.ui && sourceWindowIsOpen();

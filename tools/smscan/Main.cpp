@@ -22,9 +22,11 @@
 #include "smscan/CapsTable.h"
 #include "smscan/Console.h"
 #include "smscan/ConsoleListener.h"
+#include "smscan/ForcedEnd.h"
 #include "smscan/Help.h"
 #include "smscan/Interrupt.h"
 #include "smscan/Options.h"
+#include "smscan/Watchdog.h"
 
 namespace smscan {
 
@@ -89,13 +91,15 @@ void scan(const ModuleLibrary& module, HostWindow& window, const Options& option
         scanPages(module, options, output, window, listener);
 }
 
-void useModule(const Options& options) {
+void useModule(const Options& options, const Interrupt& interrupt) {
     OutputRequest request = options.output;
     request.stream = GetStdHandle(STD_OUTPUT_HANDLE);
     PageOutput output(request, options.pages != 1 && !options.oneShot);
+    // The user is at work in the manager's dialog, too.
+    const Watchdog watchdog(interrupt, options.timeoutSeconds, options.ui || options.select);
     const ModuleLibrary module;
     HostWindow window;
-    const Interrupt interrupt(window);
+    const CancelledWindow cancelled(window);
     ConsoleListener listener(options);
     requireManager(module);
     switch (options.action) {
@@ -112,7 +116,7 @@ void useModule(const Options& options) {
     }
 }
 
-void run(const Options& options) {
+void run(const Options& options, const Interrupt& interrupt) {
     switch (options.action) {
         case Action::Help:
             return tellText(helpText());
@@ -123,7 +127,7 @@ void run(const Options& options) {
         case Action::Version:
             return tell("smscan " SCANMODULE_VERSION_TEXT);
         default:
-            return useModule(options);
+            return useModule(options, interrupt);
     }
 }
 
@@ -148,9 +152,11 @@ int end(const Failure& failure) {
 }  // namespace smscan
 
 int main() {
+    smscan::prepareForcedEnd();
+    const smscan::Interrupt interrupt;
     smscan::writeWholeTexts();
     try {
-        smscan::run(smscan::parseOptions(smscan::commandLine()));
+        smscan::run(smscan::parseOptions(smscan::commandLine()), interrupt);
     } catch (const host::Failure& failure) {
         return smscan::end(failure);
     } catch (const std::exception&) {
