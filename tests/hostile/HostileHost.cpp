@@ -1,0 +1,310 @@
+#include "HostileHost.h"
+
+#include <cstring>
+#include <algorithm>
+#include <cstdio>
+#include <tuple>
+#include <type_traits>
+
+#include "Watch.h"
+
+namespace {
+
+constexpr int deepest = 3;  // calls within calls
+enum Message { CloseRequest, XferStart, XferData, XferEnd, GetName, FileEnd, Closed };
+constexpr const char* messageNames[] = {SM_MESSAGE_CLOSEDSREQ,        SM_MESSAGE_XFERSTART,
+                                        SM_MESSAGE_XFERDATA,          SM_MESSAGE_XFEREND,
+                                        SM_MESSAGE_SCANTOFILEGETNAME, SM_MESSAGE_SCANTOFILEXFEREND,
+                                        SM_MESSAGE_SCANTOFILEDSCLOSED};
+constexpr uint8_t untouched = 0xEE;
+volatile uint8_t sink;
+
+bool isNamed(const char* name, std::initializer_list<const char*> names) {
+    for (const char* other : names)
+        if (std::strcmp(name, other) == 0) return true;
+    return false;
+}
+
+}  // namespace
+
+// A number of any value.
+template <class Type>
+struct HostileHost::Argument {
+    Type value;
+    explicit Argument(HostileHost& host) {
+        if constexpr (std::is_same_v<Type, double>) {
+            value = host.dice_.inHundred(70) ? host.dice_.below(1000) / 7.0 : 0;
+            if (host.dice_.inHundred(10)) host.dice_.fill(&value, sizeof value);
+        } else if constexpr (std::is_same_v<Type, SmImageLayout>) {
+            host.dice_.fill(&value, sizeof value);
+        } else {
+            value = static_cast<Type>(host.dice_.inHundred(60) ? host.dice_.below(9) : host.dice_.any());
+        }
+    }
+    Type get() { return value; }
+};
+
+template <>
+struct HostileHost::Argument<HWND> {
+    HWND value;
+    explicit Argument(HostileHost& host) : value(*host.window_) {
+        constexpr uintptr_t strange[] = {0, 1, 0xDEAD0000};
+        if (host.dice_.inHundred(5)) value = reinterpret_cast<HWND>(host.dice_.pick(strange));
+    }
+    HWND get() { return value; }
+};
+
+// Outputs and records: exactly as large as they are.
+template <class Type>
+struct HostileHost::Argument<Type*> {
+    static constexpr size_t size() {
+        if constexpr (std::is_void_v<Type>)
+            return 1024;  // the source's own blocks
+        else if constexpr (std::is_same_v<Type, char>)
+            return SM_NAME_SIZE;
+        else
+            return sizeof(Type);
+    }
+    Lent lent{size()};
+    explicit Argument(HostileHost& host) { host.dice_.fill(lent.data(), size()); }
+    Type* get() { return reinterpret_cast<Type*>(lent.data()); }
+};
+
+template <>
+struct HostileHost::Argument<const PrestoScanSettings*> : Argument<PrestoScanSettings*> {
+    bool given;
+    explicit Argument(HostileHost& host) : Argument<PrestoScanSettings*>(host), given(host.dice_.inHundred(80)) {
+        auto& settings = *Argument<PrestoScanSettings*>::get();
+        settings.ShowUI = settings.ModalUI = host.dice_.inHundred(50);
+    }
+    PrestoScanSettings* get() { return given ? Argument<PrestoScanSettings*>::get() : nullptr; }
+};
+
+// Texts of any length, which end with their memory.
+template <>
+struct HostileHost::Argument<const char*> {
+    const uint32_t length;
+    Lent lent{length + 1};
+    explicit Argument(HostileHost& host) : length(host.dice_.below(host.dice_.inHundred(80) ? 40 : 600)) {
+        std::memset(lent.data(), "aX%\\"[host.dice_.below(4)], length);
+        if (length == 12 || length == 13) std::memcpy(lent.data(), "Plain Source", 12);
+        lent.data()[length] = '\0';
+    }
+    const char* get() { return reinterpret_cast<const char*>(lent.data()); }
+};
+
+template <class... Types>
+void HostileHost::invoke(int(WINAPI* function)(Types...)) {
+    std::tuple<Argument<Types>...> arguments{(static_cast<void>(sizeof(Types)), *this)...};
+    std::apply([&](auto&... each) { function(each.get()...); }, arguments);
+}
+template <class... Types>
+void HostileHost::invoke(void(WINAPI* function)(Types...)) {
+    std::tuple<Argument<Types>...> arguments{(static_cast<void>(sizeof(Types)), *this)...};
+    std::apply([&](auto&... each) { function(each.get()...); }, arguments);
+}
+
+HostileHost::HostileHost(uint64_t seed, Module& module, HostileSource& source, Surroundings& surroundings)
+    : dice_(seed + 0x30000000), module_(module), source_(source), surroundings_(surroundings) {
+    constexpr uint32_t tempers[] = {0, 1, 10, 60};
+    interrupts_ = dice_.pick(tempers);
+#define SM_FUNCTION(name, ordinal, bytes) exports_.push_back({#name, [this] { invoke(module_.name); }});
+#include "ModuleFunctions.inc"
+#undef SM_FUNCTION
+    exports_.push_back({"DisableWnds", [this] { disableWindows(); }});
+    for (Export& known : exports_) {
+        if (isNamed(known.name, {"ReadBlock"})) known.call = [this] { readBlock(); };
+        if (isNamed(known.name, {"CapNegotiate"})) known.call = [this] { negotiate(); };
+    }
+    for (const char* name : messageNames)
+        messages_.push_back(RegisterWindowMessageA(name));
+    makeWindow();
+    source_.meanwhile = surroundings_.meanwhile = [this] { meanwhile(); };
+}
+
+HostileHost::~HostileHost() {
+    source_.meanwhile = surroundings_.meanwhile = [] {};
+}
+
+void HostileHost::makeWindow() {
+    window_.reset();
+    window_ = std::make_unique<MessageWindow>(
+        "HostileHost", [this](UINT message, WPARAM wParam, LPARAM lParam) { return handle(message, wParam, lParam); });
+}
+
+const HostileHost::Export& HostileHost::exportNamed(const char* name) const {
+    for (const Export& known : exports_)
+        if (isNamed(name, {known.name})) return known;
+    fault("no export %s", name);
+}
+
+// What a sensible host would call next, so that runs get somewhere.
+const HostileHost::Export& HostileHost::naturalExport() {
+    constexpr const char* closed[] = {"OpenDS", "OpenDS", "OpenDS", "PrestoScan", "SelectDS", "GetAllDS",
+                                      "SetDefaultDriver"};
+    constexpr const char* open[] = {"EnableDS", "EnableDS", "EnableDS", "PrestoScan", "SetXferMech", "CloseDS"};
+    constexpr const char* enabled[] = {"IsDSEvent", "IsDSEvent", "IsDSEvent", "ReadBlock", "DisableDS"};
+    switch (source_.state()) {
+        case 5:
+            return exportNamed(dice_.pick(enabled));
+        case 4:
+            return exportNamed(dice_.pick(open));
+        default:
+            return exportNamed(dice_.pick(closed));
+    }
+}
+
+void HostileHost::call(const Export& chosen) {
+    ++progress.calls;
+    ++progress.callsOfSeed;
+    ++depth_;
+    chosen.call();
+    if (batchDepth_ == depth_) batchDepth_ = 0;
+    --depth_;
+}
+
+void HostileHost::step() {
+    const Export& chosen = dice_.inHundred(50) ? naturalExport() : exports_[dice_.below(exports_.size())];
+    progress.call = chosen.name;
+    if (progress.tells) std::fprintf(stderr, "%u %s\n", progress.callsOfSeed, chosen.name);
+    if (!IsWindow(*window_)) makeWindow();
+    source_.beginCall();
+    call(chosen);
+    surroundings_.checkHandles();
+    // The block reader may keep its buffer as long as the image it reads.
+    if (memory.owned(Owner::Module) > 1) fault("%u blocks are left", memory.owned(Owner::Module));
+    if (startsMinusEnds_ != 0) fault("images that start without an end, or end without a start");
+    surroundings_.forgetFiles();
+    source_.oneShotRuns = false;
+}
+
+void HostileHost::meanwhile() {
+    if (depth_ == 0 || depth_ >= deepest || !dice_.inThousand(interrupts_)) return;
+    if (dice_.inHundred(5)) return window_.reset(), makeWindow();
+    if (dice_.inHundred(5)) surroundings_.viewerTakesMessages = false;
+    const Export& chosen = dice_.inHundred(50) ? naturalExport() : exports_[dice_.below(exports_.size())];
+    if (progress.tells) std::fprintf(stderr, "%u %*s%s\n", progress.callsOfSeed, 4 * depth_, "", chosen.name);
+    call(chosen);
+}
+
+bool HostileHost::handle(UINT message, WPARAM, LPARAM lParam) {
+    size_t which = 0;
+    while (which < messages_.size() && messages_[which] != message)
+        ++which;
+    if (which == messages_.size()) return false;
+    switch (which) {
+        case XferStart:
+            if (batchDepth_ != 0 && depth_ > batchDepth_) fault("a batch begins within a batch");
+            batchDepth_ = depth_;
+            ++startsMinusEnds_;
+            startImage(*reinterpret_cast<TXferImageInfo*>(lParam));
+            break;
+        case XferData:
+            lookAtStrip(*reinterpret_cast<const TXferStripInfo*>(lParam));
+            break;
+        case XferEnd:
+            --startsMinusEnds_;
+            endImage();
+            break;
+        case GetName:
+            std::memset(reinterpret_cast<char*>(lParam), "cX%\\"[dice_.below(4)],
+                        dice_.inHundred(20) ? +SM_FILE_NAME_SIZE : dice_.below(40));
+            source_.oneShotRuns = true;
+            break;
+        case FileEnd:
+            break;
+    }
+    if (dice_.inHundred(4)) module_.CancelThisXfer();
+    if (dice_.inHundred(3)) module_.CancelAllXfer();
+    if (dice_.inThousand(5)) return window_.reset(), makeWindow(), true;
+    for (uint32_t calls = dice_.inHundred(20) ? dice_.below(4) : 0; calls > 0 && depth_ < deepest; --calls)
+        call(dice_.inHundred(30) ? exportNamed("ReadBlock") : exports_[dice_.below(exports_.size())]);
+    return true;
+}
+
+void HostileHost::startImage(TXferImageInfo& image) {
+    imageStarted_ = source_.imageNumber();
+    auto& slot = *reinterpret_cast<HGLOBAL*>(dibSlot_.data());
+    slot = nullptr;
+    if (dice_.inHundred(50)) return;
+    switch (image.XferMech) {
+        case SM_MECH_NATIVE:
+            image.Target.Dib = &slot;
+            break;
+        case SM_MECH_FILE:
+            std::memset(image.Target.FileName, "f%sX"[dice_.below(4)],
+                        dice_.inHundred(20) ? +SM_FILE_NAME_SIZE : dice_.below(40));
+            break;
+        default:
+            image.Target.Buffer->BufferPointer = stripMemory_.data();
+            image.Target.Buffer->BufferSize = dice_.inHundred(90) ? 5000 : 0;
+    }
+}
+
+void HostileHost::lookAtStrip(const TXferStripInfo& strip) {
+    const SmBufferDescriptor buffer = *strip.Buffer;
+    if (strip.BytesWritten > buffer.BufferSize) fault("a strip has more bytes than its buffer");
+    const auto* const bytes = static_cast<const uint8_t*>(buffer.BufferPointer);
+    for (uint32_t at = 0; at < strip.BytesWritten; at += 512)
+        sink = bytes[at];
+    if (strip.BytesWritten != 0) sink = bytes[strip.BytesWritten - 1];
+    const TW_IMAGEINFO& image = source_.image();
+    const bool isKnown = imageStarted_ == source_.imageNumber() && image.Compression == TWCP_NONE &&
+                         image.PixelType >= TWPT_BW && image.PixelType <= TWPT_PALETTE;
+    if (isKnown && uint64_t{strip.Rows} * strip.BytesPerRow > strip.BytesWritten)
+        fault("a strip has more rows than bytes");
+    if (dice_.inHundred(5)) *strip.Buffer = {};
+}
+
+void HostileHost::endImage() {
+    auto& slot = *reinterpret_cast<HGLOBAL*>(dibSlot_.data());
+    memory.give(slot, Owner::Host);
+    memory.free(slot, Owner::Host);
+    slot = nullptr;
+}
+
+// With room for one row more than it asks for, as it has to have.
+void HostileHost::readBlock() {
+    const uint32_t size = dice_.inHundred(80) ? 1 + dice_.below(3000) : dice_.below(70000);
+    // The source's image may change meanwhile.
+    const uint32_t slack = std::max(1u, interrupts_ != 0 ? size : source_.longestRow(size));
+    const Lent buffer{size + slack};
+    const Lent counted{4};
+    auto& count = *reinterpret_cast<unsigned*>(counted.data());
+    constexpr unsigned unwritten = 0x7EEEEEEE;
+    count = unwritten;
+    std::memset(buffer.data(), untouched, size + slack);
+    const int over = module_.ReadBlock(buffer.data(), size, &count);
+    if (over != (count == 0xFFFFFFFF)) fault("the block reader's result is %d with count %u", over, count);
+    if (!over && count != unwritten && count > size + slack) fault("%u bytes of %u were delivered", count, size);
+}
+
+void HostileHost::negotiate() {
+    constexpr TW_UINT16 capabilities[] = {ICAP_XFERMECH, ICAP_UNITS, CAP_XFERCOUNT};
+    constexpr TW_UINT16 asked[] = {MSG_GET, MSG_GETCURRENT, MSG_SET, MSG_SET};
+    const Lent lent{sizeof(TW_CAPABILITY)};
+    auto& cap = *reinterpret_cast<TW_CAPABILITY*>(lent.data());
+    const TW_UINT16 message = dice_.inHundred(90) ? dice_.pick(asked) : static_cast<TW_UINT16>(dice_.any());
+    cap = {dice_.pick(capabilities), static_cast<TW_UINT16>(3 + dice_.below(4)), nullptr};
+    if (message == MSG_SET) {
+        cap.hContainer = memory.allocate(dice_.below(30), Owner::Host);
+        if (uint8_t* const bytes = memory.lock(cap.hContainer)) {
+            *bytes = TWTY_UINT16;
+            memory.unlock(cap.hContainer);
+        }
+    }
+    const void* const outer = source_.hostsRecord;
+    source_.hostsRecord = &cap;
+    module_.CapNegotiate(message, &cap);
+    source_.hostsRecord = outer;
+    // A refused one is still the source's.
+    if (memory.isLive(cap.hContainer)) memory.freeIfOwned(cap.hContainer, Owner::Host);
+}
+
+void HostileHost::disableWindows() {
+    const Lent list{sizeof(HWND)};
+    const Lent context{sizeof(SmDisableWndsContext)};
+    auto& windows = *reinterpret_cast<SmDisableWndsContext*>(context.data());
+    windows = {0, 0, dice_.inHundred(50) ? reinterpret_cast<HWND*>(list.data()) : nullptr};
+    module_.DisableWnds(Argument<HWND>(*this).get(), reinterpret_cast<LPARAM>(&windows));
+}
