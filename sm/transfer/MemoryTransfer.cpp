@@ -67,11 +67,12 @@ private:
         if (!chooseBuffer(trace)) return TWCC_LOWMEMORY;
         trace.note("Do while-loop to get image data");
         for (;;) {
-            // As it is now: what the source calls may change it before the strip is there.
+            // As it is now: a block pulled while the source has the word clears it.
             const SmBufferDescriptor descriptor = transfers_.area.buffer;
             TW_IMAGEMEMXFER strip = makeStripRequest(descriptor.BufferPointer, descriptor.BufferSize);
             trace.note("MSG_GET DAT_IMAGEMEMXFER");
             const TW_UINT16 code = fetchStrip(link_, strip, descriptor.BufferSize);
+            transfers_.area.buffer = descriptor;
             if (code == TWRC_CANCEL) {
                 // Kept: lower case here only.
                 trace.warn("image xfer canceled");

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <tuple>
 #include <type_traits>
+#include <utility>
 
 #include "Watch.h"
 
@@ -127,6 +128,7 @@ HostileHost::~HostileHost() {
 }
 
 void HostileHost::makeWindow() {
+    windowLost_ = true;
     window_.reset();
     window_ = std::make_unique<MessageWindow>(
         "HostileHost", [this](UINT message, WPARAM wParam, LPARAM lParam) { return handle(message, wParam, lParam); });
@@ -169,25 +171,27 @@ void HostileHost::step() {
     if (progress.tells) std::fprintf(stderr, "%u %s\n", progress.callsOfSeed, chosen.name);
     if (!IsWindow(*window_)) makeWindow();
     source_.beginCall();
+    startsMinusEnds_ = 0;
+    windowLost_ = false;
     call(chosen);
     surroundings_.checkHandles();
     // The block reader may keep its buffer as long as the image it reads.
     if (memory.owned(Owner::Module) > 1) fault("%u blocks are left", memory.owned(Owner::Module));
-    if (startsMinusEnds_ != 0) fault("images that start without an end, or end without a start");
+    if (startsMinusEnds_ != 0 && !windowLost_) fault("images that start without an end, or end without a start");
     surroundings_.forgetFiles();
     source_.oneShotRuns = false;
 }
 
 void HostileHost::meanwhile() {
     if (depth_ == 0 || depth_ >= deepest || !dice_.inThousand(interrupts_)) return;
-    if (dice_.inHundred(5)) return window_.reset(), makeWindow();
+    if (dice_.inHundred(5)) return makeWindow();
     if (dice_.inHundred(5)) surroundings_.viewerTakesMessages = false;
     const Export& chosen = dice_.inHundred(50) ? naturalExport() : exports_[dice_.below(exports_.size())];
     if (progress.tells) std::fprintf(stderr, "%u %*s%s\n", progress.callsOfSeed, 4 * depth_, "", chosen.name);
     call(chosen);
 }
 
-bool HostileHost::handle(UINT message, WPARAM, LPARAM lParam) {
+bool HostileHost::handle(UINT message, WPARAM wParam, LPARAM lParam) {
     size_t which = 0;
     while (which < messages_.size() && messages_[which] != message)
         ++which;
@@ -196,15 +200,15 @@ bool HostileHost::handle(UINT message, WPARAM, LPARAM lParam) {
         case XferStart:
             if (batchDepth_ != 0 && depth_ > batchDepth_) fault("a batch begins within a batch");
             batchDepth_ = depth_;
-            ++startsMinusEnds_;
+            ++progress.images;
             startImage(*reinterpret_cast<TXferImageInfo*>(lParam));
             break;
         case XferData:
+            ++progress.strips;
             lookAtStrip(*reinterpret_cast<const TXferStripInfo*>(lParam));
             break;
         case XferEnd:
-            --startsMinusEnds_;
-            endImage();
+            endImage(*reinterpret_cast<TXferImageInfo*>(lParam));
             break;
         case GetName:
             std::memset(reinterpret_cast<char*>(lParam), "cX%\\"[dice_.below(4)],
@@ -212,17 +216,20 @@ bool HostileHost::handle(UINT message, WPARAM, LPARAM lParam) {
             source_.oneShotRuns = true;
             break;
         case FileEnd:
+            if (wParam == SM_SCANTOFILE_DONE) ++progress.files;
             break;
     }
     if (dice_.inHundred(4)) module_.CancelThisXfer();
     if (dice_.inHundred(3)) module_.CancelAllXfer();
-    if (dice_.inThousand(5)) return window_.reset(), makeWindow(), true;
+    if (dice_.inThousand(5)) return makeWindow(), true;
     for (uint32_t calls = dice_.inHundred(20) ? dice_.below(4) : 0; calls > 0 && depth_ < deepest; --calls)
         call(dice_.inHundred(30) ? exportNamed("ReadBlock") : exports_[dice_.below(exports_.size())]);
     return true;
 }
 
 void HostileHost::startImage(TXferImageInfo& image) {
+    // A memory transfer tells of no end any more once a description was missing.
+    if (image.XferMech != SM_MECH_MEMORY) ++startsMinusEnds_;
     imageStarted_ = source_.imageNumber();
     auto& slot = *reinterpret_cast<HGLOBAL*>(dibSlot_.data());
     slot = nullptr;
@@ -256,7 +263,8 @@ void HostileHost::lookAtStrip(const TXferStripInfo& strip) {
     if (dice_.inHundred(5)) *strip.Buffer = {};
 }
 
-void HostileHost::endImage() {
+void HostileHost::endImage(const TXferImageInfo& image) {
+    if (image.XferMech != SM_MECH_MEMORY) --startsMinusEnds_;
     auto& slot = *reinterpret_cast<HGLOBAL*>(dibSlot_.data());
     memory.give(slot, Owner::Host);
     memory.free(slot, Owner::Host);
@@ -266,8 +274,10 @@ void HostileHost::endImage() {
 // With room for one row more than it asks for, as it has to have.
 void HostileHost::readBlock() {
     const uint32_t size = dice_.inHundred(80) ? 1 + dice_.below(3000) : dice_.below(70000);
-    // The source's image may change meanwhile.
-    const uint32_t slack = std::max(1u, interrupts_ != 0 ? size : source_.longestRow(size));
+    const uint32_t slack = std::max({1u, source_.longestRow(), source_.widthKnown() ? 0 : size});
+    // No host has room for more.
+    if (slack > 300000) return;
+    const bool outer = std::exchange(source_.keepsImage, true);
     const Lent buffer{size + slack};
     const Lent counted{4};
     auto& count = *reinterpret_cast<unsigned*>(counted.data());
@@ -275,6 +285,8 @@ void HostileHost::readBlock() {
     count = unwritten;
     std::memset(buffer.data(), untouched, size + slack);
     const int over = module_.ReadBlock(buffer.data(), size, &count);
+    source_.keepsImage = outer;
+    if (count != unwritten) ++progress.blocks;
     if (over != (count == 0xFFFFFFFF)) fault("the block reader's result is %d with count %u", over, count);
     if (!over && count != unwritten && count > size + slack) fault("%u bytes of %u were delivered", count, size);
 }

@@ -35,7 +35,7 @@ private:
     bool handle(UINT message, WPARAM wParam, LPARAM lParam);
     void startImage(TXferImageInfo& image);
     void lookAtStrip(const TXferStripInfo& strip);
-    void endImage();
+    void endImage(const TXferImageInfo& image);
     void makeWindow();
     void readBlock();
     void negotiate();
@@ -60,5 +60,6 @@ private:
     uint32_t interrupts_;  // in a thousand
     uint32_t imageStarted_ = 0;
     int startsMinusEnds_ = 0;
+    bool windowLost_ = false;  // since the outermost call began
     Lent dibSlot_{sizeof(HGLOBAL)}, stripMemory_{5000};
 };

@@ -54,6 +54,10 @@ void HostileSource::beginCall() {
 }
 
 void HostileSource::newImage() {
+    ++imageNumber_;
+    row_ = strips_ = emptyStrips_ = 0;
+    bytes_ = 0;
+    if (keepsImage) return;
     const auto& kind = dice_.pick(kinds);
     image_ = {{300, 0}, {300, 0}, 0, 0, kind.samples, {}, kind.bits, 0, kind.pixelType, TWCP_NONE};
     image_.ImageWidth = static_cast<TW_INT32>(1 + dice_.below(300));
@@ -68,16 +72,9 @@ void HostileSource::newImage() {
     if (lies()) image_.PixelType = static_cast<TW_INT16>(dice_.any());
     if (lies()) image_.SamplesPerPixel = static_cast<TW_INT16>(dice_.any());
     if (lies()) dice_.fill(&image_, sizeof image_);
-    ++imageNumber_;
-    row_ = strips_ = emptyStrips_ = 0;
-    bytes_ = 0;
-    if (image_.ImageWidth <= 0) widthUnknown_ = true;
+    if (image_.ImageWidth <= 0) widthKnown_ = false;
     const uint64_t row = uint64_t{3} * static_cast<uint32_t>(image_.ImageWidth);
     longestRow_ = static_cast<uint32_t>(std::min<uint64_t>(UINT32_MAX, std::max<uint64_t>(longestRow_, row)));
-}
-
-uint32_t HostileSource::longestRow(uint32_t size) const {
-    return widthUnknown_ ? size : std::min(size, longestRow_);
 }
 
 // Mostly what is expected, or a failure; now and then whatever there is.

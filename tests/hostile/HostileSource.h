@@ -20,12 +20,14 @@ public:
     std::function<void()> meanwhile;
     const void* hostsRecord = nullptr;
     bool oneShotRuns = false;  // a file was asked for
+    bool keepsImage = false;   // the next image is like this one
 
     int state() const { return state_; }
     const TW_IMAGEINFO& image() const { return image_; }
     uint32_t imageNumber() const { return imageNumber_; }
-    // The longest row of all images so far, three bytes a pixel; `size` at most, or when a width isn't known.
-    uint32_t longestRow(uint32_t size) const;
+    // The longest row of all images so far, at three bytes a pixel.
+    uint32_t longestRow() const { return longestRow_; }
+    bool widthKnown() const { return widthKnown_; }
     // An outermost call begins.
     void beginCall();
 
@@ -57,7 +59,7 @@ private:
     TW_IDENTITY application_ = {};
     TW_IMAGEINFO image_ = {};
     uint32_t imageNumber_ = 0, row_ = 0, longestRow_ = 0;
-    bool widthUnknown_ = false;
+    bool widthKnown_ = true;
     uint32_t strips_ = 0, emptyStrips_ = 0, images_ = 0, undescribed_ = 0, listed_ = 0;
     uint64_t bytes_ = 0;
     uint32_t operationsOfCall_ = 0;

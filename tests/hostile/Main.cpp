@@ -143,7 +143,9 @@ int main(int, char** arguments) {
         run(seed++);
     } while (!options.single && (options.calls != 0 ? progress.calls < options.calls
                                                     : seconds() < static_cast<double>(options.seconds)));
-    std::printf("hostile: %llu seeds from %llu, %llu calls, %llu operations of the source, %.1f s: no fault\n",
-                seed - options.start, options.start, progress.calls, progress.operations, seconds());
+    std::printf("hostile: %llu seeds from %llu, %llu calls, %llu operations of the source (%llu images, %llu strips, "
+                "%llu blocks, %llu one-shot files), %.1f s: no fault\n",
+                seed - options.start, options.start, progress.calls, progress.operations, progress.images,
+                progress.strips, progress.blocks, progress.files, seconds());
     return 0;
 }
