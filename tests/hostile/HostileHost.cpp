@@ -109,6 +109,7 @@ HostileHost::HostileHost(uint64_t seed, Module& module, HostileSource& source, S
     : dice_(seed + 0x30000000), module_(module), source_(source), surroundings_(surroundings) {
     constexpr uint32_t tempers[] = {0, 1, 10, 60};
     interrupts_ = dice_.pick(tempers);
+    hasOneShots_ = dice_.inHundred(35);
 #define SM_FUNCTION(name, ordinal, bytes) exports_.push_back({#name, [this] { invoke(module_.name); }});
 #include "ModuleFunctions.inc"
 #undef SM_FUNCTION
@@ -140,12 +141,19 @@ const HostileHost::Export& HostileHost::exportNamed(const char* name) const {
     fault("no export %s", name);
 }
 
+// The first one-shot scan puts the module into that mode for good: not in every run.
+const HostileHost::Export& HostileHost::anyExport() {
+    const Export& any = exports_[dice_.below(exports_.size())];
+    return hasOneShots_ || !isNamed(any.name, {"PrestoScan"}) ? any : exportNamed("IsDSEvent");
+}
+
 // What a sensible host would call next, so that runs get somewhere.
 const HostileHost::Export& HostileHost::naturalExport() {
-    constexpr const char* closed[] = {"OpenDS", "OpenDS", "OpenDS", "PrestoScan", "SelectDS", "GetAllDS",
-                                      "SetDefaultDriver"};
-    constexpr const char* open[] = {"EnableDS", "EnableDS", "EnableDS", "PrestoScan", "SetXferMech", "CloseDS"};
-    constexpr const char* enabled[] = {"IsDSEvent", "IsDSEvent", "IsDSEvent", "ReadBlock", "DisableDS"};
+    constexpr const char* closed[] = {"OpenDS", "OpenDS", "OpenDS", "SelectDS", "GetAllDS", "SetDefaultDriver"};
+    constexpr const char* open[] = {"EnableDS", "EnableDS", "EnableDS", "EnableDS", "SetXferMech", "CloseDS"};
+    constexpr const char* enabled[] = {"IsDSEvent", "IsDSEvent", "IsDSEvent", "IsDSEvent", "ReadBlock",
+                                       "ReadBlock", "DisableDS"};
+    if (hasOneShots_ && source_.state() < 5 && dice_.inHundred(30)) return exportNamed("PrestoScan");
     switch (source_.state()) {
         case 5:
             return exportNamed(dice_.pick(enabled));
@@ -166,7 +174,7 @@ void HostileHost::call(const Export& chosen) {
 }
 
 void HostileHost::step() {
-    const Export& chosen = dice_.inHundred(50) ? naturalExport() : exports_[dice_.below(exports_.size())];
+    const Export& chosen = dice_.inHundred(65) ? naturalExport() : anyExport();
     progress.call = chosen.name;
     if (progress.tells) std::fprintf(stderr, "%u %s\n", progress.callsOfSeed, chosen.name);
     if (!IsWindow(*window_)) makeWindow();
@@ -174,6 +182,7 @@ void HostileHost::step() {
     startsMinusEnds_ = 0;
     windowLost_ = false;
     call(chosen);
+    takeDib();
     surroundings_.checkHandles();
     // The block reader may keep its buffer as long as the image it reads.
     if (memory.owned(Owner::Module) > 1) fault("%u blocks are left", memory.owned(Owner::Module));
@@ -186,7 +195,7 @@ void HostileHost::meanwhile() {
     if (depth_ == 0 || depth_ >= deepest || !dice_.inThousand(interrupts_)) return;
     if (dice_.inHundred(5)) return makeWindow();
     if (dice_.inHundred(5)) surroundings_.viewerTakesMessages = false;
-    const Export& chosen = dice_.inHundred(50) ? naturalExport() : exports_[dice_.below(exports_.size())];
+    const Export& chosen = dice_.inHundred(50) ? naturalExport() : anyExport();
     if (progress.tells) std::fprintf(stderr, "%u %*s%s\n", progress.callsOfSeed, 4 * depth_, "", chosen.name);
     call(chosen);
 }
@@ -208,7 +217,8 @@ bool HostileHost::handle(UINT message, WPARAM wParam, LPARAM lParam) {
             lookAtStrip(*reinterpret_cast<const TXferStripInfo*>(lParam));
             break;
         case XferEnd:
-            endImage(*reinterpret_cast<TXferImageInfo*>(lParam));
+            if (reinterpret_cast<TXferImageInfo*>(lParam)->XferMech != SM_MECH_MEMORY) --startsMinusEnds_;
+            takeDib();
             break;
         case GetName:
             std::memset(reinterpret_cast<char*>(lParam), "cX%\\"[dice_.below(4)],
@@ -223,7 +233,7 @@ bool HostileHost::handle(UINT message, WPARAM wParam, LPARAM lParam) {
     if (dice_.inHundred(3)) module_.CancelAllXfer();
     if (dice_.inThousand(5)) return makeWindow(), true;
     for (uint32_t calls = dice_.inHundred(20) ? dice_.below(4) : 0; calls > 0 && depth_ < deepest; --calls)
-        call(dice_.inHundred(30) ? exportNamed("ReadBlock") : exports_[dice_.below(exports_.size())]);
+        call(dice_.inHundred(30) ? exportNamed("ReadBlock") : anyExport());
     return true;
 }
 
@@ -231,12 +241,11 @@ void HostileHost::startImage(TXferImageInfo& image) {
     // A memory transfer tells of no end any more once a description was missing.
     if (image.XferMech != SM_MECH_MEMORY) ++startsMinusEnds_;
     imageStarted_ = source_.imageNumber();
-    auto& slot = *reinterpret_cast<HGLOBAL*>(dibSlot_.data());
-    slot = nullptr;
+    takeDib();
     if (dice_.inHundred(50)) return;
     switch (image.XferMech) {
         case SM_MECH_NATIVE:
-            image.Target.Dib = &slot;
+            image.Target.Dib = reinterpret_cast<HGLOBAL*>(dibSlot_.data());
             break;
         case SM_MECH_FILE:
             std::memset(image.Target.FileName, "f%sX"[dice_.below(4)],
@@ -263,8 +272,8 @@ void HostileHost::lookAtStrip(const TXferStripInfo& strip) {
     if (dice_.inHundred(5)) *strip.Buffer = {};
 }
 
-void HostileHost::endImage(const TXferImageInfo& image) {
-    if (image.XferMech != SM_MECH_MEMORY) --startsMinusEnds_;
+// The DIB is the host's, whether it hears of the image's end or its window is gone.
+void HostileHost::takeDib() {
     auto& slot = *reinterpret_cast<HGLOBAL*>(dibSlot_.data());
     memory.give(slot, Owner::Host);
     memory.free(slot, Owner::Host);

@@ -29,13 +29,14 @@ private:
 
     void call(const Export& chosen);
     const Export& exportNamed(const char* name) const;
+    const Export& anyExport();
     const Export& naturalExport();
     // While somebody else has the word.
     void meanwhile();
     bool handle(UINT message, WPARAM wParam, LPARAM lParam);
     void startImage(TXferImageInfo& image);
     void lookAtStrip(const TXferStripInfo& strip);
-    void endImage(const TXferImageInfo& image);
+    void takeDib();
     void makeWindow();
     void readBlock();
     void negotiate();
@@ -58,6 +59,7 @@ private:
     std::unique_ptr<MessageWindow> window_;
     int depth_ = 0, batchDepth_ = 0;
     uint32_t interrupts_;  // in a thousand
+    bool hasOneShots_;
     uint32_t imageStarted_ = 0;
     int startsMinusEnds_ = 0;
     bool windowLost_ = false;  // since the outermost call began

@@ -110,7 +110,7 @@ void run(uint64_t seed) {
             memory.allocationsThatFail = 1 + dice.below(30);
             memory.locksThatFail = dice.below(10);
         }
-        for (uint32_t steps = 50 + dice.below(200); steps > 0; --steps)
+        for (uint32_t steps = 100 + dice.below(500); steps > 0; --steps)
             host.step();
     }
     progress.call = "unloading";
