@@ -21,9 +21,9 @@ public:
 
     // Any number, the edges first of all.
     uint32_t any() {
-        constexpr uint32_t edges[] = {0,      1,      2,          3,          0x7F,       0x80,      0xFF,
-                                      0x100,  0x7FFF, 0x8000,     0xFFFF,     0x10000,    0x7FFFFFFF,
-                                      0x80000000, 0xFFFFFFFE, 0xFFFFFFFF};
+        constexpr uint32_t edges[] = {0,          1,          2,          3,         0x7F,   0x80,
+                                      0xFF,       0x100,      0x7FFF,     0x8000,    0xFFFF, 0x10000,
+                                      0x7FFFFFFF, 0x80000000, 0xFFFFFFFE, 0xFFFFFFFF};
         if (inHundred(40)) return pick(edges);
         return static_cast<uint32_t>(next() >> (32 + below(32)));
     }

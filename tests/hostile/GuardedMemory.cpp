@@ -24,10 +24,10 @@ uint32_t numberOf(HGLOBAL handle) {
 GuardedMemory::GuardedMemory() {
     for (const auto& arena : arenas) {
         for (size_t i = 0; i < arena.count; ++i) {
-            auto* const base = static_cast<uint8_t*>(
-                VirtualAlloc(nullptr, arena.capacity + 2 * pageSize, MEM_RESERVE | MEM_COMMIT, PAGE_NOACCESS));
-            blocks_.push_back({base + pageSize, arena.capacity, nullptr, 0, 1, 0, false, false, false, false,
-                               Owner::Host});
+            auto* const base = static_cast<uint8_t*>(VirtualAlloc(nullptr, arena.capacity + 2 * pageSize,
+                                                                  MEM_RESERVE | MEM_COMMIT, PAGE_NOACCESS));
+            blocks_.push_back(
+                {base + pageSize, arena.capacity, nullptr, 0, 1, 0, false, false, false, false, Owner::Host});
         }
     }
 }
@@ -151,9 +151,11 @@ uint32_t GuardedMemory::owned(Owner owner) const {
 }
 
 Lent::Lent(SIZE_T size) : handle_(memory.allocate(size, Owner::Host)), data_(memory.lock(handle_)) {
-    if (handle_ == nullptr) fault("the run itself is out of memory: %u blocks of the module's, %u of the "
-                                  "source's, %u of the host's", memory.owned(Owner::Module),
-                                  memory.owned(Owner::Source), memory.owned(Owner::Host));
+    if (handle_ == nullptr)
+        fault(
+            "the run itself is out of memory: %u blocks of the module's, %u of the "
+            "source's, %u of the host's",
+            memory.owned(Owner::Module), memory.owned(Owner::Source), memory.owned(Owner::Host));
 }
 
 Lent::~Lent() {

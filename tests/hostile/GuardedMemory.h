@@ -1,6 +1,6 @@
 // Global memory as a run sees it, module, source and host alike. Every block lies against a page that nobody
-// may touch, with a pattern on its other side; it can be touched only while it is locked, and never again once
-// it is freed. Each has an owner, so that what is lost, freed twice or not one's own comes to light.
+// may touch, with a pattern on its other side; it can be touched only while it is locked, and never again
+// once it is freed. Each has an owner, so that what is lost, freed twice or not one's own comes to light.
 #pragma once
 
 #include <windows.h>

@@ -1,8 +1,8 @@
 #include "HostileHost.h"
 
-#include <cstring>
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <tuple>
 #include <type_traits>
 #include <utility>
@@ -74,7 +74,8 @@ struct HostileHost::Argument<Type*> {
 template <>
 struct HostileHost::Argument<const PrestoScanSettings*> : Argument<PrestoScanSettings*> {
     bool given;
-    explicit Argument(HostileHost& host) : Argument<PrestoScanSettings*>(host), given(host.dice_.inHundred(80)) {
+    explicit Argument(HostileHost& host)
+        : Argument<PrestoScanSettings*>(host), given(host.dice_.inHundred(80)) {
         auto& settings = *Argument<PrestoScanSettings*>::get();
         settings.ShowUI = settings.ModalUI = host.dice_.inHundred(50);
     }
@@ -132,7 +133,8 @@ void HostileHost::makeWindow() {
     windowLost_ = true;
     window_.reset();
     window_ = std::make_unique<MessageWindow>(
-        "HostileHost", [this](UINT message, WPARAM wParam, LPARAM lParam) { return handle(message, wParam, lParam); });
+        "HostileHost",
+        [this](UINT message, WPARAM wParam, LPARAM lParam) { return handle(message, wParam, lParam); });
 }
 
 const HostileHost::Export& HostileHost::exportNamed(const char* name) const {
@@ -149,10 +151,11 @@ const HostileHost::Export& HostileHost::anyExport() {
 
 // What a sensible host would call next, so that runs get somewhere.
 const HostileHost::Export& HostileHost::naturalExport() {
-    constexpr const char* closed[] = {"OpenDS", "OpenDS", "OpenDS", "SelectDS", "GetAllDS", "SetDefaultDriver"};
+    constexpr const char* closed[] = {"OpenDS",   "OpenDS",   "OpenDS",
+                                      "SelectDS", "GetAllDS", "SetDefaultDriver"};
     constexpr const char* open[] = {"EnableDS", "EnableDS", "EnableDS", "EnableDS", "SetXferMech", "CloseDS"};
-    constexpr const char* enabled[] = {"IsDSEvent", "IsDSEvent", "IsDSEvent", "IsDSEvent", "ReadBlock",
-                                       "ReadBlock", "DisableDS"};
+    constexpr const char* enabled[] = {"IsDSEvent", "IsDSEvent", "IsDSEvent", "IsDSEvent",
+                                       "ReadBlock", "ReadBlock", "DisableDS"};
     if (hasOneShots_ && source_.state() < 5 && dice_.inHundred(30)) return exportNamed("PrestoScan");
     switch (source_.state()) {
         case 5:
@@ -186,7 +189,8 @@ void HostileHost::step() {
     surroundings_.checkHandles();
     // The block reader may keep its buffer as long as the image it reads.
     if (memory.owned(Owner::Module) > 1) fault("%u blocks are left", memory.owned(Owner::Module));
-    if (startsMinusEnds_ != 0 && !windowLost_) fault("images that start without an end, or end without a start");
+    if (startsMinusEnds_ != 0 && !windowLost_)
+        fault("images that start without an end, or end without a start");
     surroundings_.forgetFiles();
     source_.oneShotRuns = false;
 }
@@ -224,9 +228,13 @@ bool HostileHost::handle(UINT message, WPARAM wParam, LPARAM lParam) {
             std::memset(reinterpret_cast<char*>(lParam), "cX%\\"[dice_.below(4)],
                         dice_.inHundred(20) ? +SM_FILE_NAME_SIZE : dice_.below(40));
             source_.oneShotRuns = true;
+            filesOpen_ = surroundings_.openFiles();
             break;
         case FileEnd:
             if (wParam == SM_SCANTOFILE_DONE) ++progress.files;
+            // A file that could not be written stays open; no other does.
+            if (wParam == SM_SCANTOFILE_DONE && surroundings_.openFiles() != filesOpen_)
+                fault("a file is left open");
             break;
     }
     if (dice_.inHundred(4)) module_.CancelThisXfer();
@@ -297,7 +305,8 @@ void HostileHost::readBlock() {
     source_.keepsImage = outer;
     if (count != unwritten) ++progress.blocks;
     if (over != (count == 0xFFFFFFFF)) fault("the block reader's result is %d with count %u", over, count);
-    if (!over && count != unwritten && count > size + slack) fault("%u bytes of %u were delivered", count, size);
+    if (!over && count != unwritten && count > size + slack)
+        fault("%u bytes of %u were delivered", count, size);
 }
 
 void HostileHost::negotiate() {

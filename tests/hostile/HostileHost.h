@@ -1,5 +1,5 @@
-// A host that calls every export in any order, from its loop, from its handlers and while the source or Windows
-// has the word, with outputs that end where nobody may write; its window may vanish at any moment.
+// A host that calls every export in any order, from its loop, from its handlers and while the source or
+// Windows has the word, with outputs that end where nobody may write; its window may vanish at any moment.
 #pragma once
 
 #include <functional>
@@ -61,6 +61,7 @@ private:
     uint32_t interrupts_;  // in a thousand
     bool hasOneShots_;
     uint32_t imageStarted_ = 0;
+    unsigned filesOpen_ = 0;  // before the one-shot scan
     int startsMinusEnds_ = 0;
     bool windowLost_ = false;  // since the outermost call began
     Lent dibSlot_{sizeof(HGLOBAL)}, stripMemory_{5000};

@@ -11,12 +11,12 @@ namespace {
 constexpr uint32_t mostOperations = 500000;  // in one call of the host's
 // What the module puts up with, and as much again for calls within calls.
 constexpr uint32_t mostEmptyStrips = 10000, mostUndescribed = 1000, mostListed = 1000;
-constexpr uint32_t strips = 6000, images = 12;  // that the source has before it ends by itself
+constexpr uint32_t strips = 1000, images = 12;  // that the source has before it ends by itself
 
 // Kinds of image: pixel type, bits per pixel, samples.
 constexpr struct {
     TW_INT16 pixelType, bits, samples;
-} kinds[] = {{TWPT_BW, 1, 1},   {TWPT_GRAY, 8, 1},    {TWPT_RGB, 24, 3},    {TWPT_RGB, 24, 3},
+} kinds[] = {{TWPT_BW, 1, 1},    {TWPT_GRAY, 8, 1}, {TWPT_RGB, 24, 3},    {TWPT_RGB, 24, 3},
              {TWPT_GRAY, 16, 1}, {TWPT_RGB, 48, 3}, {TWPT_PALETTE, 4, 1}, {TWPT_PALETTE, 8, 1}};
 
 template <class Record>
@@ -44,8 +44,7 @@ HostileSource::HostileSource(uint64_t seed) : dice_(seed + 0x10000000) {
     lies_ = dice_.pick(tempers);
     failures_ = dice_.pick(tempers) / 2;
     endlessList_ = dice_.inHundred(5);
-    endlessStrips_ = dice_.inHundred(4);
-    endlessImages_ = dice_.inHundred(8);
+    if (dice_.inHundred(40)) onlyMechanism_ = dice_.below(3);
     newImage();
 }
 
@@ -57,6 +56,7 @@ void HostileSource::newImage() {
     ++imageNumber_;
     row_ = strips_ = emptyStrips_ = 0;
     bytes_ = 0;
+    endlessStrips_ = dice_.inHundred(3);
     if (keepsImage) return;
     const auto& kind = dice_.pick(kinds);
     image_ = {{300, 0}, {300, 0}, 0, 0, kind.samples, {}, kind.bits, 0, kind.pixelType, TWCP_NONE};
@@ -64,7 +64,7 @@ void HostileSource::newImage() {
     image_.ImageLength = static_cast<TW_INT32>(1 + dice_.below(100));
     for (TW_INT16 i = 0; i < kind.samples; ++i)
         image_.BitsPerSample[i] = static_cast<TW_INT16>(kind.bits / kind.samples);
-    image_.Planar = kind.samples == 3 && dice_.inHundred(15);
+    image_.Planar = kind.samples == 3 && dice_.inHundred(30);
     if (dice_.inHundred(10)) image_.Compression = TWCP_PACKBITS;
     if (lies()) image_.ImageWidth = static_cast<TW_INT32>(dice_.any());
     if (lies()) image_.ImageLength = static_cast<TW_INT32>(dice_.any());
@@ -148,14 +148,17 @@ TW_UINT16 HostileSource::move(TW_UINT16 message) {
                  {MSG_CLOSEDS, 3}, {MSG_ENABLEDS, 5}, {MSG_DISABLEDS, 4}};
     for (const auto& known : moves)
         if (done && known.message == message) state_ = known.state;
-    if (message == MSG_ENABLEDS) images_ = 0;
+    if (message == MSG_ENABLEDS) {
+        images_ = 0;
+        endlessImages_ = dice_.inHundred(10);
+    }
     return code;
 }
 
 // To the brim, now and then.
 void HostileSource::nameTexts(TW_IDENTITY& identity) {
-    for (TW_STR32* text : {&identity.Version.Info, &identity.Manufacturer, &identity.ProductFamily,
-                           &identity.ProductName}) {
+    for (TW_STR32* text :
+         {&identity.Version.Info, &identity.Manufacturer, &identity.ProductFamily, &identity.ProductName}) {
         if (lies()) std::memset(*text, 'x', sizeof *text);
     }
 }
@@ -205,8 +208,8 @@ void HostileSource::keep(HGLOBAL handle) {
 }
 
 HGLOBAL HostileSource::makeContainer(TW_CAPABILITY& cap) {
-    constexpr TW_UINT16 contypes[] = {TWON_ONEVALUE, TWON_ONEVALUE, TWON_ENUMERATION, TWON_ENUMERATION,
-                                      TWON_RANGE, TWON_ARRAY};
+    constexpr TW_UINT16 contypes[] = {TWON_ONEVALUE,    TWON_ONEVALUE, TWON_ENUMERATION,
+                                      TWON_ENUMERATION, TWON_RANGE,    TWON_ARRAY};
     cap.ConType = lies() ? static_cast<TW_UINT16>(dice_.any()) : dice_.pick(contypes);
     if (lies()) return strangeHandle();
     const auto itemType = static_cast<TW_UINT16>(lies() ? dice_.any() : dice_.below(8));
@@ -249,6 +252,10 @@ TW_UINT16 HostileSource::takeContainer(TW_CAPABILITY& cap) {
         if (cap.ConType == TWON_ENUMERATION ? head.NumItems > 9 || size < 14 + 2 * head.NumItems
                                             : cap.ConType != TWON_ONEVALUE || size < sizeof(TW_ONEVALUE))
             fault("sets capability %04X with a container that is none", cap.Cap);
+        // The low half of what a container of one value holds lies where a list has its length.
+        const bool isRefused = cap.Cap == ICAP_XFERMECH && cap.ConType == TWON_ONEVALUE &&
+                               onlyMechanism_ < 3 && (head.NumItems & 0xFFFF) != onlyMechanism_;
+        if (isRefused) return TWRC_FAILURE;
         if (lies() && dice_.inHundred(20)) {
             // Another one in its place; the first is the source's from then on.
             memory.give(cap.hContainer, Owner::Source);
@@ -288,6 +295,18 @@ TW_UINT16 HostileSource::imageInfo(TW_IMAGEINFO& info) {
     return code;
 }
 
+// A little beside it, anything below an edge, or anything at all.
+uint32_t HostileSource::lieAbout(uint32_t value, uint32_t edge) {
+    switch (dice_.below(3)) {
+        case 0:
+            return value + dice_.below(5) - 2;
+        case 1:
+            return dice_.below(edge + 1);
+        default:
+            return dice_.any();
+    }
+}
+
 TW_UINT16 HostileSource::nextStrip(TW_IMAGEMEMXFER& strip) {
     const TW_MEMORY given = strip.Memory;
     auto* const bytes = static_cast<uint8_t*>(given.TheMem);
@@ -299,19 +318,28 @@ TW_UINT16 HostileSource::nextStrip(TW_IMAGEMEMXFER& strip) {
     const TW_UINT16 failure = returnCode(TWRC_SUCCESS);
     if (failure != TWRC_SUCCESS && failure != TWRC_XFERDONE) return failure;
 
+    const bool isHonest = !lies();
     const auto width = static_cast<uint32_t>(std::clamp<TW_INT32>(image_.ImageWidth, 1, 3000));
     const auto length = static_cast<uint32_t>(std::clamp<TW_INT32>(image_.ImageLength, 1, 3000));
     const auto bits = static_cast<uint32_t>(std::clamp<TW_INT32>(image_.BitsPerPixel, 1, 64));
     const uint32_t rowBytes = (width * (image_.Planar ? 8 : bits) + 7) / 8;
-    strip = {image_.Compression, dice_.inHundred(60) ? (rowBytes + 3) / 4 * 4 : rowBytes, width, 0, 0, row_, 0,
+    strip = {image_.Compression,
+             dice_.inHundred(60) ? (rowBytes + 3) / 4 * 4 : rowBytes,
+             width,
+             0,
+             0,
+             row_,
+             0,
              given};
     strip.Rows = std::min<uint32_t>(given.Length / strip.BytesPerRow, std::max(length, row_ + 1) - row_);
     if (endlessStrips_) strip.Rows = given.Length / strip.BytesPerRow;
     if (endlessStrips_ && imageNumber_ % 2 != 0) strip.Rows = 0;
     strip.BytesWritten = strip.Rows * strip.BytesPerRow;
+    // Who lies of one number lies of others too.
     for (TW_UINT32* field : {&strip.BytesPerRow, &strip.Columns, &strip.Rows, &strip.XOffset, &strip.YOffset,
-                             &strip.BytesWritten, &strip.Memory.Length})
-        if (lies()) *field = dice_.inHundred(30) ? *field + dice_.below(5) - 2 : dice_.any();
+                             &strip.BytesWritten, &strip.Memory.Length}) {
+        if (!isHonest && dice_.inHundred(40)) *field = lieAbout(*field, given.Length);
+    }
     if (lies()) strip.Memory.TheMem = strangeHandle();
 
     row_ += strip.Rows;
@@ -328,8 +356,17 @@ TW_UINT16 HostileSource::nextStrip(TW_IMAGEMEMXFER& strip) {
 
 TW_UINT16 HostileSource::nativeDib(HGLOBAL& dib) {
     const TW_UINT16 code = returnCode(TWRC_XFERDONE);
-    BITMAPINFOHEADER header = {sizeof header, 1 + static_cast<LONG>(dice_.below(100)),
-                               1 + static_cast<LONG>(dice_.below(100)), 1, 8, 0, 0, 0, 0, 256, 0};
+    BITMAPINFOHEADER header = {sizeof header,
+                               1 + static_cast<LONG>(dice_.below(100)),
+                               1 + static_cast<LONG>(dice_.below(100)),
+                               1,
+                               8,
+                               0,
+                               0,
+                               0,
+                               0,
+                               256,
+                               0};
     const uint32_t row = static_cast<uint32_t>(header.biWidth + 3) / 4 * 4;
     uint32_t size = sizeof header + 1024 + row * static_cast<uint32_t>(header.biHeight);
     if (lies()) size = dice_.below(size);

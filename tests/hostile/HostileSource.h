@@ -1,5 +1,5 @@
-// A TWAIN manager with a source that answers anything. How often it lies differs from run to run, so that some
-// runs get far. What the module passes is looked at as closely as what it does with the answers.
+// A TWAIN manager with a source that answers anything. How often it lies differs from run to run, so that
+// some runs get far. What the module passes is looked at as closely as what it does with the answers.
 #pragma once
 
 #include <scanmodule/twain_types.h>
@@ -47,14 +47,16 @@ private:
     TW_UINT16 pending(TW_PENDINGXFERS& pending);
     TW_UINT16 palette(TW_PALETTE8& palette);
     HGLOBAL strangeHandle();
+    uint32_t lieAbout(uint32_t value, uint32_t edge);
     void keep(HGLOBAL handle);
     void nameTexts(TW_IDENTITY& identity);
     void newImage();
     bool lies() { return dice_.inThousand(lies_); }
 
     Dice dice_;
-    uint32_t lies_, failures_;  // in a thousand
-    bool endlessList_, endlessStrips_, endlessImages_;
+    uint32_t lies_, failures_;    // in a thousand
+    uint32_t onlyMechanism_ = 3;  // that can be set; 3: any
+    bool endlessList_, endlessStrips_ = false, endlessImages_ = false;
     int state_ = 2;
     TW_IDENTITY application_ = {};
     TW_IMAGEINFO image_ = {};

@@ -65,7 +65,8 @@ Options readOptions(char** words) {
         if (is("--start") || is("--seed")) options.start = value;
         if (is("--seed")) options.single = true;
     }
-    if (options.calls != 0 && options.seconds != 0) refuse("only one of these may be given", "--calls, --seconds");
+    if (options.calls != 0 && options.seconds != 0)
+        refuse("only one of these may be given", "--calls, --seconds");
     if (options.tells && !options.single) refuse("this option needs --seed", "--tell");
     if (options.calls == 0 && options.seconds == 0) options.calls = 100000;
     return options;
@@ -74,7 +75,8 @@ Options readOptions(char** words) {
 // A viewer for the module to find; its lines go to Surroundings.
 struct Viewer {
     MessageWindow window{"KTWDiagXprt32", [](UINT, WPARAM, LPARAM) { return false; }};
-    HANDLE mapping = CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 4096, "KTWDiagXprt32File");
+    HANDLE mapping =
+        CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 4096, "KTWDiagXprt32File");
     char* view = static_cast<char*>(MapViewOfFile(mapping, FILE_MAP_ALL_ACCESS, 0, 0, 0));
 
     Viewer() { std::memset(view, '#', 4096); }
@@ -143,9 +145,10 @@ int main(int, char** arguments) {
         run(seed++);
     } while (!options.single && (options.calls != 0 ? progress.calls < options.calls
                                                     : seconds() < static_cast<double>(options.seconds)));
-    std::printf("hostile: %llu seeds from %llu, %llu calls, %llu operations of the source (%llu images, %llu strips, "
-                "%llu blocks, %llu one-shot files), %.1f s: no fault\n",
-                seed - options.start, options.start, progress.calls, progress.operations, progress.images,
-                progress.strips, progress.blocks, progress.files, seconds());
+    std::printf(
+        "hostile: %llu seeds from %llu, %llu calls, %llu operations of the source (%llu images, %llu strips, "
+        "%llu blocks, %llu one-shot files), %.1f s: no fault\n",
+        seed - options.start, options.start, progress.calls, progress.operations, progress.images,
+        progress.strips, progress.blocks, progress.files, seconds());
     return 0;
 }

@@ -1,5 +1,6 @@
-// The Windows that the module finds in a run: files in memory on a disk that fills up, folders, profiles and a
-// registry that say anything, message boxes nobody sees, a viewer that comes to nothing. Handles are counted.
+// The Windows that the module finds in a run: files in memory on a disk that fills up, folders, profiles and
+// a registry that say anything, message boxes nobody sees, a viewer that comes to nothing. Handles are
+// counted.
 #pragma once
 
 #include <windows.h>

@@ -48,7 +48,9 @@ DWORD WINAPI watch(void*) {
 
 void startWatch() {
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
-    SetUnhandledExceptionFilter(endCrashed);
+    // First of all handlers: Windows itself swallows crashes inside its string functions and window
+    // procedures.
+    AddVectoredExceptionHandler(TRUE, endCrashed);
     CloseHandle(CreateThread(nullptr, 0, watch, nullptr, 0, nullptr));
 }
 

@@ -9,9 +9,9 @@ struct Progress {
     const char* call = "loading";  // the outermost export that runs
     uint32_t callsOfSeed = 0;
     uint64_t calls = 0;
-    uint64_t operations = 0;               // of the manager
+    uint64_t operations = 0;                                 // of the manager
     uint64_t images = 0, strips = 0, blocks = 0, files = 0;  // how far runs get
-    bool tells = false;       // every call, as it begins
+    bool tells = false;                                      // every call, as it begins
 };
 extern Progress progress;
 
