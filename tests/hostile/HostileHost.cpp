@@ -7,6 +7,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "Arguments.h"
 #include "Watch.h"
 
 namespace {
@@ -28,81 +29,10 @@ bool isNamed(const char* name, std::initializer_list<const char*> names) {
 
 }  // namespace
 
-// A number of any value.
-template <class Type>
-struct HostileHost::Argument {
-    Type value;
-    explicit Argument(HostileHost& host) {
-        if constexpr (std::is_same_v<Type, double>) {
-            value = host.dice_.inHundred(70) ? host.dice_.below(1000) / 7.0 : 0;
-            if (host.dice_.inHundred(10)) host.dice_.fill(&value, sizeof value);
-        } else if constexpr (std::is_same_v<Type, SmImageLayout>) {
-            host.dice_.fill(&value, sizeof value);
-        } else {
-            value = static_cast<Type>(host.dice_.inHundred(60) ? host.dice_.below(9) : host.dice_.any());
-        }
-    }
-    Type get() { return value; }
-};
-
-template <>
-struct HostileHost::Argument<HWND> {
-    HWND value;
-    explicit Argument(HostileHost& host) : value(*host.window_) {
-        constexpr uintptr_t strange[] = {0, 1, 0xDEAD0000};
-        if (host.dice_.inHundred(5)) value = reinterpret_cast<HWND>(host.dice_.pick(strange));
-    }
-    HWND get() { return value; }
-};
-
-// Outputs and records: exactly as large as they are.
-template <class Type>
-struct HostileHost::Argument<Type*> {
-    static constexpr size_t size() {
-        if constexpr (std::is_void_v<Type>)
-            return 1024;  // the source's own blocks
-        else if constexpr (std::is_same_v<Type, char>)
-            return SM_NAME_SIZE;
-        else
-            return sizeof(Type);
-    }
-    Lent lent{size()};
-    explicit Argument(HostileHost& host) { host.dice_.fill(lent.data(), size()); }
-    Type* get() { return reinterpret_cast<Type*>(lent.data()); }
-};
-
-template <>
-struct HostileHost::Argument<const PrestoScanSettings*> : Argument<PrestoScanSettings*> {
-    bool given;
-    explicit Argument(HostileHost& host)
-        : Argument<PrestoScanSettings*>(host), given(host.dice_.inHundred(80)) {
-        auto& settings = *Argument<PrestoScanSettings*>::get();
-        settings.ShowUI = settings.ModalUI = host.dice_.inHundred(50);
-    }
-    PrestoScanSettings* get() { return given ? Argument<PrestoScanSettings*>::get() : nullptr; }
-};
-
-// Texts of any length, which end with their memory.
-template <>
-struct HostileHost::Argument<const char*> {
-    const uint32_t length;
-    Lent lent{length + 1};
-    explicit Argument(HostileHost& host) : length(host.dice_.below(host.dice_.inHundred(80) ? 40 : 600)) {
-        std::memset(lent.data(), "aX%\\"[host.dice_.below(4)], length);
-        if (length == 12 || length == 13) std::memcpy(lent.data(), "Plain Source", 12);
-        lent.data()[length] = '\0';
-    }
-    const char* get() { return reinterpret_cast<const char*>(lent.data()); }
-};
-
-template <class... Types>
-void HostileHost::invoke(int(WINAPI* function)(Types...)) {
-    std::tuple<Argument<Types>...> arguments{(static_cast<void>(sizeof(Types)), *this)...};
-    std::apply([&](auto&... each) { function(each.get()...); }, arguments);
-}
-template <class... Types>
-void HostileHost::invoke(void(WINAPI* function)(Types...)) {
-    std::tuple<Argument<Types>...> arguments{(static_cast<void>(sizeof(Types)), *this)...};
+template <class Result, class... Types>
+void HostileHost::invoke(Result(WINAPI* function)(Types...)) {
+    const HostDice host{dice_, *window_};
+    std::tuple<Argument<Types>...> arguments{(static_cast<void>(sizeof(Types)), host)...};
     std::apply([&](auto&... each) { function(each.get()...); }, arguments);
 }
 
@@ -111,6 +41,7 @@ HostileHost::HostileHost(uint64_t seed, Module& module, HostileSource& source, S
     constexpr uint32_t tempers[] = {0, 1, 10, 60};
     interrupts_ = dice_.pick(tempers);
     hasOneShots_ = dice_.inHundred(35);
+    cancels_ = dice_.inHundred(50) ? dice_.below(8) : 0;
 #define SM_FUNCTION(name, ordinal, bytes) exports_.push_back({#name, [this] { invoke(module_.name); }});
 #include "ModuleFunctions.inc"
 #undef SM_FUNCTION
@@ -130,7 +61,7 @@ HostileHost::~HostileHost() {
 }
 
 void HostileHost::makeWindow() {
-    windowLost_ = true;
+    windowLost_ = source_.hostIsGone = true;
     window_.reset();
     window_ = std::make_unique<MessageWindow>(
         "HostileHost",
@@ -156,7 +87,7 @@ const HostileHost::Export& HostileHost::naturalExport() {
     constexpr const char* open[] = {"EnableDS", "EnableDS", "EnableDS", "EnableDS", "SetXferMech", "CloseDS"};
     constexpr const char* enabled[] = {"IsDSEvent", "IsDSEvent", "IsDSEvent", "IsDSEvent",
                                        "ReadBlock", "ReadBlock", "DisableDS"};
-    if (hasOneShots_ && source_.state() < 5 && dice_.inHundred(30)) return exportNamed("PrestoScan");
+    if (hasOneShots_ && source_.state() < 5 && dice_.inHundred(60)) return exportNamed("PrestoScan");
     switch (source_.state()) {
         case 5:
             return exportNamed(dice_.pick(enabled));
@@ -170,7 +101,8 @@ const HostileHost::Export& HostileHost::naturalExport() {
 void HostileHost::call(const Export& chosen) {
     ++progress.calls;
     ++progress.callsOfSeed;
-    ++depth_;
+    // It may be a new window's session that goes on.
+    if (++depth_ > 1) source_.hostIsGone = false;
     chosen.call();
     if (batchDepth_ == depth_) batchDepth_ = 0;
     --depth_;
@@ -183,7 +115,7 @@ void HostileHost::step() {
     if (!IsWindow(*window_)) makeWindow();
     source_.beginCall();
     startsMinusEnds_ = 0;
-    windowLost_ = false;
+    windowLost_ = source_.hostIsGone = false;
     call(chosen);
     takeDib();
     surroundings_.checkHandles();
@@ -237,9 +169,9 @@ bool HostileHost::handle(UINT message, WPARAM wParam, LPARAM lParam) {
                 fault("a file is left open");
             break;
     }
-    if (dice_.inHundred(4)) module_.CancelThisXfer();
-    if (dice_.inHundred(3)) module_.CancelAllXfer();
-    if (dice_.inThousand(5)) return makeWindow(), true;
+    if (dice_.inHundred(cancels_)) module_.CancelThisXfer();
+    if (dice_.inHundred(cancels_)) module_.CancelAllXfer();
+    if (dice_.inThousand(interrupts_ / 2)) return makeWindow(), true;
     for (uint32_t calls = dice_.inHundred(20) ? dice_.below(4) : 0; calls > 0 && depth_ < deepest; --calls)
         call(dice_.inHundred(30) ? exportNamed("ReadBlock") : anyExport());
     return true;
@@ -336,5 +268,5 @@ void HostileHost::disableWindows() {
     const Lent context{sizeof(SmDisableWndsContext)};
     auto& windows = *reinterpret_cast<SmDisableWndsContext*>(context.data());
     windows = {0, 0, dice_.inHundred(50) ? reinterpret_cast<HWND*>(list.data()) : nullptr};
-    module_.DisableWnds(Argument<HWND>(*this).get(), reinterpret_cast<LPARAM>(&windows));
+    module_.DisableWnds(Argument<HWND>({dice_, *window_}).get(), reinterpret_cast<LPARAM>(&windows));
 }

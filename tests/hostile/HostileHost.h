@@ -42,13 +42,8 @@ private:
     void negotiate();
     void disableWindows();
 
-    // What a call's arguments are made of: by their types.
-    template <class Type>
-    struct Argument;
-    template <class... Types>
-    void invoke(int(WINAPI* function)(Types...));
-    template <class... Types>
-    void invoke(void(WINAPI* function)(Types...));
+    template <class Result, class... Types>
+    void invoke(Result(WINAPI* function)(Types...));
 
     Dice dice_;
     Module& module_;
@@ -59,6 +54,7 @@ private:
     std::unique_ptr<MessageWindow> window_;
     int depth_ = 0, batchDepth_ = 0;
     uint32_t interrupts_;  // in a thousand
+    uint32_t cancels_;     // in a hundred messages
     bool hasOneShots_;
     uint32_t imageStarted_ = 0;
     unsigned filesOpen_ = 0;  // before the one-shot scan
