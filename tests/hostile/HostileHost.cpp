@@ -151,6 +151,8 @@ bool HostileHost::handle(UINT message, WPARAM wParam, LPARAM lParam) {
         case XferData:
             ++progress.strips;
             lookAtStrip(*reinterpret_cast<const TXferStripInfo*>(lParam));
+            // A patient host waits: it is the module that has to end empty strips.
+            if (reinterpret_cast<const TXferStripInfo*>(lParam)->BytesWritten == 0) return true;
             break;
         case XferEnd:
             if (reinterpret_cast<TXferImageInfo*>(lParam)->XferMech != SM_MECH_MEMORY) --startsMinusEnds_;

@@ -79,7 +79,7 @@ TW_UINT16 HostileSource::nextStrip(TW_IMAGEMEMXFER& strip) {
     // The whole of it has to be there.
     bytes[given.Length - 1] = 1;
     dice_.fill(bytes, std::min<TW_UINT32>(given.Length, 300));
-    const TW_UINT16 failure = returnCode(TWRC_SUCCESS);
+    const TW_UINT16 failure = endlessStrips_ ? +TWRC_SUCCESS : returnCode(TWRC_SUCCESS);
     if (failure != TWRC_SUCCESS && failure != TWRC_XFERDONE) return failure;
 
     const bool isHonest = lies_ == 0 || !dice_.inHundred(20);
@@ -156,10 +156,10 @@ TW_UINT16 HostileSource::pending(TW_PENDINGXFERS& pending) {
     newImage();
     if (endlessImages_ && ++undescribed_ > mostUndescribed) fault("waits for a description for ever");
     pending.Count = static_cast<TW_UINT16>(lies() ? dice_.any() : dice_.below(3));
-    if (endlessImages_) pending.Count = 0xFFFF;
-    if (++images_ > images && !endlessImages_) pending.Count = 0;
-    if (hostIsGone) pending.Count = 0xFFFF;
-    return returnCode(TWRC_SUCCESS);
+    if (++images_ > images) pending.Count = 0;
+    if (!hostIsGone && !endlessImages_) return returnCode(TWRC_SUCCESS);
+    pending.Count = 0xFFFF;
+    return TWRC_SUCCESS;
 }
 
 TW_UINT16 HostileSource::palette(TW_PALETTE8& palette) {
