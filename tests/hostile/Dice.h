@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 class Dice {
 public:
@@ -35,7 +36,7 @@ public:
         auto* bytes = static_cast<uint8_t*>(memory);
         for (; size >= 8; size -= 8, bytes += 8) {
             const uint64_t random = next();
-            __builtin_memcpy(bytes, &random, 8);
+            std::memcpy(bytes, &random, 8);
         }
         for (; size > 0; --size)
             *bytes++ = static_cast<uint8_t>(next());

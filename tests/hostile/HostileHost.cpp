@@ -61,7 +61,7 @@ HostileHost::~HostileHost() {
 }
 
 void HostileHost::makeWindow() {
-    windowLost_ = source_.hostIsGone = true;
+    windowChanged_ = source_.hostIsGone = true;
     window_.reset();
     window_ = std::make_unique<MessageWindow>(
         "HostileHost",
@@ -103,6 +103,7 @@ void HostileHost::call(const Export& chosen) {
     ++progress.callsOfSeed;
     // It may be a new window's session that goes on.
     if (++depth_ > 1) source_.hostIsGone = false;
+    if (depth_ > 1 && isNamed(chosen.name, {"OpenDS", "PrestoScan"})) windowChanged_ = true;
     chosen.call();
     if (batchDepth_ == depth_) batchDepth_ = 0;
     --depth_;
@@ -115,13 +116,13 @@ void HostileHost::step() {
     if (!IsWindow(*window_)) makeWindow();
     source_.beginCall();
     startsMinusEnds_ = 0;
-    windowLost_ = source_.hostIsGone = false;
+    windowChanged_ = source_.hostIsGone = false;
     call(chosen);
     takeDib();
     surroundings_.checkHandles();
     // The block reader may keep its buffer as long as the image it reads.
     if (memory.owned(Owner::Module) > 1) fault("%u blocks are left", memory.owned(Owner::Module));
-    if (startsMinusEnds_ != 0 && !windowLost_)
+    if (startsMinusEnds_ != 0 && !windowChanged_)
         fault("images that start without an end, or end without a start");
     surroundings_.forgetFiles();
     source_.oneShotRuns = false;

@@ -59,6 +59,6 @@ private:
     uint32_t imageStarted_ = 0;
     unsigned filesOpen_ = 0;  // before the one-shot scan
     int startsMinusEnds_ = 0;
-    bool windowLost_ = false;  // since the outermost call began
+    bool windowChanged_ = false;  // since the outermost call began
     Lent dibSlot_{sizeof(HGLOBAL)}, stripMemory_{5000};
 };
