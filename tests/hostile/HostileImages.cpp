@@ -164,6 +164,8 @@ TW_UINT16 HostileSource::pending(TW_PENDINGXFERS& pending) {
 
 TW_UINT16 HostileSource::palette(TW_PALETTE8& palette) {
     dice_.fill(&palette, sizeof palette);
-    palette.NumColors = static_cast<TW_UINT16>(lies() ? dice_.any() : dice_.below(257));
+    palette.NumColors = static_cast<TW_UINT16>(lies()                ? dice_.any()
+                                               : dice_.inHundred(20) ? 256
+                                                                     : dice_.below(257));
     return returnCode(TWRC_SUCCESS);
 }
