@@ -73,9 +73,12 @@ TW_UINT16 HostileSource::answer(TW_UINT32 group, TW_UINT16 argumentType, TW_UINT
         case DAT_USERINTERFACE:
             as<TW_USERINTERFACE>(data);
             return move(message);
-        case DAT_STATUS:
-            as<TW_STATUS>(data) = {static_cast<TW_UINT16>(lies() ? dice_.any() : dice_.below(24)), 0};
+        case DAT_STATUS: {
+            const uint32_t code = lies() ? dice_.any() : dice_.below(24);
+            // An operation error would end what is to be endless.
+            as<TW_STATUS>(data) = {static_cast<TW_UINT16>(endlessImages_ ? +TWCC_BUMMER : code), 0};
             return returnCode(TWRC_SUCCESS);
+        }
         case DAT_EVENT:
             return event(as<TW_EVENT>(data));
         case DAT_CAPABILITY:
