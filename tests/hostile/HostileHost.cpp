@@ -101,9 +101,11 @@ const HostileHost::Export& HostileHost::naturalExport() {
 void HostileHost::call(const Export& chosen) {
     ++progress.calls;
     ++progress.callsOfSeed;
-    // It may be a new window's session that goes on.
-    if (++depth_ > 1) source_.hostIsGone = false;
-    if (depth_ > 1 && isNamed(chosen.name, {"OpenDS", "PrestoScan"})) windowChanged_ = true;
+    ++depth_;
+    if (depth_ > 1 && isNamed(chosen.name, {"OpenDS", "PrestoScan"})) {
+        windowChanged_ = true;
+        source_.hostIsGone = false;
+    }
     chosen.call();
     if (batchDepth_ == depth_) batchDepth_ = 0;
     --depth_;

@@ -8,7 +8,7 @@
 namespace {
 
 // What the module puts up with, and as much again for calls within calls.
-constexpr uint32_t mostEmptyStrips = 10000, mostUndescribed = 1000;
+constexpr uint32_t mostEmptyStrips = 10000, mostUndescribed = 1000, mostWithoutHost = 50;
 constexpr uint32_t strips = 1000, images = 12;  // that the source has before it ends by itself
 
 // Kinds of image: pixel type, bits per pixel, samples.
@@ -157,6 +157,7 @@ TW_UINT16 HostileSource::pending(TW_PENDINGXFERS& pending) {
     if (endlessImages_ && ++undescribed_ > mostUndescribed) fault("waits for a description for ever");
     pending.Count = static_cast<TW_UINT16>(lies() ? dice_.any() : dice_.below(3));
     if (++images_ > images) pending.Count = 0;
+    if (hostIsGone && ++imagesWithoutHost_ > mostWithoutHost) fault("a batch goes on without a host");
     if (!hostIsGone && !endlessImages_) return returnCode(TWRC_SUCCESS);
     pending.Count = 0xFFFF;
     return TWRC_SUCCESS;

@@ -41,7 +41,7 @@ HostileSource::HostileSource(uint64_t seed) : dice_(seed + 0x10000000) {
 }
 
 void HostileSource::beginCall() {
-    operationsOfCall_ = undescribed_ = 0;
+    operationsOfCall_ = undescribed_ = imagesWithoutHost_ = 0;
 }
 
 // Mostly what is expected, or a failure; now and then whatever there is.

@@ -63,7 +63,8 @@ private:
     TW_IMAGEINFO image_ = {};
     uint32_t imageNumber_ = 0, row_ = 0, longestRow_ = 0;
     bool widthKnown_ = true;
-    uint32_t strips_ = 0, emptyStrips_ = 0, images_ = 0, undescribed_ = 0, listed_ = 0;
+    uint32_t strips_ = 0, emptyStrips_ = 0, images_ = 0, undescribed_ = 0, imagesWithoutHost_ = 0,
+             listed_ = 0;
     uint64_t bytes_ = 0;
     uint32_t operationsOfCall_ = 0;
     HGLOBAL kept_[16] = {};
