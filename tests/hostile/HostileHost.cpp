@@ -61,7 +61,8 @@ HostileHost::~HostileHost() {
 }
 
 void HostileHost::makeWindow() {
-    windowChanged_ = source_.hostIsGone = true;
+    windowChanged_ = true;
+    if (window_ && source_.parent == *window_) source_.hostIsGone = true;
     window_.reset();
     window_ = std::make_unique<MessageWindow>(
         "HostileHost",
@@ -102,9 +103,10 @@ void HostileHost::call(const Export& chosen) {
     ++progress.calls;
     ++progress.callsOfSeed;
     ++depth_;
-    if (depth_ > 1 && isNamed(chosen.name, {"OpenDS", "PrestoScan"})) {
-        windowChanged_ = true;
+    if (isNamed(chosen.name, {"OpenDS", "PrestoScan"})) {
+        if (depth_ > 1) windowChanged_ = true;
         source_.hostIsGone = false;
+        source_.parent = nullptr;
     }
     chosen.call();
     if (batchDepth_ == depth_) batchDepth_ = 0;

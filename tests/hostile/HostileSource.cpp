@@ -71,7 +71,7 @@ TW_UINT16 HostileSource::answer(TW_UINT32 group, TW_UINT16 argumentType, TW_UINT
         case DAT_IDENTITY:
             return identity(message, as<TW_IDENTITY>(data));
         case DAT_USERINTERFACE:
-            as<TW_USERINTERFACE>(data);
+            parent = as<TW_USERINTERFACE>(data).hParent;
             return move(message);
         case DAT_STATUS: {
             const uint32_t code = lies() ? dice_.any() : dice_.below(24);

@@ -20,6 +20,7 @@ public:
     std::function<void()> meanwhile;
     const void* hostsRecord = nullptr;
     bool oneShotRuns = false;  // a file was asked for
+    HANDLE parent = nullptr;   // the window that the source was enabled for
     bool hostIsGone = false;   // so there is no end of images until the module ends them
     bool keepsImage = false;   // the next image is like this one
 
