@@ -1,8 +1,9 @@
 // The images of the hostile source: what it says of them, and how they come.
+#include "HostileSource.h"
+
 #include <algorithm>
 #include <cstring>
 
-#include "HostileSource.h"
 #include "Watch.h"
 
 namespace {
