@@ -148,7 +148,9 @@ bool HostileHost::handle(UINT message, WPARAM wParam, LPARAM lParam) {
     if (which == messages_.size()) return false;
     switch (which) {
         case XferStart:
-            if (batchDepth_ != 0 && depth_ > batchDepth_) fault("a batch begins within a batch");
+            // Once its image is ended the outer batch may be over, with but its last lines to write.
+            if (batchDepth_ != 0 && depth_ > batchDepth_ && imageStarted_ == source_.imageNumber())
+                fault("a batch begins within a batch");
             batchDepth_ = depth_;
             ++progress.images;
             startImage(*reinterpret_cast<TXferImageInfo*>(lParam));
