@@ -7,10 +7,12 @@
 
 namespace {
 
-// Whether a row can be as wide as the strip says.
-bool isPossible(const PulledImage& image, const TW_IMAGEMEMXFER& strip) {
+// Whether a row can be as wide as the strip says. A host that doesn't know the width has no room for a row
+// longer than what it asks for.
+bool isPossible(const PulledImage& image, const TW_IMAGEMEMXFER& strip, uint64_t rowBytes, uint32_t size) {
     if (!image.described) return false;
     if (image.width > 0) return strip.Columns <= static_cast<uint32_t>(image.width);
+    if (rowBytes > size) return false;
     return static_cast<uint64_t>(strip.Columns) * image.bitsPerPixel <=
            static_cast<uint64_t>(strip.BytesPerRow) * 8;
 }
@@ -21,7 +23,7 @@ uint32_t copyRows(const PulledImage& image, uint8_t* destination, uint32_t size,
                   const GlobalBuffer& buffer) {
     const uint64_t rowBytes = static_cast<uint64_t>(image.bytesPerPixel) * strip.Columns;
     if (rowBytes == 0) return 0;
-    const bool honest = isPossible(image, strip);
+    const bool honest = isPossible(image, strip, rowBytes, size);
     uint64_t offset = 0;
     uint32_t count = 0;
     for (uint32_t row = 0; row < strip.Rows && count < size && offset < buffer.size(); ++row) {
