@@ -4,7 +4,6 @@
 #include <cstring>
 #include <optional>
 
-#include "base/GlobalBuffer.h"
 #include "base/Trace.h"
 
 namespace {
@@ -24,14 +23,14 @@ using Offset = std::optional<uint64_t>;
 
 // What all extractors share. `pick` chooses the field, `lockFailure` is the result of a failed lock.
 template <class FieldPicker>
-TW_UINT16 extract(const Caller& caller, const TW_CAPABILITY* cap, TW_UINT32* out, TW_UINT16 lockFailure,
-                  FieldPicker pick) {
+TW_UINT16 extract(const Caller& caller, const LockedContainer& container, TW_UINT32* out,
+                  TW_UINT16 lockFailure, FieldPicker pick) {
     *out = 0;
-    if (cap->hContainer == nullptr) {
+    if (!container.exists()) {
         caller.warn("Invalid memory");
         return TWCC_BADVALUE;
     }
-    const LockedBlock block{cap->hContainer};
+    const LockedBlock& block = container.block();
     if (block.data() == nullptr) {
         caller.warn("Lock memory error");
         return lockFailure;
@@ -119,24 +118,25 @@ uint32_t ItemSize(TW_UINT16 itemType) {
     }
 }
 
-TW_UINT16 ExtractOneValue(const TW_CAPABILITY* cap, TW_UINT32* out) {
+TW_UINT16 ExtractOneValue(const LockedContainer& container, TW_UINT32* out) {
     const MethodTrace trace{"ExtractOneValue"};
     // Kept: a failed lock is 10 here and 2 in the other extractors.
-    return extract(trace, cap, out, TWCC_BADVALUE,
+    return extract(trace, container, out, TWCC_BADVALUE,
                    [](const LockedBlock&, uint32_t) -> Offset { return offsetof(TW_ONEVALUE, Item); });
 }
 
-TW_UINT16 ExtractEnumerationNumItems(const TW_CAPABILITY* cap, TW_UINT32* out) {
+TW_UINT16 ExtractEnumerationNumItems(const LockedContainer& container, TW_UINT32* out) {
     const MethodTrace trace{"ExtractEnumerationNumItems"};
-    return extract(trace, cap, out, TWCC_LOWMEMORY, [](const LockedBlock& block, uint32_t width) -> Offset {
-        if (!listFits(block, width)) return std::nullopt;
-        return offsetof(TW_ENUMERATION, NumItems);
-    });
+    return extract(trace, container, out, TWCC_LOWMEMORY,
+                   [](const LockedBlock& block, uint32_t width) -> Offset {
+                       if (!listFits(block, width)) return std::nullopt;
+                       return offsetof(TW_ENUMERATION, NumItems);
+                   });
 }
 
-TW_UINT16 ExtractEnumerationValue(const TW_CAPABILITY* cap, TW_UINT32* out, int32_t index) {
+TW_UINT16 ExtractEnumerationValue(const LockedContainer& container, TW_UINT32* out, int32_t index) {
     const MethodTrace trace{"ExtractEnumerationValue"};
-    return extract(trace, cap, out, TWCC_LOWMEMORY,
+    return extract(trace, container, out, TWCC_LOWMEMORY,
                    [index](const LockedBlock& block, uint32_t width) -> Offset {
                        if (!listFits(block, width)) return std::nullopt;
                        uint32_t place = static_cast<uint32_t>(index);
@@ -151,9 +151,9 @@ TW_UINT16 ExtractEnumerationValue(const TW_CAPABILITY* cap, TW_UINT32* out, int3
                    });
 }
 
-TW_UINT16 ExtractRangeValue(const TW_CAPABILITY* cap, TW_UINT32* out, int32_t selector) {
+TW_UINT16 ExtractRangeValue(const LockedContainer& container, TW_UINT32* out, int32_t selector) {
     const MethodTrace trace{"ExtractRangeValue"};
-    return extract(trace, cap, out, TWCC_LOWMEMORY, [selector](const LockedBlock&, uint32_t) -> Offset {
+    return extract(trace, container, out, TWCC_LOWMEMORY, [selector](const LockedBlock&, uint32_t) -> Offset {
         switch (selector) {
             case rangeMin:
                 return offsetof(TW_RANGE, MinValue);
