@@ -18,6 +18,7 @@ public:
     // Frees what is held; size 0 does no more than that.
     void Allocate(uint32_t size);
     void Free();
+    void swap(GlobalBuffer& other);
 
     uint32_t size() const { return size_; }
     uint8_t* data() const { return static_cast<uint8_t*>(pointer_); }
