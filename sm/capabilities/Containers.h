@@ -28,17 +28,24 @@ uint32_t ItemSize(TW_UINT16 itemType);
 // a capability for it.
 class LockedContainer {
 public:
-    LockedContainer(const TW_CAPABILITY& cap)
-        : kind_(cap.ConType), exists_(cap.hContainer != nullptr), block_(cap.hContainer) {}
+    LockedContainer(const TW_CAPABILITY& cap);
 
     TW_UINT16 kind() const { return kind_; }  // TWON_...
     bool exists() const { return exists_; }
     const LockedBlock& block() const { return block_; }
+    // Bytes of an item; 0 when the block doesn't tell, or tells a type that is none.
+    uint32_t itemWidth() const { return itemWidth_; }
+    // Of an enumeration. A list that claims more items than its block holds is no list at all.
+    bool holdsList() const { return holdsList_; }
+    uint32_t listLength() const { return listLength_; }
 
 private:
-    TW_UINT16 kind_;
-    bool exists_;
-    LockedBlock block_;
+    const TW_UINT16 kind_;
+    const bool exists_;
+    const LockedBlock block_;
+    uint32_t itemWidth_ = 0;
+    bool holdsList_ = false;
+    uint32_t listLength_ = 0;
 };
 
 // The extractors write the item's raw bits, at the item type's width and without sign extension, into *out

@@ -18,14 +18,20 @@ Reading readValue(const LockedContainer& container, unsigned kinds, TW_UINT32& v
 }
 
 TW_UINT16 readEnumerationBounds(const LockedContainer& container, Bounds& bounds) {
-    Bounds found = {99999999.0, -99999999.0};
+    // Whole and fraction as one number have the order of the values.
+    const auto ordered = [](TW_UINT32 item) { return static_cast<int32_t>(item << 16 | item >> 16); };
+    TW_UINT32 least = 0, most = 0;
+    bool isEmpty = true;
     const TW_UINT16 failure = forEachItem(container, [&](TW_UINT32 item) {
-        const double value = fix32ToNumber(fix32FromBits(item));
-        if (value < found.min) found.min = value;
-        if (value > found.max) found.max = value;
+        if (isEmpty || ordered(item) < ordered(least)) least = item;
+        if (isEmpty || ordered(item) > ordered(most)) most = item;
+        isEmpty = false;
     });
-    if (failure == TWCC_SUCCESS) bounds = found;
-    return failure;
+    if (failure != TWCC_SUCCESS) return failure;
+    constexpr Bounds ofNothing = {99999999.0, -99999999.0};
+    bounds =
+        isEmpty ? ofNothing : Bounds{fix32ToNumber(fix32FromBits(least)), fix32ToNumber(fix32FromBits(most))};
+    return TWCC_SUCCESS;
 }
 
 TW_UINT16 readRangeField(const LockedContainer& container, RangeField field, double& value) {
