@@ -21,13 +21,6 @@ void timeReference() {
     referenceTimes.push_back(secondsNow() - start);
 }
 
-double timed(const std::function<void()>& work, int repetitions) {
-    const double start = secondsNow();
-    for (int i = 0; i < repetitions; ++i)
-        work();
-    return (secondsNow() - start) / repetitions;
-}
-
 }  // namespace
 
 double secondsNow() {
@@ -44,27 +37,39 @@ double medianOf(std::vector<double> values) {
 }
 
 size_t Race::add(Work work) {
-    turns_.push_back({std::move(work), 1, {}});
+    turns_.push_back({nullptr, std::move(work), 1, {}});
     return turns_.size() - 1;
 }
 
-void Race::take(Turn& turn) {
-    turn.seconds.push_back(timed(turn.work, turn.repetitions));
+size_t Race::addTimed(TimedWork work) {
+    turns_.push_back({std::move(work), nullptr, 1, {}});
+    return turns_.size() - 1;
+}
+
+double Race::take(const Turn& turn) {
+    const double start = secondsNow();
+    double seconds = 0;
+    for (int i = 0; i < turn.repetitions; ++i) {
+        if (turn.timedWork) seconds += turn.timedWork();
+        if (turn.work) turn.work();
+    }
+    return (turn.timedWork ? seconds : secondsNow() - start) / turn.repetitions;
 }
 
 void Race::run(int rounds, double secondsPerTurn) {
     for (Turn& turn : turns_) {
-        turn.work();
-        double fastest = timed(turn.work, 1);
+        double fastest = take(turn);
         for (int i = 0; i < 4; ++i)
-            fastest = std::min(fastest, timed(turn.work, 1));
+            fastest = std::min(fastest, take(turn));
         turn.repetitions = std::max(1, static_cast<int>(secondsPerTurn / fastest));
     }
     for (int round = 0; round < rounds; ++round) {
         timeReference();
         // Nobody always comes after the same one.
-        for (size_t i = 0; i < turns_.size(); ++i)
-            take(turns_[round % 2 == 0 ? i : turns_.size() - 1 - i]);
+        for (size_t i = 0; i < turns_.size(); ++i) {
+            Turn& turn = turns_[round % 2 == 0 ? i : turns_.size() - 1 - i];
+            turn.seconds.push_back(take(turn));
+        }
     }
 }
 

@@ -18,6 +18,9 @@ public:
 
     // Gives the contestant's number.
     size_t add(Work work);
+    // One that says itself how many seconds of its work count.
+    using TimedWork = std::function<double()>;
+    size_t addTimed(TimedWork work);
     // Each contestant works about so long in each round; more than one of its works when it is fast.
     void run(int rounds, double secondsPerTurn = 200e-6);
 
@@ -26,11 +29,13 @@ public:
 
 private:
     struct Turn {
+        TimedWork timedWork;  // one of the two
         Work work;
         int repetitions = 1;
         std::vector<double> seconds;  // of one work, round by round
     };
-    void take(Turn& turn);
+
+    static double take(const Turn& turn);
 
     std::vector<Turn> turns_;
 };

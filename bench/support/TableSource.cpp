@@ -75,8 +75,8 @@ void TableSource::put(const Image& image, uint32_t stripBytes) {
     image_ = image;
     stripBytes_ = stripBytes;
     row_ = 0;
-    // Not more than a cache holds: what is measured is not the memory's speed.
-    pixels_.assign(image.copiesPixels ? stripBytes : 0, 0x5A);
+    // The whole page: as from a device, pixels come out of memory, not out of the processor's cache.
+    pixels_.assign(image.copiesPixels ? size_t{image.bytesPerRow} * image.info.ImageLength : 0, 0x5A);
 }
 
 TW_UINT16 TableSource::capability(TW_UINT16 message, TW_CAPABILITY& cap) {
@@ -101,7 +101,9 @@ TW_UINT16 TableSource::nextStrip(TW_IMAGEMEMXFER& strip) {
     strip.XOffset = 0;
     strip.YOffset = row_;
     strip.BytesWritten = strip.Rows * image_.bytesPerRow;
-    if (image_.copiesPixels) std::memcpy(strip.Memory.TheMem, pixels_.data(), strip.BytesWritten);
+    if (image_.copiesPixels)
+        std::memcpy(strip.Memory.TheMem, pixels_.data() + size_t{row_} * image_.bytesPerRow,
+                    strip.BytesWritten);
     row_ += strip.Rows;
     if (row_ < length) return TWRC_SUCCESS;
     row_ = 0;
@@ -141,11 +143,11 @@ TW_UINT16 TableSource::call(const Operation& operation) {
     }
 }
 
-TW_IMAGEINFO a4Page(TW_INT16 pixelType, TW_INT16 bitsPerPixel) {
+TW_IMAGEINFO a4Page(TW_INT16 dotsPerInch, TW_INT16 pixelType, TW_INT16 bitsPerPixel) {
     TW_IMAGEINFO info = {};
-    info.XResolution = info.YResolution = {300, 0};
-    info.ImageWidth = 2480;
-    info.ImageLength = 3508;
+    info.XResolution = info.YResolution = {dotsPerInch, 0};
+    info.ImageWidth = dotsPerInch / 150 * 1240;
+    info.ImageLength = dotsPerInch / 150 * 1754;
     info.SamplesPerPixel = pixelType == TWPT_RGB ? 3 : 1;
     for (TW_INT16 sample = 0; sample < info.SamplesPerPixel; ++sample)
         info.BitsPerSample[sample] = static_cast<TW_INT16>(bitsPerPixel / info.SamplesPerPixel);

@@ -64,7 +64,7 @@ private:
     bool ready_ = false;
 };
 
-// An A4 page at 300 dpi.
-TW_IMAGEINFO a4Page(TW_INT16 pixelType, TW_INT16 bitsPerPixel);
+// An A4 page.
+TW_IMAGEINFO a4Page(TW_INT16 dotsPerInch, TW_INT16 pixelType, TW_INT16 bitsPerPixel);
 
 }  // namespace bench

@@ -27,6 +27,16 @@ bool seekTo32(HFILE file, uint32_t position) {
     return SetFilePointer(handle, static_cast<LONG>(position), &high, FILE_BEGIN) != INVALID_SET_FILE_POINTER;
 }
 
+// Rows without gaps: the last one first, as in the file.
+bool writeReversed(HFILE file, const DescendingRows& rows) {
+    uint8_t* upper = rows.bytes;
+    uint8_t* lower = rows.bytes + static_cast<size_t>(rows.count - 1) * rows.size;
+    for (; upper < lower; upper += rows.size, lower -= rows.size)
+        std::swap_ranges(upper, upper + rows.size, lower);
+    return seekTo(file, rows.position - static_cast<int64_t>(rows.count - 1) * rows.step) &&
+           writeAll(file, rows.bytes, rows.count * rows.size);
+}
+
 // How many of the rows that are left are written at once.
 uint32_t rowsAtOnce(const DescendingRows& rows, uint32_t done, const GlobalBuffer& work) {
     if (rows.step <= 0 || rows.size > work.size()) return 1;
@@ -77,6 +87,8 @@ bool reserve(HFILE file, const char* path, uint32_t size) {
 
 bool writeRows(HFILE file, const DescendingRows& rows, const GlobalBuffer& work) {
     if (rows.count != 0 && !seekTo(file, rows.position)) return false;
+    if (rows.count > 1 && rows.step > 0 && rows.size == static_cast<uint32_t>(rows.step))
+        return writeReversed(file, rows);
     for (uint32_t done = 0; done < rows.count;) {
         const uint32_t count = rowsAtOnce(rows, done, work);
         if (count > 1) {

@@ -19,11 +19,12 @@ bool reserve(HFILE file, const char* path, uint32_t size);
 
 // Rows of a bottom-up image as they come: the next one lies in front of the one before.
 struct DescendingRows {
-    const uint8_t* bytes;
+    uint8_t* bytes;
     uint32_t size;  // of a row, in memory and in the file
     uint32_t count;
     int64_t position;  // of the first row in the file
     int32_t step;      // back to the next one; rows may leave gaps or overlap
 };
-// Writes them as if one by one, in their order, but as many at once as `work` holds.
+// Writes them as if one by one, in their order: all at once where they lie close together, which turns their
+// order round in memory, else as many at once as `work` holds.
 bool writeRows(HFILE file, const DescendingRows& rows, const GlobalBuffer& work);
