@@ -58,10 +58,9 @@ double Race::take(const Turn& turn) {
 
 void Race::run(int rounds, double secondsPerTurn) {
     for (Turn& turn : turns_) {
-        double fastest = take(turn);
-        for (int i = 0; i < 4; ++i)
-            fastest = std::min(fastest, take(turn));
-        turn.repetitions = std::max(1, static_cast<int>(secondsPerTurn / fastest));
+        take(turn);
+        while (take(turn) * turn.repetitions < secondsPerTurn)
+            turn.repetitions *= 2;
     }
     for (int round = 0; round < rounds; ++round) {
         timeReference();

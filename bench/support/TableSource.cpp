@@ -15,9 +15,9 @@ namespace {
 TableSource* current = nullptr;
 FARPROC managersEntry = nullptr;
 
-TW_UINT16 WINAPI ownEntry(pTW_IDENTITY, pTW_IDENTITY, TW_UINT32 group, TW_UINT16 argumentType,
+TW_UINT16 WINAPI ownEntry(pTW_IDENTITY origin, pTW_IDENTITY, TW_UINT32 group, TW_UINT16 argumentType,
                           TW_UINT16 message, TW_MEMREF data) {
-    return current->call({group, argumentType, message, data});
+    return current->call({origin, group, argumentType, message, data});
 }
 
 // The manager's entry becomes a jump to the own one.
@@ -48,6 +48,13 @@ TableSource::TableSource() {
     require(managersEntry != nullptr, "loading the TWAIN manager");
     redirect(managersEntry);
     current = this;
+}
+
+void TableSource::putScannerBehind() {
+    const HMODULE scanner = LoadLibraryA("vscan.ds");
+    const FARPROC found = scanner != nullptr ? GetProcAddress(scanner, "DS_Entry") : nullptr;
+    require(found != nullptr, "loading the virtual scanner");
+    scanner_ = reinterpret_cast<DsEntry>(reinterpret_cast<void*>(found));
 }
 
 DSMENTRYPROC TableSource::entry() const {
@@ -112,6 +119,16 @@ TW_UINT16 TableSource::nextStrip(TW_IMAGEMEMXFER& strip) {
 
 TW_UINT16 TableSource::call(const Operation& operation) {
     if (recorder) recorder(operation);
+    const bool isManagers = operation.argumentType == DAT_PARENT || operation.argumentType == DAT_NULL ||
+                            operation.message == MSG_GETDEFAULT;
+    const bool isGiven = operation.argumentType == DAT_CAPABILITY &&
+                         containers_.count(static_cast<TW_CAPABILITY*>(operation.data)->Cap) != 0;
+    if (scanner_ == nullptr || isManagers || isGiven) return answer(operation);
+    return scanner_(operation.origin, operation.group, operation.argumentType, operation.message,
+                    operation.data);
+}
+
+TW_UINT16 TableSource::answer(const Operation& operation) {
     const TW_MEMREF data = operation.data;
     switch (operation.argumentType) {
         case DAT_CAPABILITY:

@@ -1,5 +1,5 @@
-// The fastest source there can be: in the program's own process, all answers ready. So what a call through
-// the module takes beyond the bare calls is the module's, not hidden behind a source's work.
+// The manager and a source in one, in the program's own process, with all answers ready: next to nothing
+// hides what the module takes.
 #pragma once
 
 #include <scanmodule/twain_types.h>
@@ -17,6 +17,9 @@ public:
     TableSource();
     TableSource(const TableSource&) = delete;
     TableSource& operator=(const TableSource&) = delete;
+
+    // From here on the virtual scanner (vscan.ds beside the program) answers what nothing was given for.
+    void putScannerBehind();
 
     // What the module calls, for the bare calls.
     DSMENTRYPROC entry() const;
@@ -39,6 +42,7 @@ public:
 
     // The operations are put into the list, while there is one, as they were asked.
     struct Operation {
+        pTW_IDENTITY origin;
         TW_UINT32 group;
         TW_UINT16 argumentType;
         TW_UINT16 message;
@@ -53,9 +57,12 @@ private:
         TW_UINT16 kind;
         std::vector<uint8_t> block;
     };
+    using DsEntry = TW_UINT16(WINAPI*)(pTW_IDENTITY, TW_UINT32, TW_UINT16, TW_UINT16, TW_MEMREF);
+    TW_UINT16 answer(const Operation& operation);
     TW_UINT16 capability(TW_UINT16 message, TW_CAPABILITY& cap);
     TW_UINT16 nextStrip(TW_IMAGEMEMXFER& strip);
 
+    DsEntry scanner_ = nullptr;
     std::map<TW_UINT16, Container> containers_;
     Image image_ = {};
     uint32_t stripBytes_ = 0;
