@@ -14,8 +14,7 @@ namespace {
 
 using bench::TableSource;
 
-// More than a processor's cache holds: 104 MB.
-const TableSource::Image largePage = {bench::a4Page(600, TWPT_RGB, 24), 4960 * 3, true};
+const TableSource::Image colorPage = {bench::a4Page(300, TWPT_RGB, 24), 2480 * 3, true};
 
 struct Bench {
     bench::Verdicts verdicts{"Transfers of an A4 page, as multiples of what is named"};
@@ -66,7 +65,7 @@ void measurePushed(Bench& bench) {
     constexpr uint32_t stripBytes = 64 << 10;
     const ConversionPath path = fastestConversionPath();
     std::vector<uint8_t> buffer(stripBytes);
-    bench.source.put(largePage, stripBytes);
+    bench.source.put(colorPage, stripBytes);
     bench::Race race;
     const size_t module = race.addTimed([&] { return bench.deliver(); });
     const size_t bare = race.add([&] {
@@ -75,13 +74,13 @@ void measurePushed(Bench& bench) {
                           path);
         });
     });
-    race.run(51);
+    race.run(151);
     bench.verdicts.row("pushed, 64 KiB: bare and converted", race.ratio(module, bare), 1.12);
 }
 
 void measurePulled(Bench& bench, const char* name, uint32_t stripBytes, double limit) {
     std::vector<uint8_t> buffer(stripBytes), pulled(stripBytes);
-    bench.source.put(largePage, stripBytes);
+    bench.source.put(colorPage, stripBytes);
     bench::Race race;
     const size_t module = race.add([&] {
         unsigned count = 0;
@@ -89,8 +88,26 @@ void measurePulled(Bench& bench, const char* name, uint32_t stripBytes, double l
             bench.module.smReadBlock(pulled.data(), stripBytes, &count);
     });
     const size_t bare = race.add([&] { bench.fetchStrips(buffer, [](const TW_IMAGEMEMXFER&) {}); });
-    race.run(51);
+    race.run(151);
     bench.verdicts.row(name, race.ratio(module, bare), limit);
+}
+
+// How the time of a page grows with its pixels: flat when they are what it takes.
+void measureResolutions(Bench& bench) {
+    constexpr TW_INT16 resolutions[] = {150, 300, 600, 1200};
+    bench::Race race;
+    for (const TW_INT16 dotsPerInch : resolutions) {
+        race.addTimed([&bench, dotsPerInch] {
+            const TW_IMAGEINFO info = bench::a4Page(dotsPerInch, TWPT_GRAY, 8);
+            bench.source.put({info, static_cast<uint32_t>(info.ImageWidth), true}, 64 << 10);
+            return bench.deliver() / info.ImageWidth / info.ImageLength;
+        });
+    }
+    race.run(21, 0);
+    for (size_t i = 0; i + 1 < std::size(resolutions); ++i) {
+        const std::string name = "time per pixel at " + std::to_string(resolutions[i]) + " dpi: at 1200 dpi";
+        bench.verdicts.row(name, race.ratio(i, std::size(resolutions) - 1), 1.15);
+    }
 }
 
 struct FileKind {
@@ -156,6 +173,7 @@ int main() try {
     measurePushed(bench);
     measurePulled(bench, "pulled, 64 KiB: bare", 64 << 10, 1.7);
     measurePulled(bench, "pulled, 1 MiB: bare", 1 << 20, 1.6);
+    measureResolutions(bench);
     bench.module.smDisableDS();
     bench.module.smCloseDS();
     measureFiles(bench);

@@ -40,8 +40,8 @@ struct ScanModule {
     MODULE_FUNCTION(smSetYResolution);
     MODULE_FUNCTION(smSetXferCount);
     MODULE_FUNCTION(smSetXferMech);
-    MODULE_FUNCTION(smGetMemXferSize);
     MODULE_FUNCTION(smReadBlock);
+    MODULE_FUNCTION(smCancelAllXfer);
     MODULE_FUNCTION(smPrestoScan);
 #undef MODULE_FUNCTION
 };

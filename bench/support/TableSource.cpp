@@ -82,8 +82,9 @@ void TableSource::put(const Image& image, uint32_t stripBytes) {
     image_ = image;
     stripBytes_ = stripBytes;
     row_ = 0;
-    // The whole page: as from a device, pixels come out of memory, not out of the processor's cache.
-    pixels_.assign(image.copiesPixels ? size_t{image.bytesPerRow} * image.info.ImageLength : 0, 0x5A);
+    // As from a device, pixels come out of memory, not out of the processor's cache: more than that holds.
+    constexpr size_t plenty = 128 << 20;
+    if (image.copiesPixels) pixels_.resize(plenty, 0x5A);
 }
 
 TW_UINT16 TableSource::capability(TW_UINT16 message, TW_CAPABILITY& cap) {
@@ -108,9 +109,11 @@ TW_UINT16 TableSource::nextStrip(TW_IMAGEMEMXFER& strip) {
     strip.XOffset = 0;
     strip.YOffset = row_;
     strip.BytesWritten = strip.Rows * image_.bytesPerRow;
-    if (image_.copiesPixels)
-        std::memcpy(strip.Memory.TheMem, pixels_.data() + size_t{row_} * image_.bytesPerRow,
-                    strip.BytesWritten);
+    if (image_.copiesPixels) {
+        if (at_ + strip.BytesWritten > pixels_.size()) at_ = 0;
+        std::memcpy(strip.Memory.TheMem, pixels_.data() + at_, strip.BytesWritten);
+        at_ += strip.BytesWritten;
+    }
     row_ += strip.Rows;
     if (row_ < length) return TWRC_SUCCESS;
     row_ = 0;

@@ -68,6 +68,7 @@ private:
     uint32_t stripBytes_ = 0;
     uint32_t row_ = 0;
     std::vector<uint8_t> pixels_;
+    size_t at_ = 0;
     bool ready_ = false;
 };
 
