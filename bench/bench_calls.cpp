@@ -131,7 +131,7 @@ int main() try {
     bench::Verdicts verdicts{"Calls, as multiples of the same operations by hand"};
     unsigned short value, least, most;
     const Row rows[] = {
-        {"getter, one value", 1.15, [&] { module.smGetPixelFlavor(&value); }},
+        {"getter, one value", 1.2, [&] { module.smGetPixelFlavor(&value); }},
         {"setter", 1.25, [&] { module.smSetPixelType(SM_PIXEL_GRAY); }},
         {"supported list of 12", 1.6, [&] { module.smGetSupportedPaperSize(&value); }},
         {"resolution from a list of 100", 2.5, [&] { module.smGetXResolution(&value, &least, &most); }},
