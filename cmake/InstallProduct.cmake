@@ -1,7 +1,7 @@
 # install_product(<target> [DESCRIPTION <text>])
 #
-# Installs a program or library into bin/: stripped, what was stripped as <file>.debug, a component of its own that
-# debuggers find beside it. A program has no resource script with a version of its own; DESCRIPTION gives it one.
+# Installs a program or library into bin/ as it was built: stripped, what was stripped beside it as <file>.debug, where
+# debuggers find it; in the package a component of its own. A program has no resource script with a version of its own; DESCRIPTION gives it one.
 # The target "products" builds all of them.
 add_custom_target(products)
 function(install_product target)
@@ -18,11 +18,16 @@ function(install_product target)
     install(FILES $<TARGET_PDB_FILE:${target}> DESTINATION bin COMPONENT debug OPTIONAL)
     return()
   endif()
-  foreach(component product debug)
-    install(CODE "set(file \"$<TARGET_FILE:${target}>\")
-  set(part ${component})
-  set(objcopy \"${CMAKE_OBJCOPY}\")
-  set(folder \"${PROJECT_BINARY_DIR}/stripped\")
-  include(\"${PROJECT_SOURCE_DIR}/cmake/InstallStripped.cmake\")" COMPONENT ${component})
-  endforeach()
+  # The name alone, so that the link to the debug information holds no path; and no time of today.
+  set(objcopy ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=0 ${CMAKE_OBJCOPY})
+  set(file $<TARGET_FILE_NAME:${target}>)
+  add_custom_command(
+    TARGET ${target}
+    POST_BUILD
+    COMMAND ${objcopy} --only-keep-debug ${file} ${file}.debug
+    COMMAND ${objcopy} --strip-all --add-gnu-debuglink=${file}.debug ${file}
+    WORKING_DIRECTORY $<TARGET_FILE_DIR:${target}>
+    VERBATIM)
+  install(PROGRAMS $<TARGET_FILE:${target}> DESTINATION bin COMPONENT product)
+  install(FILES $<TARGET_FILE:${target}>.debug DESTINATION bin COMPONENT debug)
 endfunction()

@@ -63,6 +63,12 @@ HostWindow::~HostWindow() {
     DestroyWindow(window_);
 }
 
+void HostWindow::begin() {
+    handlers_.clear();
+    failure_.reset();
+    finished_ = declining_ = cancelled_ = false;
+}
+
 void HostWindow::on(const char* message, Handler handler) {
     handlers_[RegisterWindowMessageA(message)] = std::move(handler);
 }
@@ -85,7 +91,7 @@ HostWindow::End HostWindow::run(const ModuleLibrary& module, int timeoutSeconds,
         if (timeIsUp()) return End::TimedOut;
         MSG message;
         if (GetMessageA(&message, nullptr, 0, 0) <= 0) break;
-        if (module.smIsDSEvent(&message)) continue;
+        if (module.smIsDSEvent(&message) || (filter_ && filter_(message))) continue;
         TranslateMessage(&message);
         DispatchMessageA(&message);
     }

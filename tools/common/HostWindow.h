@@ -15,8 +15,8 @@ namespace host {
 // A window of the source's or the module's is shown, and takes input; the host's own is hidden or disabled.
 bool sourceWindowIsOpen();
 
-// The hidden window that the module sends its messages to, with the message loop around it. One serves one
-// scan: what ended it stays true.
+// The hidden window that the module sends its messages to, with the message loop around it. What ended a scan
+// stays true until begin().
 class HostWindow {
 public:
     using Handler = std::function<void(WPARAM, LPARAM)>;
@@ -27,6 +27,13 @@ public:
     ~HostWindow();
 
     HWND handle() const { return window_; }
+
+    // For another scan: as it was when it was new, but for the filter.
+    void begin();
+
+    // Is offered every message that the module doesn't take; true from it means that it has dealt with it.
+    using Filter = std::function<bool(MSG&)>;
+    void setFilter(Filter filter) { filter_ = std::move(filter); }
 
     // Has `handler` called for a registered message. A Failure that it throws is kept for failure().
     void on(const char* message, Handler handler);
@@ -66,6 +73,7 @@ private:
 
     HWND window_ = nullptr;
     std::map<UINT, Handler> handlers_;
+    Filter filter_;
     std::optional<Failure> failure_;
     bool finished_ = false;
     std::atomic<bool> cancelled_{false};
