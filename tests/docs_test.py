@@ -21,7 +21,7 @@ from collections import Counter
 from pathlib import Path
 
 SOURCE, BUILD = (Path(argument).resolve() for argument in sys.argv[1:])
-WORK = BUILD / "docs test"
+WORK = BUILD / "docs-test"
 TREE, PACKAGE, SHIMS = WORK / "tree", WORK / "package", WORK / "shims"
 PREFIXES = [TREE / "build/mingw32/wine/scan", PACKAGE / "wine"]
 EXPORTED = WORK / "exported"  # what a page's block exports holds for the next ones
@@ -43,11 +43,15 @@ def fail(place, text):
 
 def run(command, place, folder):
     """What the command printed; None if it failed."""
-    done = subprocess.run(command, cwd=folder, env=ENVIRONMENT, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                          stderr=subprocess.STDOUT, text=True, errors="replace", timeout=120)
+    # A file, as Wine's desktop process keeps a pipe open for seconds.
+    with open(WORK / "output", "w+", errors="replace") as output:
+        done = subprocess.run(command, cwd=folder, env=ENVIRONMENT, stdin=subprocess.DEVNULL, stdout=output,
+                              stderr=subprocess.STDOUT, timeout=120)
+        output.seek(0)
+        printed = output.read()
     if done.returncode == 0:
-        return done.stdout
-    fail(place, f"ends with {done.returncode}\n{done.stdout}")
+        return printed
+    fail(place, f"ends with {done.returncode}\n{printed}")
     return None
 
 
