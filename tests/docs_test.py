@@ -203,7 +203,7 @@ def main():
             subprocess.run(["wineserver", "-k"], env=dict(ENVIRONMENT, WINEPREFIX=str(prefix)), check=False)
     for page in [*pages, SOURCE / "CONTRIBUTING.md", SOURCE / "CHANGELOG.md"]:
         check_links(page, SOURCE)
-    for page in [PACKAGE / "README.md", *sorted((PACKAGE / "docs").glob("*.md"))]:
+    for page in [PACKAGE / "README.md", PACKAGE / "CHANGELOG.md", *sorted((PACKAGE / "docs").glob("*.md"))]:
         check_links(page, PACKAGE)
     print("\n".join(failures))
     print("Of the docs' blocks: " + ", ".join(f"{count} {what}" for what, count in sorted(counts.items())))
