@@ -2,7 +2,7 @@
 
 Usage: docs_test.py SOURCE_DIR BUILD_DIR
 
-Each fenced block of README.md and docs/*.md names its language. sh is run, c, cpp and cmake are built, in a copy of
+Each fenced block of README.md, docs/*.md and the package's README names its language. sh is run, c, cpp and cmake are built, in a copy of
 the tree that shares what is built already; text, mermaid and ini are only shown. HTML comments, which readers of the
 page don't see, say what else holds of the block that follows:
   <!-- not run: WHY -->     it can't be tried here
@@ -17,14 +17,15 @@ import re
 import shutil
 import subprocess
 import sys
+import tempfile
 from collections import Counter
+from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 SOURCE, BUILD = (Path(argument).resolve() for argument in sys.argv[1:])
 WORK = BUILD / "docs-test"
 TREE, PACKAGE, SHIMS = WORK / "tree", WORK / "package", WORK / "shims"
 PREFIXES = [TREE / "build/mingw32/wine/scan", PACKAGE / "wine"]
-EXPORTED = WORK / "exported"  # what a page's block exports holds for the next ones
 C, CPP = ["i686-w64-mingw32-gcc", "-std=c89"], ["i686-w64-mingw32-g++", "-std=c++17"]
 WARNINGS = ["-Wall", "-Wextra", "-Werror", "-Wno-unused", "-pedantic"]
 ENVIRONMENT = {key: value for key, value in os.environ.items() if not key.startswith("VSCAN_")}
@@ -44,7 +45,7 @@ def fail(place, text):
 def run(command, place, folder):
     """What the command printed; None if it failed."""
     # A file, as Wine's desktop process keeps a pipe open for seconds.
-    with open(WORK / "output", "w+", errors="replace") as output:
+    with tempfile.TemporaryFile("w+", errors="replace") as output:
         done = subprocess.run(command, cwd=folder, env=ENVIRONMENT, stdin=subprocess.DEVNULL, stdout=output,
                               stderr=subprocess.STDOUT, timeout=120)
         output.seek(0)
@@ -90,7 +91,7 @@ def blocks(page):
     for number, line in enumerate(lines, 1):
         if opened is None and line.lstrip().startswith("```"):
             marker = MARKER.fullmatch(lines[number - 2].strip()) if number > 1 else None
-            opened = (f"{page.relative_to(SOURCE)}:{number}", line.strip()[3:], *(marker.groups() if marker else ("", "")))
+            opened = (f"{os.path.relpath(page, SOURCE)}:{number}", line.strip()[3:], *(marker.groups() if marker else ("", "")))
             body = []
         elif opened and line.strip() == "```":
             yield (*opened, body)
@@ -101,19 +102,19 @@ def blocks(page):
             fail(f"{page.name}:{number}", "a block by indentation; write a fenced one, which says what it is")
 
 
-def compile_block(place, language, parameters, body):
+def compile_block(place, folder, language, parameters, body):
     header = "scanmodule.hpp" if language == "cpp" else "scanmodule.h"
     head = ["#include <stdio.h>", f"#include <scanmodule/{header}>"]
     if parameters is not None:
         body = [*head, f"void block({parameters}) {{", *body, "}"]
-    file = WORK / f"block.{language}"
+    file = folder / f"block.{language}"
     file.write_text("\n".join(body) + "\n")
     compiler = CPP if language == "cpp" else C
-    run([*compiler, *WARNINGS, "-fsyntax-only", f"-I{SOURCE}/include", file], place, WORK)
+    run([*compiler, *WARNINGS, "-fsyntax-only", f"-I{SOURCE}/include", file], place, folder)
 
 
-def configure_block(place, body):
-    folder = WORK / "cmake"
+def configure_block(place, folder, body):
+    folder = folder / "configured"
     shutil.rmtree(folder, ignore_errors=True)
     (folder / "third_party").mkdir(parents=True)
     (folder / "third_party/scanmodule").symlink_to(SOURCE)
@@ -130,10 +131,10 @@ def is_excerpt(file, body):
     return lines(body) in lines((SOURCE / file).read_text().splitlines())
 
 
-def try_page(page):
-    folder = PACKAGE if "<!-- blocks run in the package -->" in page.read_text() else TREE
+def try_page(page, folder):
+    exported = folder / "exported"  # what a block exports holds for the next ones of its page
+    exported.unlink(missing_ok=True)
     printed = ""
-    EXPORTED.unlink(missing_ok=True)
     for place, language, marker, value, body in blocks(page):
         if marker == "not run":
             counts[f"not run ({value})"] += 1
@@ -148,16 +149,16 @@ def try_page(page):
                 fail(place, f"these lines don't stand so in {value}")
         elif language == "sh":
             counts["run"] += 1
-            script = [f"[[ ! -e '{EXPORTED}' ]] || . '{EXPORTED}'", *body, f"export -p >'{EXPORTED}'"]
+            script = [f"[[ ! -e '{exported}' ]] || . '{exported}'", *body, f"export -p >'{exported}'"]
             printed = run(["bash", "-euo", "pipefail", "-c", "\n".join(script)], place, folder)
             if printed is None:
                 return  # what follows builds on it
         elif language in ("c", "cpp"):
             counts["compiled"] += 1
-            compile_block(place, language, value if marker == "in" else None, body)
+            compile_block(place, folder, language, value if marker == "in" else None, body)
         elif language == "cmake":
             counts["configured"] += 1
-            configure_block(place, body)
+            configure_block(place, folder, body)
         elif language not in ("text", "mermaid", "ini"):
             fail(place, f'a block of "{language}": sh, c, cpp, cmake, text, mermaid, ini, or else marked "not run"')
         if marker == "file":
@@ -195,9 +196,13 @@ def check_links(page, root):
 def main():
     prepare()
     pages = [SOURCE / "README.md", *sorted((SOURCE / "docs").glob("*.md"))]
+    # By folder, as the blocks of one may write the same files.
+    by_folder = {PACKAGE: [PACKAGE / "README.md"], TREE: []}
+    for page in pages:
+        by_folder[PACKAGE if "<!-- blocks run in the package -->" in page.read_text() else TREE].append(page)
     try:
-        for page in pages:
-            try_page(page)
+        with ThreadPoolExecutor() as pool:
+            list(pool.map(lambda folder: [try_page(page, folder) for page in by_folder[folder]], by_folder))
     finally:
         for prefix in PREFIXES:
             subprocess.run(["wineserver", "-k"], env=dict(ENVIRONMENT, WINEPREFIX=str(prefix)), check=False)
