@@ -37,21 +37,50 @@ struct HostOperation {
     std::string name;
     TW_UINT32 group;
     TW_UINT16 argumentType, message;
-    std::string states;  // in which it is no sequence error; empty: it is none that the scanner knows
+    std::string states;  // in which it may be asked for
 };
 
+// All that the scanner knows; what isn't in a story has no name. The states are the TWAIN standard's, but for
+// three: a status may be asked for after a refused opening, response curves may be read, and a host that
+// gives up in the middle of an image may send nothing but MSG_RESET.
 constexpr TW_UINT32 C = DG_CONTROL, I = DG_IMAGE;
-inline const HostOperation hostOperations[] = {
-    {"event", C, DAT_EVENT, MSG_PROCESSEVENT, "567"},      {"close", C, DAT_IDENTITY, MSG_CLOSEDS, "4"},
-    {"enable", C, DAT_USERINTERFACE, MSG_ENABLEDS, "4"},   {"get", C, DAT_CAPABILITY, MSG_GET, "4567"},
-    {"disable", C, DAT_USERINTERFACE, MSG_DISABLEDS, "5"}, {"set", C, DAT_CAPABILITY, MSG_SET, "4"},
-    {"pending", C, DAT_PENDINGXFERS, MSG_GET, "4567"},     {"unknown", C, 0x0042, MSG_GET, ""},
-    {"end", C, DAT_PENDINGXFERS, MSG_ENDXFER, "67"},       {"palette", I, DAT_PALETTE8, MSG_GET, "456"},
-    {"reset", C, DAT_PENDINGXFERS, MSG_RESET, "67"},       {"frame", I, DAT_IMAGELAYOUT, MSG_GET, "456"},
-    {"file", C, DAT_SETUPFILEXFER, MSG_SET, "456"},        {"area", I, DAT_IMAGELAYOUT, MSG_SET, "4"},
-    {"buffers", C, DAT_SETUPMEMXFER, MSG_GET, "456"},      {"image", I, DAT_IMAGEINFO, MSG_GET, "67"},
-    {"native", I, DAT_IMAGENATIVEXFER, MSG_GET, "6"},      {"unknown", I, DAT_IMAGEINFO, MSG_SET, ""},
-    {"strip", I, DAT_IMAGEMEMXFER, MSG_GET, "67"},         {"unknown", I, DAT_STATUS, MSG_GET, ""}};
+inline const HostOperation hostOperations[] = {{"open", C, DAT_IDENTITY, MSG_OPENDS, "3"},
+                                               {"close", C, DAT_IDENTITY, MSG_CLOSEDS, "4"},
+                                               {"-", C, DAT_IDENTITY, MSG_GET, "34567"},
+                                               {"-", C, DAT_STATUS, MSG_GET, "34567"},
+                                               {"-", C, DAT_CAPABILITY, MSG_GET, "4567"},
+                                               {"-", C, DAT_CAPABILITY, MSG_GETCURRENT, "4567"},
+                                               {"-", C, DAT_CAPABILITY, MSG_GETDEFAULT, "4567"},
+                                               {"-", C, DAT_CAPABILITY, MSG_QUERYSUPPORT, "4567"},
+                                               {"-", C, DAT_CAPABILITY, MSG_SET, "4"},
+                                               {"-", C, DAT_CAPABILITY, MSG_RESET, "4"},
+                                               {"event", C, DAT_EVENT, MSG_PROCESSEVENT, "567"},
+                                               {"enable", C, DAT_USERINTERFACE, MSG_ENABLEDS, "4"},
+                                               {"disable", C, DAT_USERINTERFACE, MSG_DISABLEDS, "5"},
+                                               {"pending", C, DAT_PENDINGXFERS, MSG_GET, "4567"},
+                                               {"end", C, DAT_PENDINGXFERS, MSG_ENDXFER, "67"},
+                                               {"reset", C, DAT_PENDINGXFERS, MSG_RESET, "67"},
+                                               {"buffers", C, DAT_SETUPMEMXFER, MSG_GET, "456"},
+                                               {"file", C, DAT_SETUPFILEXFER, MSG_SET, "456"},
+                                               {"-", C, DAT_SETUPFILEXFER, MSG_GET, "456"},
+                                               {"-", C, DAT_SETUPFILEXFER, MSG_GETDEFAULT, "456"},
+                                               {"-", C, DAT_SETUPFILEXFER, MSG_RESET, "4"},
+                                               {"-", C, DAT_XFERGROUP, MSG_GET, "456"},
+                                               {"image", I, DAT_IMAGEINFO, MSG_GET, "67"},
+                                               {"area", I, DAT_IMAGELAYOUT, MSG_SET, "4"},
+                                               {"frame", I, DAT_IMAGELAYOUT, MSG_GET, "456"},
+                                               {"-", I, DAT_IMAGELAYOUT, MSG_GETDEFAULT, "456"},
+                                               {"-", I, DAT_IMAGELAYOUT, MSG_RESET, "4"},
+                                               {"strip", I, DAT_IMAGEMEMXFER, MSG_GET, "67"},
+                                               {"native", I, DAT_IMAGENATIVEXFER, MSG_GET, "6"},
+                                               {"write", I, DAT_IMAGEFILEXFER, MSG_GET, "6"},
+                                               {"palette", I, DAT_PALETTE8, MSG_GET, "456"},
+                                               {"-", I, DAT_PALETTE8, MSG_GETDEFAULT, "456"},
+                                               {"-", I, DAT_RGBRESPONSE, MSG_GET, "4567"},
+                                               {"-", I, DAT_RGBRESPONSE, MSG_SET, "4"},
+                                               {"-", I, DAT_RGBRESPONSE, MSG_RESET, "4"},
+                                               {"-", I, KV_DAT_AUTOEXPOSURE, MSG_SET, "4"},
+                                               {"-", I, KV_DAT_DEFAULTRGBMATRIX, MSG_GETDEFAULT, "4567"}};
 
 // Operations answer "success" or what else was returned; a failure with its condition code: "failure 11".
 class VirtualHost {
@@ -116,11 +145,9 @@ public:
         std::string name;
         words >> name;
         const std::vector<double> values{std::istream_iterator<double>(words), {}};
-        if (name == "open") return control(DAT_IDENTITY, MSG_OPENDS);
         if (name == "state") return std::to_string(scanner.state());
         if (name == "page") return std::to_string(scanner.request().pageNumber);
         if (name == "notes") return notes;
-        if (name == "write") return image(DAT_IMAGEFILEXFER, MSG_GET);
         for (const HostOperation& operation : hostOperations)
             if (operation.name == (name == "show" ? "enable" : name)) return answer(operation, name, values);
         const bool isAll = name.back() == '?';

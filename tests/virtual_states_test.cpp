@@ -1,5 +1,4 @@
-// The virtual scanner's states: what is allowed when, the feeder, faults on demand, the window.
-#include "source/SourceWindow.h"
+// The virtual scanner's states: opening and enabling, the feeder, faults on demand.
 #include "virtual_host.h"
 
 namespace {
@@ -21,30 +20,6 @@ std::string batchText(VirtualHost& host) {
 }
 
 }  // namespace
-
-TEST_CASE("what is out of sequence, unknown or no data is refused, in every state") {
-    for (const HostOperation& operation : hostOperations) {
-        for (int state = 3; state <= 7; ++state) {
-            CAPTURE(operation.name);
-            CAPTURE(state);
-            VirtualHost host("Pages=2 Resolution=50", state);
-            const auto call = [&](void* data) {
-                return host.call(operation.group, operation.argumentType, operation.message, data);
-            };
-            for (const std::uintptr_t bad : {0, 16})
-                if (operation.message != MSG_CLOSEDS && operation.message != MSG_DISABLEDS)
-                    CHECK(call(reinterpret_cast<void*>(bad)).substr(0, 7) == "failure");
-            CHECK(host.scanner.state() == state);
-            alignas(8) unsigned char data[4096] = {};  // enough for each, and sensible for most
-            const std::string result = call(data);
-            const bool allowed = operation.states.find(std::to_string(state)) != std::string::npos;
-            CHECK((result == (operation.states.empty() ? "failure 9" : "failure 11")) == !allowed);
-            CHECK(host.condition() == 0);  // it is given once
-            CHECK((allowed || host.scanner.state() == state));
-            if (result == "done") GlobalFree(*reinterpret_cast<HGLOBAL*>(data));
-        }
-    }
-}
 
 TEST_CASE("opening fails as asked, the window comes as it can, and giving up leaves the rest in the feeder") {
     const Story stories[] = {{"OpenFault=offline", "open: failure 23", 3},
@@ -102,30 +77,4 @@ TEST_CASE("the feeder gives its pages, faults come where they were asked for, an
         if (row.capability) host.check(std::string(row.capability) + ": success");
         CHECK(batchText(host) == row.batch);
     }
-}
-
-TEST_CASE("the window scans and asks to be closed through the host's message loop") {
-    VirtualHost host("ProductName=WindowTest Pages=2", 5);
-    const HWND window = host.scanner.window();
-    CHECK(FindWindowA(nullptr, "WindowTest") == window);
-    // Posts a message, then hands every one that waits to the source first, as hosts must.
-    const auto post = [&](HWND target, UINT kind, WPARAM key) {
-        PostMessageA(target, kind, key, 0);
-        MSG message;
-        while (PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) {
-            TW_EVENT event{&message, 0xEEEE};
-            const std::string taken = host.control(DAT_EVENT, MSG_PROCESSEVENT, &event);
-            CHECK(event.TWMessage == MSG_NULL);
-            if (taken != "event") DispatchMessageA(&message);
-        }
-    };
-    const HWND scan = GetDlgItem(window, vscan::SourceWindow::scanButton);
-    post(scan, BM_CLICK, 0);
-    post(window, WM_KEYDOWN, VK_ESCAPE);  // it rests while images are transferred
-    CHECK(!IsWindowEnabled(scan));
-    host.check("state: 6; notes: ready ; end: 1; end: 0");
-    CHECK(IsWindowEnabled(scan));
-    post(window, WM_KEYDOWN, VK_ESCAPE);
-    host.check("notes: ready close ; disable: success");
-    CHECK(!IsWindow(window));
 }

@@ -4,7 +4,6 @@
 #include "common/OpenSource.h"
 #include "common/PageReceiver.h"
 #include "common/ScanPreparation.h"
-#include "common/SourceSettings.h"
 #include "common/Text.h"
 #include "common/Wording.h"
 
@@ -41,19 +40,32 @@ void reportEnd(HostWindow::End end, const PageReceiver& receiver, const HostWind
 
 }  // namespace
 
-void scanPages(const ModuleLibrary& module, const ScanRequest& request, const PageNames& names,
-               HostWindow& window, ScanListener& listener) {
-    OpenSource source(module, window.handle());
-    useInches(module, listener);
-    setMechanism(module, request.mechanism);
-    applySettings(module, request, listener);
-    prepareFeeder(module, request, listener);
-    setPageCount(module, request.pages, listener);
-    PageReceiver receiver(module, request, names, window, listener);
+void scanOpened(const ModuleLibrary& module, OpenSource& source, const ScanRequest& request,
+                PageOutput& output, HostWindow& window, ScanListener& listener) {
+    window.endIfCancelled();
+    prepareScan(module, request, listener);
+    window.endIfCancelled();
+    PageReceiver receiver(module, request, output, window, listener);
+    window.endIfCancelled();
     source.enable(request.ui);
     const HostWindow::End end = window.run(module, request.timeoutSeconds, request.ui);
-    source.close();
+    const bool waitsInWindow = !request.ui && sourceWindowIsOpen();
+    source.disable();
+    output.finish();
+    if (end == HostWindow::End::TimedOut && waitsInWindow && !window.failure())
+        throw Failure{
+            FailureCode::SourceError,
+            format("The source waits in a window of its own, though it was told to do without. With "
+                   "%sui it can be used. %s",
+                   wording.option, keptPages(receiver.pages()).c_str())};
     reportEnd(end, receiver, window, request, listener);
+}
+
+void scanPages(const ModuleLibrary& module, const ScanRequest& request, PageOutput& output,
+               HostWindow& window, ScanListener& listener) {
+    window.endIfCancelled();
+    OpenSource source(module, window.handle());
+    scanOpened(module, source, request, output, window, listener);
 }
 
 }  // namespace host

@@ -110,11 +110,15 @@ std::optional<ProposedValue> readContainer(const TW_CAPABILITY& capability, TW_U
     if (capability.ConType == TWON_ENUMERATION) return readEnumeration(block.data(), block.size(), itemType);
     if (capability.ConType == TWON_ONEVALUE && block.size() >= oneValueSize) {
         const auto* one = reinterpret_cast<const TW_ONEVALUE*>(block.data());
-        if (one->ItemType == itemType) return ProposedValue{itemNumber(itemType, &one->Item), {}};
+        if (one->ItemType == itemType) return ProposedValue{itemNumber(itemType, &one->Item), {}, {}};
     }
     if (capability.ConType == TWON_RANGE && block.size() >= sizeof(TW_RANGE)) {
         const auto* range = reinterpret_cast<const TW_RANGE*>(block.data());
-        if (range->ItemType == itemType) return ProposedValue{itemNumber(itemType, &range->CurrentValue), {}};
+        // By value: the fields of a packed structure lie where they lie.
+        const auto number = [&](TW_UINT32 item) { return itemNumber(itemType, &item); };
+        if (range->ItemType == itemType)
+            return ProposedValue{
+                number(range->CurrentValue), {}, {{number(range->MinValue), number(range->MaxValue)}}};
     }
     return std::nullopt;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "scanmodule/twain_types.h"
@@ -26,10 +27,11 @@ HGLOBAL makeEnumeration(TW_UINT16 itemType, const std::vector<double>& items, st
 HGLOBAL makeRange(TW_UINT16 itemType, const RangeValues& range);
 HGLOBAL makeArray(TW_UINT16 itemType, const std::vector<double>& items);
 
-// What a host wants set: the value, and for an enumeration all its items.
+// What a host wants set: the value, and what it wants to be offered from then on.
 struct ProposedValue {
     double value = 0;
-    std::vector<double> items;
+    std::vector<double> items;                        // of an enumeration
+    std::optional<std::pair<double, double>> bounds;  // of a range
 };
 // Nothing when the container is damaged, of a kind that can't be set, or of another item type.
 std::optional<ProposedValue> readContainer(const TW_CAPABILITY& capability, TW_UINT16 itemType);

@@ -116,8 +116,10 @@ void CapabilityTable::addFeederAndTransfer(const VirtualScannerSettings& setting
     if (settings.feeder != Feeder::None) {
         add(boolean(CAP_FEEDERENABLED, settings.feeder == Feeder::On));
         add(readOnly(CAP_FEEDERLOADED, TWTY_BOOL, settings.pages > 0));
-        add(boolean(CAP_AUTOFEED, true));
-        add(boolean(CAP_CLEARPAGE, false));
+        for (Capability feeding : {boolean(CAP_AUTOFEED, true), boolean(CAP_CLEARPAGE, false)}) {
+            feeding.needs = CAP_FEEDERENABLED;
+            add(std::move(feeding));
+        }
     }
     std::vector<double> mechanisms;
     for (const int mechanism : {TWSX_NATIVE, TWSX_FILE, TWSX_MEMORY})
@@ -175,22 +177,22 @@ void CapabilityTable::offerBitDepths() {
 }
 
 const Capability* CapabilityTable::offered(int id) const {
-    const Capability* capability = find(id);
+    const Capability* capability = known(id);
     return capability && !capability->hidden ? capability : nullptr;
 }
 
-const Capability* CapabilityTable::find(int id) const {
+const Capability* CapabilityTable::known(int id) const {
     for (const Capability& capability : capabilities_)
         if (capability.id == id) return &capability;
     return nullptr;
 }
 
 Capability* CapabilityTable::find(int id) {
-    return const_cast<Capability*>(static_cast<const CapabilityTable*>(this)->find(id));
+    return const_cast<Capability*>(known(id));
 }
 
 double CapabilityTable::value(int id) const {
-    const Capability* capability = find(id);
+    const Capability* capability = known(id);
     return capability ? capability->current : 0;
 }
 

@@ -19,6 +19,7 @@ struct Capability {
     CapabilityShape shape = CapabilityShape::OneValue;
     CapabilityUnit unit = CapabilityUnit::None;
     bool settable = true;
+    int needs = 0;        // a capability that must be on while the host changes this one
     bool hidden = false;  // refused by the settings: it works, but the host is told it doesn't exist
     double current = 0;
     double standard = 0;           // the default
@@ -38,6 +39,8 @@ public:
 
     // What the host may know of; null for a hidden capability too.
     const Capability* offered(int id) const;
+    // What the scanner has, hidden or not.
+    const Capability* known(int id) const;
     // The present value; 0 for a capability that the scanner doesn't have.
     double value(int id) const;
     int number(int id) const { return static_cast<int>(value(id)); }
@@ -52,7 +55,6 @@ public:
     void setStandard(int id, double value);
 
 private:
-    const Capability* find(int id) const;
     Capability* find(int id);
     void add(Capability capability) { capabilities_.push_back(std::move(capability)); }
     void addImageCapabilities(const VirtualScannerSettings& settings);

@@ -64,8 +64,18 @@ double ScanParameters::fromHost(const Capability& capability, double value) cons
 }
 
 SetResult ScanParameters::set(const Capability& capability, double value, const std::vector<double>& items) {
+    return change(capability, fromHost(capability, value), items);
+}
+
+SetResult ScanParameters::choose(int id, double value) {
+    const Capability* capability = table_.known(id);
+    return capability ? change(*capability, value, {}) : SetResult::Refused;
+}
+
+SetResult ScanParameters::change(const Capability& capability, double value,
+                                 const std::vector<double>& items) {
     if (!capability.settable) return SetResult::Refused;
-    const SetResult result = table_.set(capability.id, fromHost(capability, value), items);
+    const SetResult result = table_.set(capability.id, value, items);
     if (result != SetResult::Refused && capability.id == ICAP_SUPPORTEDSIZES) frameFollowsPaper();
     return result;
 }

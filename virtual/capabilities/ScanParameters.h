@@ -23,6 +23,8 @@ public:
 
     // `value` and `items` in the host's units.
     SetResult set(const Capability& capability, double value, const std::vector<double>& items);
+    // What the person at the scanner chooses: `value` in the table's own units, of hidden capabilities too.
+    SetResult choose(int id, double value);
     void reset(const Capability& capability);
     void assign(int id, double value) { table_.assign(id, value); }
 
@@ -48,6 +50,7 @@ private:
     // does.
     PixelKind deliveredKind() const;
     double perInch(bool vertical) const;
+    SetResult change(const Capability& capability, double value, const std::vector<double>& items);
     void frameFollowsPaper();
 
     const VirtualScannerSettings& settings_;

@@ -6,6 +6,7 @@
 #include "source/HostRecord.h"
 #include "source/ScannerCore.h"
 #include "source/SourceIdentity.h"
+#include "transfer/SevereFaults.h"
 
 namespace vscan {
 
@@ -29,6 +30,8 @@ Outcome ScannerCore::identity(TW_UINT16 message, TW_MEMREF data) {
 }
 
 Outcome ScannerCore::open() {
+    if (settings_.openFault == OpenFault::Hang) hang();
+    if (settings_.openFault == OpenFault::Crash) crash();
     if (state_ != Closed || settings_.openFault == OpenFault::Busy) return failure(TWCC_MAXCONNECTIONS);
     if (settings_.openFault == OpenFault::Offline) return failure(TWCC_CHECKDEVICEONLINE);
     if (!pageComplaint_.empty()) return failure(TWCC_OPERATIONERROR);
@@ -50,21 +53,29 @@ Outcome ScannerCore::status(TW_UINT16 message, TW_MEMREF data) {
 }
 
 Outcome ScannerCore::capability(TW_UINT16 message, TW_MEMREF data) {
-    const bool asksSupport = message == MSG_QUERYSUPPORT;
-    if (!isChange(message) && !isGet(message) && !asksSupport) return failure(TWCC_BADPROTOCOL);
+    const bool known = isChange(message) || isGet(message) || message == MSG_QUERYSUPPORT;
+    if (!known) return failure(TWCC_BADPROTOCOL);
     if (!inSequence(message, Transferring)) return failure(TWCC_SEQERROR);
     auto* request = hostRecord<TW_CAPABILITY>(data, message);
     if (!request) return failure(TWCC_BADVALUE);
-    if (asksSupport) return queryCapability(parameters_, *request);
+    Outcome outcome = operateCapability(message, *request);
+    const bool refined =
+        outcome.conditionCode >= TWCC_CAPUNSUPPORTED && outcome.conditionCode <= TWCC_CAPSEQERROR;
+    if (refined && settings_.protocolMinor < 7) outcome.conditionCode = TWCC_BADCAP;
+    return outcome;
+}
+
+Outcome ScannerCore::operateCapability(TW_UINT16 message, TW_CAPABILITY& request) {
+    if (message == MSG_QUERYSUPPORT) return queryCapability(parameters_, request);
     pause();
-    if (request->Cap == ICAP_BRIGHTNESS && settings_.openFault == OpenFault::Brightness)
+    if (request.Cap == ICAP_BRIGHTNESS && settings_.openFault == OpenFault::Brightness)
         return failure(TWCC_OPERATIONERROR);
     parameters_.assign(CAP_FEEDERLOADED, batch_.loaded());
-    if (message == MSG_RESET) return resetCapability(parameters_, *request, settings_.oddContainers);
-    if (message != MSG_SET) return getCapability(parameters_, message, *request, settings_.oddContainers);
-    const Outcome outcome = setCapability(parameters_, *request);
+    if (message == MSG_RESET) return resetCapability(parameters_, request, settings_.oddContainers);
+    if (message != MSG_SET) return getCapability(parameters_, message, request, settings_.oddContainers);
+    const Outcome outcome = setCapability(parameters_, request);
     const bool done = outcome.returnCode != TWRC_FAILURE;
-    if (done && request->Cap == CAP_CLEARPAGE && parameters_.capabilities().flag(CAP_CLEARPAGE))
+    if (done && request.Cap == CAP_CLEARPAGE && parameters_.capabilities().flag(CAP_CLEARPAGE))
         batch_.ejectPage();
     return outcome;
 }
@@ -94,27 +105,34 @@ Outcome ScannerCore::userInterface(TW_UINT16 message, TW_MEMREF data) {
 
 Outcome ScannerCore::enable(const TW_USERINTERFACE& request) {
     const bool wanted = request.ShowUI != 0;
-    const bool shown = (wanted || !settings_.uiControllable) && settings_.window;
+    const bool shown = (wanted || !settings_.uiControllable) && settings_.window != WindowBehavior::None;
     const bool empty = parameters_.capabilities().flag(CAP_FEEDERENABLED) && !batch_.loaded();
     if (!shown && empty && settings_.emptyFeeder == EmptyFeeder::Refuse) return failure(TWCC_OPERATIONERROR);
     if (shown) {
-        window_ = std::make_unique<SourceWindow>(
-            static_cast<HWND>(request.hParent), settings_.productName,
-            [this] {
-                if (state_ == Enabled) startBatch();
-            },
-            [this] {
-                if (state_ == Enabled) notify_(MSG_CLOSEDSREQ);
-            });
-        if (!window_->handle()) {
-            window_.reset();
-            return failure(TWCC_LOWMEMORY);
-        }
-        window_->setBusy(false, "Ready.");
+        openWindow(static_cast<HWND>(request.hParent));
+        if (!window_) return failure(TWCC_LOWMEMORY);
     }
     state_ = Enabled;
     if (!shown) startBatch();
     return shown == wanted ? success() : adjusted();
+}
+
+void ScannerCore::openWindow(HWND owner) {
+    WindowHandlers handlers;
+    handlers.scan = [this] {
+        if (state_ != Enabled) return;
+        // Who presses the button once more has put pages in.
+        batch_.refillIfEmpty();
+        startBatch();
+    };
+    handlers.cancel = [this] {
+        if (state_ == Enabled) notify_(MSG_CLOSEDSREQ);
+    };
+    handlers.preview = [this](int width, int height) {
+        return renderPage(fitted(parameters_.request(1), width, height), *content_);
+    };
+    window_ = std::make_unique<SourceWindow>(owner, settings_, ScanChoices(parameters_), std::move(handlers));
+    if (!window_->handle()) window_.reset();
 }
 
 void ScannerCore::disable() {
@@ -149,7 +167,9 @@ void ScannerCore::startBatch() {
 void ScannerCore::endBatch() {
     batch_.stop();
     state_ = Enabled;
-    if (window_) window_->setBusy(false, "Ready.");
+    if (!window_) return;
+    window_->setBusy(false, "Ready.");
+    if (settings_.window == WindowBehavior::Close) window_->pressCancel();
 }
 
 Outcome ScannerCore::pendingTransfers(TW_UINT16 message, TW_MEMREF data) {
@@ -192,7 +212,7 @@ Outcome ScannerCore::setupFile(TW_UINT16 message, TW_MEMREF data) {
     const bool known =
         message == MSG_GET || message == MSG_GETDEFAULT || message == MSG_SET || message == MSG_RESET;
     if (!known || mechanismRefused(TWSX_FILE)) return failure(TWCC_BADPROTOCOL);
-    if (!stateIs(Open, Ready)) return failure(TWCC_SEQERROR);
+    if (message == MSG_RESET ? state_ != Open : !stateIs(Open, Ready)) return failure(TWCC_SEQERROR);
     auto* setup = hostRecord<TW_SETUPFILEXFER>(data, message);
     if (!setup) return failure(TWCC_BADVALUE);
     if (message == MSG_SET) {

@@ -82,8 +82,10 @@ private:
     Outcome autoExposure(TW_UINT16 message, TW_MEMREF data);
     Outcome rgbMatrix(TW_UINT16 message, TW_MEMREF data);
 
+    Outcome operateCapability(TW_UINT16 message, TW_CAPABILITY& request);
     Outcome open();
     Outcome enable(const TW_USERINTERFACE& request);
+    void openWindow(HWND owner);
     void disable();
     void startBatch();
     void endBatch();

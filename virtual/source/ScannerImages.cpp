@@ -19,7 +19,8 @@ Outcome ScannerCore::imageInfo(TW_UINT16 message, TW_MEMREF data) {
 }
 
 Outcome ScannerCore::imageLayout(TW_UINT16 message, TW_MEMREF data) {
-    if (!isChange(message) && !isGet(message)) return failure(TWCC_BADPROTOCOL);
+    const bool asks = message == MSG_GET || message == MSG_GETDEFAULT;
+    if (!isChange(message) && !asks) return failure(TWCC_BADPROTOCOL);
     if (!inSequence(message, Ready)) return failure(TWCC_SEQERROR);
     auto* layout = hostRecord<TW_IMAGELAYOUT>(data, message);
     if (!layout) return failure(TWCC_BADVALUE);

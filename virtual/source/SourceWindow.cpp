@@ -1,79 +1,62 @@
 #include "source/SourceWindow.h"
 
-#include <cstdint>
-#include <cstring>
+#include <commctrl.h>
+
 #include <utility>
-#include <vector>
+
+#include "source/Preview.h"
+#include "source/SourceWindowIds.h"
 
 namespace vscan {
 
 namespace {
 
-constexpr WORD buttonClass = 0x0080;
-constexpr WORD staticClass = 0x0082;
+constexpr struct {
+    int control;
+    ListChoice choice;
+} lists[] = {{SOURCE_MODE, ListChoice::Mode},
+             {SOURCE_RESOLUTION, ListChoice::Resolution},
+             {SOURCE_PAPER, ListChoice::Paper}};
 
-// A dialog template in memory, so that the source needs no resources wherever it is linked to.
-class DialogTemplate {
-public:
-    DialogTemplate(short width, short height) {
-        DLGTEMPLATE header{};
-        header.style =
-            WS_POPUP | WS_CAPTION | WS_SYSMENU | WS_VISIBLE | DS_MODALFRAME | DS_SETFONT | DS_CENTER;
-        header.cx = width;
-        header.cy = height;
-        append(&header, sizeof header);
-        appendWords({0, 0, 0, 8});  // no menu, standard class, no title yet, 8 points
-        appendText(L"MS Shell Dlg");
-    }
+constexpr struct {
+    int control, valueText;
+    ScaleChoice choice;
+} scales[] = {{SOURCE_BRIGHTNESS, SOURCE_BRIGHTNESS_VALUE, ScaleChoice::Brightness},
+              {SOURCE_CONTRAST, SOURCE_CONTRAST_VALUE, ScaleChoice::Contrast}};
 
-    void addControl(WORD windowClass, DWORD style, int id, const wchar_t* text, const RECT& place) {
-        while (bytes_.size() % sizeof(DWORD) != 0)
-            bytes_.push_back(0);
-        DLGITEMTEMPLATE item{};
-        item.style = style | WS_CHILD | WS_VISIBLE;
-        item.x = static_cast<short>(place.left);
-        item.y = static_cast<short>(place.top);
-        item.cx = static_cast<short>(place.right - place.left);
-        item.cy = static_cast<short>(place.bottom - place.top);
-        item.id = static_cast<WORD>(id);
-        append(&item, sizeof item);
-        appendWords({0xFFFF, windowClass});
-        appendText(text);
-        appendWords({0});  // no creation data
-        ++reinterpret_cast<DLGTEMPLATE*>(bytes_.data())->cdit;
-    }
+// The module that this code is in has the dialog, too: the data source, or a test program.
+HINSTANCE ownModule() {
+    constexpr DWORD byAddress =
+        GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
+    HMODULE module = nullptr;
+    return GetModuleHandleExA(byAddress, reinterpret_cast<LPCSTR>(&ownModule), &module) ? module : nullptr;
+}
 
-    const DLGTEMPLATE* get() const { return reinterpret_cast<const DLGTEMPLATE*>(bytes_.data()); }
-
-private:
-    void append(const void* data, std::size_t size) {
-        const std::size_t end = bytes_.size();
-        bytes_.resize(end + size);
-        std::memcpy(bytes_.data() + end, data, size);
-    }
-    void appendWords(std::initializer_list<WORD> words) {
-        append(words.begin(), words.size() * sizeof(WORD));
-    }
-    void appendText(const wchar_t* text) {
-        append(text, (static_cast<std::size_t>(lstrlenW(text)) + 1) * sizeof(wchar_t));
-    }
-
-    std::vector<std::uint8_t> bytes_;
-};
+// The library of the sliders is loaded with the first window and then stays: it takes longer to load than the
+// source, and managers load that several times where no window is wanted.
+void registerSliders() {
+    static const HMODULE library = LoadLibraryA("comctl32.dll");
+    const FARPROC found = library ? GetProcAddress(library, "InitCommonControlsEx") : nullptr;
+    if (!found) return;
+    const INITCOMMONCONTROLSEX sliders{sizeof sliders, ICC_BAR_CLASSES};
+    reinterpret_cast<decltype(&InitCommonControlsEx)>(reinterpret_cast<void*>(found))(&sliders);
+}
 
 }  // namespace
 
-SourceWindow::SourceWindow(HWND owner, const std::string& title, std::function<void()> scan,
-                           std::function<void()> cancel)
-    : scan_(std::move(scan)), cancel_(std::move(cancel)) {
-    DialogTemplate dialog(160, 62);
-    dialog.addControl(staticClass, SS_LEFT, statusText, L"", {8, 8, 152, 30});
-    dialog.addControl(buttonClass, BS_DEFPUSHBUTTON | WS_TABSTOP, scanButton, L"&Scan", {8, 40, 72, 54});
-    dialog.addControl(buttonClass, BS_PUSHBUTTON | WS_TABSTOP, cancelButton, L"Cancel", {88, 40, 152, 54});
-    window_ =
-        CreateDialogIndirectParamA(GetModuleHandleA(nullptr), dialog.get(), IsWindow(owner) ? owner : nullptr,
-                                   procedure, reinterpret_cast<LPARAM>(this));
-    if (window_) SetWindowTextA(window_, title.c_str());
+SourceWindow::SourceWindow(HWND owner, const VirtualScannerSettings& settings, const ScanChoices& choices,
+                           WindowHandlers handlers)
+    : choices_(choices), handlers_(std::move(handlers)) {
+    registerSliders();
+    const bool behind = settings.window == WindowBehavior::Behind;
+    window_ = CreateDialogParamA(ownModule(), MAKEINTRESOURCEA(SOURCE_DIALOG),
+                                 !behind && IsWindow(owner) ? owner : nullptr, procedure, 0);
+    if (!window_) return;
+    SetWindowLongPtrA(window_, DWLP_USER, reinterpret_cast<LONG_PTR>(this));
+    SetWindowTextA(window_, settings.productName.c_str());
+    fill();
+    setBusy(false, "Ready.");
+    show(behind);
 }
 
 SourceWindow::~SourceWindow() {
@@ -82,37 +65,127 @@ SourceWindow::~SourceWindow() {
     DestroyWindow(window_);
 }
 
+void SourceWindow::show(bool behind) const {
+    if (!behind) {
+        ShowWindow(window_, SW_SHOW);
+        return;
+    }
+    SetWindowPos(window_, HWND_BOTTOM, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE | SWP_SHOWWINDOW);
+}
+
+void SourceWindow::fill() {
+    for (const auto& scale : scales) {
+        const ScaleOffer offer = choices_.offer(scale.choice);
+        SendMessageA(control(scale.control), TBM_SETRANGEMIN, TRUE, offer.minimum);
+        SendMessageA(control(scale.control), TBM_SETRANGEMAX, TRUE, offer.maximum);
+        SendMessageA(control(scale.control), TBM_SETPAGESIZE, 0, (offer.maximum - offer.minimum) / 20);
+        SendMessageA(control(scale.control), TBM_SETLINESIZE, 0, (offer.maximum - offer.minimum) / 200);
+        // Wine draws the mark at the new place only when it moves.
+        SendMessageA(control(scale.control), TBM_SETPOS, FALSE, offer.minimum);
+        SendMessageA(control(scale.control), TBM_SETPOS, TRUE, offer.value);
+    }
+    showChoices();
+}
+
+void SourceWindow::showLists() {
+    for (const auto& list : lists) {
+        const ListOffer offer = choices_.offer(list.choice);
+        std::vector<std::string>& shown = shown_[static_cast<std::size_t>(&list - lists)];
+        // Not while it stays the same: somebody may be going through it.
+        if (shown != offer.texts) {
+            SendMessageA(control(list.control), CB_RESETCONTENT, 0, 0);
+            for (const std::string& text : offer.texts)
+                SendMessageA(control(list.control), CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(text.c_str()));
+        }
+        shown = offer.texts;
+        SendMessageA(control(list.control), CB_SETCURSEL, static_cast<WPARAM>(offer.chosen), 0);
+    }
+}
+
+void SourceWindow::showChoices() {
+    showLists();
+    for (const auto& scale : scales)
+        SetDlgItemTextA(window_, scale.valueText, std::to_string(choices_.offer(scale.choice).value).c_str());
+    SetDlgItemTextA(window_, SOURCE_SUMMARY, choices_.summary().c_str());
+    preview_.reset();
+    InvalidateRect(control(SOURCE_PREVIEW), nullptr, FALSE);
+}
+
+void SourceWindow::enableChoices(bool enable) const {
+    for (const auto& list : lists)
+        EnableWindow(control(list.control), enable && choices_.offer(list.choice).changeable);
+    for (const auto& scale : scales)
+        for (const int part : {scale.control, scale.valueText})
+            EnableWindow(control(part), enable && choices_.offer(scale.choice).changeable);
+    for (const int button : {scanButton, cancelButton})
+        EnableWindow(control(button), enable);
+}
+
 void SourceWindow::setBusy(bool busy, const std::string& status) {
-    // A disabled button loses the keyboard focus and doesn't get it back.
-    if (busy) hadFocus_ = IsChild(window_, GetFocus()) != FALSE;
-    EnableWindow(GetDlgItem(window_, scanButton), !busy);
-    EnableWindow(GetDlgItem(window_, cancelButton), !busy);
-    if (!busy && std::exchange(hadFocus_, false)) SetFocus(GetDlgItem(window_, scanButton));
-    SetDlgItemTextA(window_, statusText, status.c_str());
+    // A disabled control loses the keyboard focus and doesn't get it back.
+    if (busy && IsChild(window_, GetFocus())) focus_ = GetFocus();
+    enableChoices(!busy);
+    if (!busy)
+        if (const HWND before = std::exchange(focus_, nullptr))
+            // Unless the person went to another window meanwhile.
+            if (!GetFocus() || GetFocus() == window_ || IsChild(window_, GetFocus()))
+                SendMessageA(window_, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(before), TRUE);
+    SetDlgItemTextA(window_, SOURCE_STATUS, status.c_str());
 }
 
 bool SourceWindow::takes(MSG& message) const {
     return IsDialogMessageA(window_, &message) != FALSE;
 }
 
-INT_PTR CALLBACK SourceWindow::procedure(HWND window, UINT message, WPARAM word, LPARAM data) {
-    if (message == WM_INITDIALOG) {
-        SetWindowLongPtrA(window, DWLP_USER, data);
-        return TRUE;
-    }
-    auto* self = reinterpret_cast<SourceWindow*>(GetWindowLongPtrA(window, DWLP_USER));
-    if (!self || message != WM_COMMAND) return FALSE;
-    // Copied first: the handler may end the window and this object with it.
-    std::function<void()> handler;
-    if (LOWORD(word) == scanButton) handler = self->scan_;
-    if (LOWORD(word) == cancelButton) handler = self->cancel_;
-    if (!handler) return FALSE;
-    try {
+bool SourceWindow::command(int id, int notification) {
+    if (id == scanButton || id == cancelButton) {
+        // Copied first: the handler may end the window and this object with it.
+        const std::function<void()> handler = id == scanButton ? handlers_.scan : handlers_.cancel;
         handler();
+        return true;
+    }
+    for (const auto& list : lists)
+        if (id == list.control && notification == CBN_SELCHANGE) {
+            choices_.choose(list.choice, static_cast<int>(SendMessageA(control(id), CB_GETCURSEL, 0, 0)));
+            showChoices();
+            return true;
+        }
+    return false;
+}
+
+void SourceWindow::paint(const DRAWITEMSTRUCT& item) {
+    const RECT& place = item.rcItem;
+    if (!preview_)
+        preview_ = handlers_.preview((place.right - place.left) * previewDetail,
+                                     (place.bottom - place.top) * previewDetail);
+    paintPreview(item.hDC, place, *preview_);
+}
+
+bool SourceWindow::handle(UINT message, WPARAM word, LPARAM data) {
+    if (message == WM_COMMAND) return command(LOWORD(word), HIWORD(word));
+    if (message == WM_DRAWITEM) {
+        paint(*reinterpret_cast<const DRAWITEMSTRUCT*>(data));
+        return true;
+    }
+    if (message != WM_HSCROLL) return false;
+    for (const auto& scale : scales)
+        if (control(scale.control) == reinterpret_cast<HWND>(data))
+            choices_.choose(scale.choice,
+                            static_cast<int>(SendMessageA(control(scale.control), TBM_GETPOS, 0, 0)));
+    showChoices();
+    return true;
+}
+
+INT_PTR CALLBACK SourceWindow::procedure(HWND window, UINT message, WPARAM word, LPARAM data) {
+    if (message == WM_INITDIALOG) return TRUE;
+    auto* self = reinterpret_cast<SourceWindow*>(GetWindowLongPtrA(window, DWLP_USER));
+    if (!self) return FALSE;
+    try {
+        return self->handle(message, word, data);
     } catch (...) {
         // Nothing may be thrown through Windows; the scan that could not begin stays away.
+        return TRUE;
     }
-    return TRUE;
 }
 
 }  // namespace vscan
