@@ -23,6 +23,13 @@ bool isPlanar(host::PixelLayout layout) {
 
 }  // namespace
 
+std::vector<uint32_t> colorsOf(const std::vector<shared::BmpColor>& palette) {
+    std::vector<uint32_t> colors;
+    for (const shared::BmpColor& color : palette)
+        colors.push_back(color.blue | color.green << 8 | color.red << 16);
+    return colors;
+}
+
 void PagePicture::begin(int width, int height, int bits, std::vector<uint32_t> palette,
                         host::PixelLayout layout) {
     pageWidth_ = std::max(width, 1);
@@ -39,6 +46,10 @@ void PagePicture::begin(int width, int height, int bits, std::vector<uint32_t> p
     growTo(dividedUp(std::max(height, 0), factor_));
 }
 
+void PagePicture::begin(const host::PageImage& image, int height) {
+    begin(image.format.width, height, image.format.bits, colorsOf(image.format.palette), image.layout);
+}
+
 void PagePicture::growTo(int height) {
     if (height <= height_) return;
     height_ = height;
@@ -47,7 +58,7 @@ void PagePicture::growTo(int height) {
     pixels_.resize(pixels, notCome);
 }
 
-void PagePicture::add(const host::Strip& strip, int firstRow, int plane) {
+void PagePicture::add(const host::Strip& strip, int plane) {
     // Windows' order of the bytes of a pixel is blue, green, red; planes come as red, green, blue.
     const int lane = laneCount - 1 - plane;
     const unsigned lanes = isPlanar(layout_) ? 1u << lane : allLanes;
@@ -55,7 +66,7 @@ void PagePicture::add(const host::Strip& strip, int firstRow, int plane) {
         host::placePixels(row_.data(), bits_, strip.xOffset,
                           strip.data + static_cast<size_t>(i) * strip.bytesPerRow, strip.columns, layout_,
                           lane);
-        const int y = firstRow + static_cast<int>(i);
+        const int y = static_cast<int>(strip.yOffset + i);
         collect(row_.data(), y, static_cast<int>(strip.xOffset), static_cast<int>(strip.columns),
                 static_cast<int>(lanes));
     }
@@ -102,6 +113,19 @@ void PagePicture::showRow(int y) {
         if (lane[0].count + lane[1].count + lane[2].count == 0) continue;
         pixels_[i] = lane[0].mean() | lane[1].mean() << 8 | lane[2].mean() << 16;
     }
+}
+
+void PagePicture::draw(HDC context, const RECT& at) const {
+    BITMAPINFO info = {};
+    info.bmiHeader.biSize = sizeof info.bmiHeader;
+    info.bmiHeader.biWidth = width_;
+    info.bmiHeader.biHeight = -height_;
+    info.bmiHeader.biPlanes = 1;
+    info.bmiHeader.biBitCount = 32;
+    SetStretchBltMode(context, HALFTONE);
+    SetBrushOrgEx(context, 0, 0, nullptr);
+    StretchDIBits(context, at.left, at.top, at.right - at.left, at.bottom - at.top, 0, 0, width_, height_,
+                  pixels_.data(), &info, DIB_RGB_COLORS, SRCCOPY);
 }
 
 }  // namespace smview

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <windows.h>
+
 #include <cstdint>
 #include <vector>
 
+#include "common/PageImage.h"
 #include "common/Strips.h"
 
 namespace smview {
@@ -16,10 +19,10 @@ public:
     static constexpr int largestHeight = 1200;
 
     // height below 0: not known; the picture then grows as rows come.
+    void begin(const host::PageImage& image, int height);
     void begin(int width, int height, int bits, std::vector<uint32_t> palette, host::PixelLayout layout);
-    // Must be trimmed to the page's width. firstRow: of the page, on which the strip's own first row lies;
-    // plane: that the strip belongs to, for planar layouts.
-    void add(const host::Strip& strip, int firstRow, int plane);
+    // Must be cut to the page's width; plane: that the strip belongs to, for planar layouts.
+    void add(const host::Strip& strip, int plane);
     // One row as a BMP file has it.
     void addFileRow(const uint8_t* row, int y);
 
@@ -30,6 +33,7 @@ public:
     int height() const { return height_; }
     // Bottom row last; 4 bytes a pixel: blue, green, red, none. What has not come is light gray.
     const std::vector<uint32_t>& pixels() const { return pixels_; }
+    void draw(HDC context, const RECT& at) const;
     bool empty() const { return pixels_.empty(); }
     // How many pixels of the page a pixel's side stands for.
     int factor() const { return factor_; }
@@ -57,5 +61,8 @@ private:
     std::vector<uint32_t> pixels_;
     std::vector<uint8_t> row_;
 };
+
+// As a picture's pixels are.
+std::vector<uint32_t> colorsOf(const std::vector<shared::BmpColor>& palette);
 
 }  // namespace smview

@@ -29,7 +29,8 @@ void PageView::registerClass() {
     definition.style = CS_HREDRAW | CS_VREDRAW;
     definition.lpfnWndProc = onMessage;
     definition.hInstance = GetModuleHandleW(nullptr);
-    definition.hCursor = LoadCursorW(nullptr, IDC_CROSS);
+    // IDC_CROSS, which the headers have for the other kind of text only.
+    definition.hCursor = LoadCursorW(nullptr, MAKEINTRESOURCEW(32515));
     definition.lpszClassName = windowClass;
     RegisterClassW(&definition);
 }
@@ -123,7 +124,7 @@ void PageView::paint() {
         const Selected selected(context, bitmap);
         FillRect(context, &client, GetSysColorBrush(COLOR_APPWORKSPACE));
         const RECT at = shown();
-        if (picture_ != nullptr && !picture_->empty()) drawPicture(context, at);
+        if (picture_ != nullptr && !picture_->empty()) picture_->draw(context, at);
         if (area_ && whole_) {
             const RECT area = placed(*area_, at, *whole_);
             const HPEN pen = CreatePen(PS_SOLID, areaPen, areaColour);
@@ -138,20 +139,6 @@ void PageView::paint() {
     DeleteObject(bitmap);
     DeleteDC(context);
     EndPaint(window_, &paint);
-}
-
-void PageView::drawPicture(HDC context, const RECT& shown) const {
-    BITMAPINFO info = {};
-    info.bmiHeader.biSize = sizeof info.bmiHeader;
-    info.bmiHeader.biWidth = picture_->width();
-    info.bmiHeader.biHeight = -picture_->height();
-    info.bmiHeader.biPlanes = 1;
-    info.bmiHeader.biBitCount = 32;
-    SetStretchBltMode(context, HALFTONE);
-    SetBrushOrgEx(context, 0, 0, nullptr);
-    StretchDIBits(context, shown.left, shown.top, shown.right - shown.left, shown.bottom - shown.top, 0, 0,
-                  picture_->width(), picture_->height(), picture_->pixels().data(), &info, DIB_RGB_COLORS,
-                  SRCCOPY);
 }
 
 }  // namespace smview

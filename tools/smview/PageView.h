@@ -35,7 +35,6 @@ private:
     static LRESULT CALLBACK onMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     std::optional<LRESULT> handle(UINT message, WPARAM wParam, LPARAM lParam);
     void paint();
-    void drawPicture(HDC context, const RECT& shown) const;
     RECT shown() const;
     void drag(POINT to);
 
