@@ -137,14 +137,13 @@ TEST_CASE("several pages from the feeder, the first deleted; cancel in the middl
 }
 
 TEST_CASE("Cancel works in the middle of a page, and the next scan comes whole") {
-    const Setting pages("Pages", "2"), delay("Delay", "20"), rows("StripRows", "20"),
+    const Setting pages("Pages", "2"), delay("Delay", "15"), rows("StripRows", "10"),
         mode("PixelType", "Gray");
     const Program program;
     program.type(IDC_RESOLUTION, "75");
     program.press(IDC_SCAN);
     REQUIRE(
         becomes([&] { return SendDlgItemMessageA(program.window, IDC_PROGRESS, PBM_GETPOS, 0, 0) > 20; }));
-    CHECK_FALSE(program.isEnabled(IDC_SCAN));
     program.press(IDCANCEL);
     REQUIRE(becomes([&] { return program.says("Cancelled. No page was scanned."); }));
     CHECK(program.isEnabled(IDC_SCAN));

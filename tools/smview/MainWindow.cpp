@@ -3,6 +3,7 @@
 #include <commctrl.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <exception>
 
 #include "common/CapsQuery.h"
@@ -307,15 +308,21 @@ void MainWindow::stripComes(const host::Strip& strip, int plane) {
 
 void MainWindow::progress(int, int done, int total) {
     pump();
+    const int position = total > 0 ? MulDiv(done, wholeProgress, total) : 0;
+    // A bar that is drawn oftener than it moves is drawn in vain.
+    if (std::abs(position - shownProgress_) >= wholeProgress / 50) {
+        shownProgress_ = position;
+        SendMessageW(control(IDC_PROGRESS), PBM_SETPOS, position, 0);
+    }
     const DWORD now = GetTickCount();
     if (now - lastDrawn_ < drawPause_ && done < total) return;
     view().update();
-    if (total > 0) SendMessageW(control(IDC_PROGRESS), PBM_SETPOS, MulDiv(done, wholeProgress, total), 0);
     lastDrawn_ = GetTickCount();
     drawPause_ = std::max(drawInterval, (lastDrawn_ - now) * drawShare);
 }
 
 void MainWindow::progressOver() {
+    shownProgress_ = 0;
     SendMessageW(control(IDC_PROGRESS), PBM_SETPOS, 0, 0);
     pump();
 }

@@ -79,6 +79,7 @@ private:
     PagePicture page_;  // one of the list
     DWORD lastDrawn_ = 0;
     DWORD drawPause_ = 0;
+    int shownProgress_ = 0;
     bool previewing_ = false;
     bool busy_ = false;
     bool closing_ = false;
