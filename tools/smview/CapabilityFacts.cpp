@@ -101,7 +101,7 @@ std::optional<std::string> Reader::item(TW_UINT16 type, size_t offset) const {
     if (findType(type)->textBytes != 0) return std::string(start, strnlen(start, size));
     const double number = shared::itemNumber(type, start);
     if (type == TWTY_BOOL) return std::string(number != 0 ? "on" : "off");
-    return format("%.10g", number);
+    return format(type == TWTY_FIX32 ? "%.6g" : "%.10g", number);
 }
 
 // Items of a list from an offset on; nothing if the block ends before they do.
