@@ -1,9 +1,13 @@
 // The parts of smview that need neither a window nor a source.
 #include <doctest.h>
 
+#include "WindowsFiles.h"
+#include "common/BmpRowFile.h"
+#include "common/Failure.h"
 #include "smview/AreaSelection.h"
 #include "smview/CapabilityFacts.h"
 #include "smview/PagePicture.h"
+#include "smview/PageSaver.h"
 #include "support/ContainerImage.h"
 
 using namespace smview;
@@ -137,4 +141,39 @@ TEST_CASE("a value is sent in the type that the source answers with; a text that
     CHECK(set("one FIX32 7", "1.5") == "one FIX32 1+32768/65536");
     for (const char* const wrong : {"", "x", "1x", "nan", "1e300"})
         CHECK(set("one UINT16 7", wrong) == "\"" + std::string(wrong) + "\" is no value of type UINT16.");
+}
+
+TEST_CASE(
+    "pages are saved by the name's ending: in one file where it holds them, else one each; a wrong name is "
+    "told") {
+    const std::string folder = temporaryFolder(), bmp = folder + "saver.bmp";
+    host::BmpFormat format;
+    format.width = 8;
+    format.bits = 24;
+    host::BmpRowFile file(bmp, format, 4);
+    file.finish();
+    const std::wstring path(bmp.begin(), bmp.end());
+    const std::vector<PageList::Page> pages(2, {path, {100, 100}});
+    const auto saved = [&](const std::string& name, const std::vector<std::string>& files) {
+        const std::string target = folder + name;
+        std::string told;
+        try {
+            told = savePages(pages, std::wstring(target.begin(), target.end()));
+        } catch (const host::Failure& failure) {
+            told = failure.text;
+        }
+        for (const std::string& each : files) {
+            CHECK_MESSAGE(readFile(folder + each).size() > 60, each);
+            DeleteFileA((folder + each).c_str());
+        }
+        return told;
+    };
+    CHECK(saved("saver.pdf", {"saver.pdf"}) == "Saved as " + folder + "saver.pdf");
+    CHECK(saved("saver.png", {"saver-001.png", "saver-002.png"}) ==
+          "2 files saved, the first as " + folder + "saver-001.png");
+    CHECK(saved("saver2.bmp", {"saver2-001.bmp", "saver2-002.bmp"}).substr(0, 8) == "2 files ");
+    CHECK(saved("saver.gif", {}).find("must end in one of .bmp") != std::string::npos);
+    CHECK(saved("saver", {}).find("must end in one of") != std::string::npos);
+    CHECK(saved("no-such-folder\\x.pdf", {}).find("Cannot write") == 0);
+    DeleteFileA(bmp.c_str());
 }
