@@ -7,7 +7,7 @@ source "$(dirname -- "${BASH_SOURCE[0]}")/lib.sh"
 usage() {
   cat <<'EOF'
 usage: screens.sh [--dpi N]... [FOLDER]
-Writes FOLDER/PROGRAM-N.png for each program with a window, at N dots per inch; --dpi 96 and --dpi 144 when not said
+Writes FOLDER/PROGRAM-N.png for each program with a window (and the virtual scanner's), at N dots per inch; --dpi 96 and --dpi 144 when not said
 (what Windows calls 100 and 150 %), FOLDER is docs/pictures. Looking at them is left to you.
 EOF
 }
@@ -62,7 +62,7 @@ wait_for() {
 show_smtrace() {
   on_desktop "$(product smtrace.exe)" &
   wait_for "Scan module trace"
-  on_desktop "$(product smscan.exe)" --mode gray --resolution 75 --output "$work/page.bmp" >/dev/null
+  on_desktop "$(product smscan.exe)" --mode gray --resolution 75 --force --output "$work/page.bmp" >/dev/null
   sleep 2
 }
 
@@ -70,6 +70,38 @@ show_smtrace() {
 give_fonts() {
   in_wine cmd /c ver >/dev/null # makes the prefix where it is missing
   cp -n -- /usr/share/wine/fonts/marlett.ttf "$build_dir/wine/screen/drive_c/windows/Fonts/"
+}
+
+# keys KEY...: to the window in front. Each comes to rest before the next.
+keys() {
+  local key
+  for key; do
+    xdotool key "$key"
+    sleep 1
+  done
+}
+
+show_smview() {
+  on_desktop "$(product smview.exe)" &
+  wait_for "Scan"
+  sleep 2
+  keys alt+s
+  sleep 2
+}
+
+show_smview-capabilities() {
+  on_desktop "$(product smview.exe)" &
+  wait_for "Scan"
+  sleep 2
+  keys alt+c
+  sleep 2
+}
+
+# The virtual scanner's own.
+show_scanner() {
+  on_desktop "$(product smscan.exe)" --ui --output "$work/other.bmp" >/dev/null 2>&1 &
+  wait_for "KAVRO Virtual Scanner"
+  sleep 2
 }
 
 # picture NAME RESOLUTION: inside the screen.
@@ -93,7 +125,7 @@ if [[ ${SCREENS_INSIDE-} == "" ]]; then
 fi
 give_fonts
 for resolution in "${resolutions[@]}"; do
-  for program in smtrace; do
+  for program in smtrace smview smview-capabilities scanner; do
     picture "$program" "$resolution"
   done
 done

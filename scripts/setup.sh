@@ -46,6 +46,7 @@ readonly REQUIREMENTS=(
   'screens xauth                 xauth'
   'screens imagemagick           import'
   'screens x11-utils             xwininfo'
+  'screens xdotool               xdotool'
   'screens fonts-wine            /usr/share/wine/fonts/marlett.ttf'
   'screens fonts-liberation      /usr/share/fonts/truetype/liberation/LiberationSans-Regular.ttf'
   # Not gcc-multilib: it can't be installed beside other cross compilers.

@@ -283,7 +283,10 @@ enum {
     TWTY_BOOL = 6,
     TWTY_FIX32 = 7,
     TWTY_FRAME = 8,
-    TWTY_STR32 = 9
+    TWTY_STR32 = 9,
+    TWTY_STR64 = 10,
+    TWTY_STR128 = 11,
+    TWTY_STR255 = 12
 };
 
 /* Operations of a capability, as MSG_QUERYSUPPORT gives them */

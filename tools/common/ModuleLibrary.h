@@ -80,7 +80,8 @@
     USE(smSetClearPage)             \
     USE(smGetClearPage)             \
     USE(smSetPIMFlag)               \
-    USE(smGetPIMFlag)
+    USE(smGetPIMFlag)               \
+    USE(DisableWnds)
 
 namespace host {
 
