@@ -91,7 +91,7 @@ def blocks(page):
     for number, line in enumerate(lines, 1):
         if opened is None and line.lstrip().startswith("```"):
             marker = MARKER.fullmatch(lines[number - 2].strip()) if number > 1 else None
-            opened = (f"{os.path.relpath(page, SOURCE)}:{number}", line.strip()[3:], *(marker.groups() if marker else ("", "")))
+            opened = (f"{os.path.relpath(page, SOURCE)}:{number}", line.strip()[3:].partition(" ")[0], *(marker.groups() if marker else ("", "")))
             body = []
         elif opened and line.strip() == "```":
             yield (*opened, body)
