@@ -2,9 +2,9 @@
 
 Usage: docs_test.py SOURCE_DIR BUILD_DIR
 
-Each fenced block of README.md, docs/*.md and the package's README names its language. sh is run, c, cpp and cmake are built, in a copy of
-the tree that shares what is built already; text, mermaid and ini are only shown. HTML comments, which readers of the
-page don't see, say what else holds of the block that follows:
+Each fenced block of README.md, docs/*.md and the package's README names its language. sh is run, c and cpp are
+compiled, cmake is configured, in a copy of the tree that shares what is built already; text, mermaid and ini are only
+shown. HTML comments, which readers of the page don't see, say what else holds of the block that follows:
   <!-- not run: WHY -->     it can't be tried here
   <!-- file: NAME -->       it is a file that the blocks after it use
   <!-- from: FILE -->       its lines stand in that file, which is built and tried elsewhere
@@ -91,8 +91,8 @@ def blocks(page):
     for number, line in enumerate(lines, 1):
         if opened is None and line.lstrip().startswith("```"):
             marker = MARKER.fullmatch(lines[number - 2].strip()) if number > 1 else None
-            opened = (f"{os.path.relpath(page, SOURCE)}:{number}", line.strip()[3:].partition(" ")[0], *(marker.groups() if marker else ("", "")))
-            body = []
+            place, language = f"{os.path.relpath(page, SOURCE)}:{number}", line.strip("` ").partition(" ")[0]
+            opened, body = (place, language, *(marker.groups() if marker else ("", ""))), []
         elif opened and line.strip() == "```":
             yield (*opened, body)
             opened = None
@@ -211,7 +211,7 @@ def main():
     for page in [PACKAGE / "README.md", PACKAGE / "CHANGELOG.md", *sorted((PACKAGE / "docs").glob("*.md"))]:
         check_links(page, PACKAGE)
     print("\n".join(failures))
-    print("Of the docs' blocks: " + ", ".join(f"{count} {what}" for what, count in sorted(counts.items())))
+    print("In the docs: " + "\n  ".join(["", *(f"{count:3} {what}" for what, count in sorted(counts.items()))]))
     for kind in ("run", "compiled", "configured", "links"):
         if not counts[kind]:
             fail("docs_test", f"nothing was found to be {kind}")
