@@ -184,7 +184,7 @@ def check_links(page, root):
         elif anchor and anchor not in anchors(file):
             fail(page.relative_to(root), f"the link to {target} finds no such heading")
     if root == SOURCE:
-        folders = "|".join(entry.name for entry in SOURCE.iterdir() if entry.is_dir() and entry.name not in ("build", "out"))
+        folders = "|".join({entry.name for entry in SOURCE.iterdir() if entry.is_dir()} - {"build", "out"})
         for path in re.findall(rf"`((?:{folders})/[\w./-]*\w)`", text):
             if "..." in path or path.rpartition("/")[2].isupper():
                 continue  # a placeholder
