@@ -20,7 +20,7 @@ source_files() {
 }
 text_files() {
   source_files -type f \( -name '*.cpp' -o -name '*.h' -o -name '*.c' -o -name '*.rc' -o -name '*.def*' \
-    -o -name '*.sh' -o -name '*.cmake' -o -name '*.txt' -o -name '*.md' -o -name '*.ini' -o -name '*.json' \)
+    -o -name '*.sh' -o -name '*.py' -o -name '*.cmake' -o -name '*.txt' -o -name '*.md' -o -name '*.ini' -o -name '*.json' \)
 }
 # matching PATTERN: the text files with a line that matches.
 matching() { text_files | xargs -r -d '\n' grep -lP -- "$1" || true; }

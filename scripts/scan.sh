@@ -12,21 +12,29 @@ source "$(dirname -- "${BASH_SOURCE[0]}")/lib.sh"
 # unless the current folder lies inside a prefix. So --output is made absolute, and such a folder left.
 absolute() {
   case $1 in
-    /* | [A-Za-z]:*) printf '%s' "$1" ;;
+    '' | -* | /* | [A-Za-z]:*) printf '%s' "$1" ;;
     *) printf '%s/%s' "${PWD//%/%%}" "$1" ;;
   esac
 }
 
+readonly letter_o='^(-[lcqVh]*o)' # alone or behind options without a value
 arguments=()
+prefix=scan
 output_given=
+extension=bmp
 previous=
 for argument in "$@"; do
-  if [[ $previous == --output ]]; then
+  if [[ $previous == --output || $previous =~ $letter_o$ ]]; then
     argument=$(absolute "$argument")
+  elif [[ $previous == --format || $argument == --format=* ]]; then
+    extension=${argument#*=}
   elif [[ $argument == --output=* ]]; then
     argument=--output=$(absolute "${argument#*=}")
+  elif [[ $argument =~ $letter_o(.+) ]]; then
+    argument=${BASH_REMATCH[1]}$(absolute "${BASH_REMATCH[2]}")
   fi
-  [[ $argument != --output* ]] || output_given=yes
+  [[ $argument != --output* && ! $argument =~ $letter_o ]] || output_given=yes
+  [[ $argument != --ui && $argument != --select ]] || prefix=screen
   [[ $argument != --help ]] ||
     echo "scan.sh hands its options to smscan; its default for --output is out/page%03d.bmp in $REPO."
   arguments+=("$argument")
@@ -35,11 +43,18 @@ done
 if [[ -z $output_given ]]; then
   mkdir -p -- "$REPO/out"
   if [[ $PWD -ef $REPO ]]; then
-    arguments+=(--output out/page%03d.bmp)
+    arguments+=(--output "out/page%03d.$extension")
   else
-    arguments+=(--output "${REPO//%/%%}/out/page%03d.bmp")
+    arguments+=(--output "${REPO//%/%%}/out/page%03d.$extension")
   fi
 fi
 
+# The prefix without graphics would show the window to nobody.
+if [[ $prefix == screen && -z ${DISPLAY-} ]]; then
+  say "$SCRIPT_NAME: --ui and --select show a window, and there is no display: run this on a desktop, or with
+  xvfb-run. Without a window --source NAME chooses a source (--list tells the names)."
+  exit 2
+fi
+
 [[ $(pwd -P) != "$REPO"/build/* ]] || cd -- "$REPO"
-exec "$REPO/scripts/wine.sh" --prefix scan "$REPO/build/mingw32/bin/smscan.exe" "${arguments[@]}"
+exec "$REPO/scripts/wine.sh" --prefix "$prefix" "$REPO/build/mingw32/bin/smscan.exe" "${arguments[@]}"

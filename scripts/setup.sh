@@ -7,15 +7,15 @@ source "$(dirname -- "${BASH_SOURCE[0]}")/lib.sh"
 
 usage() {
   cat <<'EOF'
-usage: setup.sh scan|test
+usage: setup.sh scan|test|screens
 Installs what is missing for building the programs and running them ("scan"; benchmarks need no more), or for the
-tests and the checks of the sources as well ("test").
+tests and the checks of the sources as well ("test"), or for taking pictures of windows ("screens").
 EOF
 }
 
 job=${1-}
 case $job in
-  scan | test) (($# == 1)) || { usage >&2; exit 2; } ;;
+  scan | test | screens) (($# == 1)) || { usage >&2; exit 2; } ;;
   --help) usage; exit 0 ;;
   *) usage >&2; exit 2 ;;
 esac
@@ -27,11 +27,21 @@ readonly REQUIREMENTS=(
   'scan binutils-mingw-w64-i686  /usr/bin/i686-w64-mingw32-windres'
   'scan cmake                    /usr/bin/cmake'
   'scan ninja-build              /usr/bin/ninja'
+  'scan libz-mingw-w64-dev       /usr/i686-w64-mingw32/lib/libz.a'
   'scan wine                     /usr/bin/wine'
   'scan wine32:i386              /usr/lib/wine/wine'
+  'scan nlohmann-json3-dev       /usr/include/nlohmann/json.hpp'
   'test doctest-dev              /usr/include/doctest/doctest.h'
   'test libstb-dev               /usr/include/stb/stb_image.h'
+  'test python3-pil              /usr/lib/python3/dist-packages/PIL'
+  'test poppler-utils            /usr/bin/pdfimages'
   'test clang-format-14          /usr/bin/clang-format-14'
+  'screens xvfb                  /usr/bin/Xvfb'
+  'screens xauth                 /usr/bin/xauth'
+  'screens imagemagick           /usr/bin/import'
+  'screens x11-utils             /usr/bin/xwininfo'
+  'screens fonts-wine            /usr/share/wine/fonts/marlett.ttf'
+  'screens fonts-liberation      /usr/share/fonts/truetype/liberation/LiberationSans-Regular.ttf'
 )
 
 missing=()

@@ -55,13 +55,14 @@ case $prefix_name in
     ;;
   *) fail "unknown prefix '$prefix_name': scan, scan-tests, tests or screen" ;;
 esac
+[[ $prefix_name != screen || -n ${DISPLAY-} ]] ||
+  fail "the prefix 'screen' needs a display: run this on a desktop, or with xvfb-run"
 "$REPO/scripts/wine_prefix.sh" --build-dir "$build_dir" "$prefix_name" 6>&-
 
 export WINEPREFIX=$wine_dir/$prefix_name WINEARCH=win32 WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES=$overrides
 # Tests see the same ANSI code page (1252) on every machine. Elsewhere the user's locale stands, unless it is
-# one in which Wine could not read file names beyond ASCII.
-locale=${LC_ALL:-${LC_CTYPE:-${LANG:-C}}}
-if [[ $prefix_name == *tests* || $locale != *[Uu][Tt][Ff]* ]]; then
+# one in which Wine could not read names beyond ASCII: no UTF-8, or never generated on this machine.
+if [[ $prefix_name == *tests* || $(locale charmap 2>/dev/null) != UTF-8 ]]; then
   export LC_ALL=C.UTF-8
 fi
 

@@ -15,7 +15,7 @@ const std::string scanGray = "--resolution 50 --mode gray --output p.bmp ";
 const vscan::PageRequest gray = pageOf(PixelKind::Gray8, 50);
 const std::string grayLine = "p.bmp  413 x 585 pixels, 8 bit, 50 dpi\n";
 
-// What pagesIn shows: the file of a memory transfer has no resolution.
+// What pagesIn shows: the file that the module writes has no resolution, smscan puts it in.
 std::string page(PixelKind kind, const std::string& dpi = "0") {
     return "\np.bmp: " + std::to_string(vscan::bitsPerPixel(kind)) + " bit, " + dpi + " dpi: the page";
 }
@@ -45,18 +45,21 @@ TEST_CASE("boxes: a depth that the one-shot scan doesn't know ends it; there may
               grayLine +
                   "! Note: a one-shot scan is one page. Run it again for the next one, or scan without "
                   "--presto.\nexit 0" +
-                  page(PixelKind::Gray8));
+                  page(PixelKind::Gray8, "50"));
         CHECK(box.seen == std::string("[smscan] \xBF") + "Explorar m\xE1s p\xE1ginas?\n");
     }
 }
 
 TEST_CASE("the source's window: Scan brings the page, Cancel ends the scan") {
+    const std::string unseen =
+        "! Note: there is no display, so nobody sees the window that this waits for. With Wine: "
+        "scripts/wine.sh --prefix screen, on a desktop or with xvfb-run.\n";
     ForeignDialog scan(SourceWindow::scanButton), cancel(SourceWindow::cancelButton);
     CHECK(scanned(scanGray + "--ui", "", gray, std::ref(scan)) ==
-          grayLine + "exit 0" + page(PixelKind::Gray8, "50"));
+          grayLine + unseen + "exit 0" + page(PixelKind::Gray8, "50"));
     CHECK(scan.count() == 1);
     CHECK(scanned(scanGray + "--ui", "", gray, std::ref(cancel)) ==
-          "! smscan: The source's window was closed. No page was scanned.\nexit 5");
+          unseen + "! smscan: The source's window was closed. No page was scanned.\nexit 5");
 }
 
 TEST_CASE("the small hosts in C") {

@@ -20,7 +20,7 @@ std::optional<BmpFacts> factsOf(const BITMAPINFOHEADER& header) {
 }
 
 BmpFacts readBmpFacts(const std::string& path) {
-    const StdFile file = openFile(path, "rb");
+    const StdFile file = openFile(path, L"rb");
     BITMAPFILEHEADER fileHeader{};
     BITMAPINFOHEADER header{};
     const bool read = file && std::fread(&fileHeader, sizeof fileHeader, 1, file.get()) == 1 &&

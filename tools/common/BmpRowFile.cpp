@@ -5,6 +5,7 @@
 #include "common/Failure.h"
 #include "common/PageFiles.h"
 #include "common/Text.h"
+#include "common/TextEncoding.h"
 
 namespace host {
 
@@ -15,7 +16,7 @@ BmpRowFile::BmpRowFile(const std::string& path, const BmpFormat& format, int hei
       topDown_(height < 0),
       rowBytes_(shared::bmpRowBytes(format.width, format.bits)),
       headerBytes_(static_cast<int64_t>(shared::bmpHeader(format, 0, false).size())),
-      file_(CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+      file_(CreateFileW(wide(path).c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
                         FILE_ATTRIBUTE_NORMAL, nullptr)) {
     if (file_ == INVALID_HANDLE_VALUE) fail();
     try {

@@ -5,6 +5,7 @@
 #include "common/RawCapability.h"
 #include "common/ScanRequest.h"
 #include "common/Text.h"
+#include "common/TextEncoding.h"
 #include "common/ToneValue.h"
 
 namespace host {
@@ -29,7 +30,7 @@ CapsRow numberRow(const char* name, WordGetter get) {
 CapsRow switchRow(const char* name, WordGetter get) {
     unsigned short value = 0;
     const int result = get(&value);
-    return row(name, result, {{"current", std::string(value ? "on" : "off")}});
+    return row(name, result, {{"current", value != 0}});
 }
 
 template <size_t Count>
@@ -52,11 +53,15 @@ CapsRow choiceRow(const char* name, WordGetter get, WordGetter getSupported,
     return result;
 }
 
-CapsRow resolutionRow(const char* name, WordsGetter get) {
+// A source may have a list of resolutions instead of a range.
+CapsRow resolutionRow(const ModuleLibrary& module, const char* name, WordsGetter get, TW_UINT16 capability) {
     unsigned short current = 0;
     unsigned short lowest = 0;
     unsigned short highest = 0;
     const int result = get(&current, &lowest, &highest);
+    const std::vector<double> choices = choicesOf(module.smCapNegotiate, capability);
+    if (!choices.empty())
+        return row(name, result, {{"current", static_cast<double>(current)}, {"choices", choices}}, "dpi");
     return row(name, result,
                {{"current", static_cast<double>(current)},
                 {"min", static_cast<double>(lowest)},
@@ -116,15 +121,12 @@ CapsRow countRow(const ModuleLibrary& module) {
 
 std::vector<CapsField> codeFields(const CapabilityAnswer& answer) {
     std::vector<CapsField> fields{{"current", answer.current}};
-    std::vector<std::string> choices;
-    for (const double choice : answer.choices)
-        choices.push_back(format("%g", choice));
-    if (!choices.empty()) fields.push_back({"choices", choices});
+    if (!answer.choices.empty()) fields.push_back({"choices", answer.choices});
     return fields;
 }
 
 std::vector<CapsField> switchFields(const CapabilityAnswer& answer) {
-    return {{"current", std::string(answer.current != 0 ? "on" : "off")}};
+    return {{"current", answer.current != 0}};
 }
 
 // On the scale of ScanRequest.
@@ -144,16 +146,33 @@ CapsRow rawRow(const ModuleLibrary& module, const char* name, TW_UINT16 capabili
     return {name, fieldsOf(*answer), "", ""};
 }
 
+std::vector<CapsRow> makersRows(const ModuleLibrary& module) {
+    return {
+        switchRow("unsharp-mask", module.smGetKvUnSharpMask),
+        rawRow(module, "draft-scan", KV_DRAFTSCAN, switchFields),
+        rawRow(module, "descreening", KV_DESCREENING, switchFields),
+        rawRow(module, "exposure-mode", KV_EXPOSUREMODE, codeFields),
+        numberRow("ui-mode", module.smGetKvUIMode),
+        switchRow("pim", module.smGetPIMFlag),
+        numberRow("descreening-up-to", module.smGetMaxResForKvDescreeing, "dpi"),
+        numberRow("tone-table-1", module.smGetKvLUT1),
+        numberRow("tone-table-2", module.smGetKvLUT2),
+        numberRow("color-correction", module.smGetKvCC),
+        numberRow("firmware", module.smGetKvVersion),
+    };
+}
+
 }  // namespace
 
-std::vector<CapsRow> queryCaps(const ModuleLibrary& module) {
+std::vector<CapsRow> queryCaps(const ModuleLibrary& module, bool ofMaker) {
     char family[SM_NAME_SIZE] = {};
     module.smGetDSProductFamily(family);
-    return {
-        row("family", SM_RESULT_OK, {{"current", std::string(family)}}),
+    std::vector<CapsRow> rows{
+        row("family", SM_RESULT_OK, {{"current", fromAnsi(family)}}),
         choiceRow("mode", module.smGetPixelType, module.smGetSupportedPixelType, pixelTypes),
-        resolutionRow("x-resolution", module.smGetXResolution),
-        resolutionRow("y-resolution", module.smGetYResolution),
+        rawRow(module, "depth", ICAP_BITDEPTH, codeFields),
+        resolutionRow(module, "x-resolution", module.smGetXResolution, ICAP_XRESOLUTION),
+        resolutionRow(module, "y-resolution", module.smGetYResolution, ICAP_YRESOLUTION),
         scaleRow("x-scale", module.smGetXScale),
         scaleRow("y-scale", module.smGetYScale),
         areaRow(module),
@@ -174,20 +193,24 @@ std::vector<CapsRow> queryCaps(const ModuleLibrary& module) {
         switchRow("feeder", module.smGetADFEnable),
         switchRow("paper-in-feeder", module.smIsPaperLoaded),
         rawRow(module, "auto-feed", CAP_AUTOFEED, switchFields),
-        rawRow(module, "indicators", CAP_INDICATORS, switchFields),
-        switchRow("unsharp-mask", module.smGetKvUnSharpMask),
-        rawRow(module, "draft-scan", KV_DRAFTSCAN, switchFields),
-        rawRow(module, "descreening", KV_DESCREENING, switchFields),
-        rawRow(module, "exposure-mode", KV_EXPOSUREMODE, codeFields),
-        numberRow("ui-mode", module.smGetKvUIMode),
         switchRow("clear-page", module.smGetClearPage),
-        switchRow("pim", module.smGetPIMFlag),
-        numberRow("descreening-up-to", module.smGetMaxResForKvDescreeing, "dpi"),
-        numberRow("tone-table-1", module.smGetKvLUT1),
-        numberRow("tone-table-2", module.smGetKvLUT2),
-        numberRow("color-correction", module.smGetKvCC),
-        numberRow("firmware", module.smGetKvVersion),
+        rawRow(module, "indicators", CAP_INDICATORS, switchFields),
     };
+    if (ofMaker) {
+        const std::vector<CapsRow> others = makersRows(module);
+        rows.insert(rows.end(), others.begin(), others.end());
+    }
+    return rows;
+}
+
+std::vector<CapsRow> presentValues(const std::vector<CapsRow>& rows) {
+    std::vector<CapsRow> present;
+    for (CapsRow row : rows) {
+        if (row.fields.empty() || row.fields[0].name != "current") continue;
+        row.fields.resize(1);
+        present.push_back(std::move(row));
+    }
+    return present;
 }
 
 }  // namespace host

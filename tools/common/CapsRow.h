@@ -6,8 +6,8 @@
 
 namespace host {
 
-// One fact about a source: a number, a text, or a list of words.
-using CapsValue = std::variant<double, std::string, std::vector<std::string>>;
+// One fact about a source: a number, a switch, a text, or a list of words or numbers.
+using CapsValue = std::variant<double, bool, std::string, std::vector<std::string>, std::vector<double>>;
 
 // One thing that a source tells of itself. The first field is the present value; the others ("min", "max",
 // "choices") are what the source offers. A row without fields says in `problem` why.

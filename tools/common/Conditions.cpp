@@ -65,4 +65,8 @@ std::string conditionSentence(int code) {
     return conditionWords(code) + "." + (advice.empty() ? "" : " " + advice);
 }
 
+FailureCode failureCodeOf(int code) {
+    return code == SM_CONDITION_FILE_WRITE_ERROR ? FailureCode::CannotWrite : FailureCode::SourceError;
+}
+
 }  // namespace host

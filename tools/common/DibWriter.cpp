@@ -51,7 +51,7 @@ BmpFacts writeDib(const std::string& path, const void* dib, size_t bytes, int xD
     if (yDotsPerInch > 0) header.biYPelsPerMeter = shared::dotsPerMetre(yDotsPerInch);
     const std::vector<uint8_t> fileHeader = shared::bmpFileHeader(pixelOffset, used);
 
-    StdFile file = openFile(path, "wb");
+    StdFile file = openFile(path, L"wb");
     if (file) SetLastError(ERROR_DISK_FULL);  // what goes wrong from here on; the C library doesn't say it
     const char* const rest = static_cast<const char*>(dib) + sizeof header;
     const size_t restBytes = used - sizeof header;

@@ -20,14 +20,13 @@ BOOL CALLBACK findOwnWindow(HWND window, LPARAM found) {
     return TRUE;
 }
 
-// A window of the source's, as the host's own is hidden.
-bool windowIsOpen() {
+}  // namespace
+
+bool sourceWindowIsOpen() {
     bool found = false;
     EnumWindows(findOwnWindow, reinterpret_cast<LPARAM>(&found));
     return found;
 }
-
-}  // namespace
 
 HostWindow::HostWindow() {
     const std::string windowClass = std::string(wording.program) + " host";
@@ -67,7 +66,7 @@ HostWindow::End HostWindow::run(const ModuleLibrary& module, int timeoutSeconds,
         if (cancelRequested()) return End::Cancelled;
         const DWORD idle = GetTickCount() - lastActivity_;
         if (timeoutSeconds > 0 && idle > static_cast<DWORD>(timeoutSeconds) * 1000) {
-            if (!userAtWork || !windowIsOpen()) return End::TimedOut;
+            if (!userAtWork || !sourceWindowIsOpen()) return End::TimedOut;
             touch();
         }
         MSG message;

@@ -12,6 +12,9 @@
 
 namespace host {
 
+// A window of the source's is shown; the host's own is hidden.
+bool sourceWindowIsOpen();
+
 // The hidden window that the module sends its messages to, with the message loop around it. One serves one
 // scan: what ended it stays true.
 class HostWindow {

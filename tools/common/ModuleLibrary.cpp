@@ -2,6 +2,7 @@
 
 #include "common/Failure.h"
 #include "common/Text.h"
+#include "common/TextEncoding.h"
 #include "common/Wording.h"
 
 namespace host {
@@ -9,9 +10,9 @@ namespace host {
 namespace {
 
 std::string modulePath() {
-    char path[MAX_PATH] = {};
-    GetModuleFileNameA(nullptr, path, sizeof path);
-    const std::string program = path;
+    wchar_t path[MAX_PATH] = {};
+    GetModuleFileNameW(nullptr, path, MAX_PATH);
+    const std::string program = utf8(path);
     return program.substr(0, program.find_last_of('\\') + 1) + "ScanModule.dll";
 }
 
@@ -28,7 +29,7 @@ void bind(HMODULE library, const char* name, Function& function) {
 
 }  // namespace
 
-ModuleLibrary::ModuleLibrary() : library_(LoadLibraryA(modulePath().c_str())) {
+ModuleLibrary::ModuleLibrary() : library_(LoadLibraryW(wide(modulePath()).c_str())) {
     if (!library_)
         throw Failure{FailureCode::NoManager,
                       format("Cannot load \"%s\": %s It belongs beside %s.exe.", modulePath().c_str(),

@@ -29,6 +29,7 @@
     USE(smGetPixelType)             \
     USE(smSetPixelType)             \
     USE(smGetSupportedPixelType)    \
+    USE(smSetBitDepth)              \
     USE(smGetPaperSize)             \
     USE(smSetPaperSize)             \
     USE(smGetSupportedPaperSize)    \
@@ -37,7 +38,9 @@
     USE(smGetYResolution)           \
     USE(smSetYResolution)           \
     USE(smGetXScale)                \
+    USE(smSetXScale)                \
     USE(smGetYScale)                \
+    USE(smSetYScale)                \
     USE(smSetImageLayout)           \
     USE(smGetImageDim)              \
     USE(smGetDSPalette)             \

@@ -4,10 +4,11 @@
 
 namespace host {
 
-const std::array<NamedCode, 3> scanModes{{
+const std::array<NamedCode, 4> scanModes{{
     {"bw", SM_PIXEL_BW},
     {"gray", SM_PIXEL_GRAY},
     {"color", SM_PIXEL_RGB},
+    {"palette", SM_PIXEL_PALETTE},
 }};
 
 const std::array<NamedCode, 9> pixelTypes{{
@@ -40,6 +41,14 @@ const std::array<NamedCode, 3> mechanisms{{
     {"memory", SM_MECH_MEMORY},
 }};
 
+// Blocks are pulled out of a memory transfer.
+const std::array<NamedCode, 4> waysToScan{{
+    {"native", SM_MECH_NATIVE},
+    {"file", SM_MECH_FILE},
+    {"memory", SM_MECH_MEMORY},
+    {"block", SM_MECH_MEMORY},
+}};
+
 const std::array<NamedCode, 6> units{{
     {"inches", SM_UNIT_INCHES},
     {"centimeters", SM_UNIT_CENTIMETERS},
@@ -54,22 +63,22 @@ const std::array<NamedCode, 2> flavors{{
     {"0 is white", SM_FLAVOR_VANILLA},
 }};
 
-const std::array<SettingName, 11> settingNames{{
-    {Setting::UnsharpMask, "unsharp-mask", 1, "sharpen edges"},
-    {Setting::DraftScan, "draft-scan", 1, "fast and coarse"},
-    {Setting::Descreening, "descreening", 1, "soften printed rasters"},
-    {Setting::ExposureMode, "exposure-mode", 65535, "the source's number"},
-    {Setting::UiMode, "ui-mode", 3, "the source's window: 0, 1 or 3"},
-    {Setting::ClearPage, "clear-page", 1, "eject the page"},
-    {Setting::Pim, "pim", 1, "a private switch of the maker's software"},
-    {Setting::LightPath, "light-path", 1, "0 paper, 1 film"},
-    {Setting::Indicators, "indicators", 1, "the source's progress window"},
-    {Setting::Feeder, "feeder", 1, "take pages from the feeder"},
-    {Setting::AutoFeed, "auto-feed", 1, "feed the next page without being asked"},
+const std::array<SwitchName, 11> switchNames{{
+    {Switch::UnsharpMask, "unsharp-mask", 1, "sharpen edges"},
+    {Switch::DraftScan, "draft-scan", 1, "fast and coarse"},
+    {Switch::Descreening, "descreening", 1, "soften printed rasters"},
+    {Switch::ExposureMode, "exposure-mode", 65535, "the source's number"},
+    {Switch::UiMode, "ui-mode", 3, "the source's window: 0, 1 or 3"},
+    {Switch::ClearPage, "clear-page", 1, "eject the page"},
+    {Switch::Pim, "pim", 1, "a private switch of the maker's software"},
+    {Switch::LightPath, "light-path", 1, "0 paper, 1 film"},
+    {Switch::Indicators, "indicators", 1, "the source's progress window"},
+    {Switch::Feeder, "feeder", 1, "take pages from the feeder"},
+    {Switch::AutoFeed, "auto-feed", 1, "feed the next page without being asked"},
 }};
 
-const SettingName& nameOf(Setting setting) {
-    return settingNames[static_cast<size_t>(setting)];
+const SwitchName& nameOf(Switch which) {
+    return switchNames[static_cast<size_t>(which)];
 }
 
 }  // namespace host

@@ -5,25 +5,19 @@
 
 namespace host {
 
-// A word of the command line and the code that the module knows it by.
+// A word for a value and the code that the module knows it by.
 struct NamedCode {
     const char* name;
     unsigned short code;
 };
 
-extern const std::array<NamedCode, 3> scanModes;
+extern const std::array<NamedCode, 4> scanModes;
 extern const std::array<NamedCode, 9> pixelTypes;
 extern const std::array<NamedCode, 9> papers;
 extern const std::array<NamedCode, 3> mechanisms;
+extern const std::array<NamedCode, 4> waysToScan;  // in the order of Mechanism
 extern const std::array<NamedCode, 6> units;
 extern const std::array<NamedCode, 2> flavors;
-
-template <size_t Count>
-const NamedCode* findName(const std::array<NamedCode, Count>& names, const std::string& name) {
-    for (const NamedCode& entry : names)
-        if (name == entry.name) return &entry;
-    return nullptr;
-}
 
 template <size_t Count>
 std::string nameOf(const std::array<NamedCode, Count>& names, unsigned code) {
@@ -32,8 +26,8 @@ std::string nameOf(const std::array<NamedCode, Count>& names, unsigned code) {
     return std::to_string(code);
 }
 
-// The things that --set switches.
-enum class Setting {
+// What the source switches on and off beside the settings that every source has.
+enum class Switch {
     UnsharpMask,
     DraftScan,
     Descreening,
@@ -47,15 +41,15 @@ enum class Setting {
     AutoFeed,
 };
 
-struct SettingName {
-    Setting setting;
+struct SwitchName {
+    Switch which;
     const char* name;
     int highest;  // values go from 0 to this; 1 also reads "on" and "off"
     const char* meaning;
 };
 
-extern const std::array<SettingName, 11> settingNames;
+extern const std::array<SwitchName, 11> switchNames;
 
-const SettingName& nameOf(Setting setting);
+const SwitchName& nameOf(Switch which);
 
 }  // namespace host

@@ -8,6 +8,7 @@
 #include "common/ScanPreparation.h"
 #include "common/SourceChoice.h"
 #include "common/Text.h"
+#include "common/TextEncoding.h"
 #include "common/Wording.h"
 
 namespace host {
@@ -48,23 +49,23 @@ PrestoScanSettings settingsFrom(const ScanRequest& request) {
                           "has a type or depth that it doesn't know. Scan without " +
                               std::string(wording.oneShot) + "."};
         default:
-            throw Failure{FailureCode::SourceError, "Page 1: " + conditionSentence(result)};
+            throw Failure{failureCodeOf(result), "Page 1: " + conditionSentence(result)};
     }
 }
 
 // Where a strip couldn't be written the module leaves the file open, and so it can't be removed.
 Failure withLeftover(Failure failure, const UnfinishedFile& file) {
-    DeleteFileA(file.name().c_str());
-    if (GetFileAttributesA(file.name().c_str()) != INVALID_FILE_ATTRIBUTES)
+    if (file.kept()) return failure;
+    DeleteFileW(wide(file.name()).c_str());
+    if (fileExists(file.name()))
         failure.text += format(" What came of it is left in \"%s\".", file.name().c_str());
     return failure;
 }
 
 // The BMP header's resolution isn't reliable in these files, so it is the one that was set.
-void keepPage(UnfinishedFile& file, const std::string& path, int dotsPerInch, ScanListener& listener) {
+void keepPage(UnfinishedFile& file, PageOutput& output, int dotsPerInch, ScanListener& listener) {
     const BmpFacts facts = readBmpFacts(file.name());
-    file.keep();
-    listener.pageDone({path, facts, {dotsPerInch, dotsPerInch}});
+    listener.pageDone(output.add(file, facts, {dotsPerInch, dotsPerInch}));
 }
 
 void checkPath(const std::string& path) {
@@ -89,21 +90,22 @@ void checkPath(const std::string& path) {
 
 }  // namespace
 
-void scanOneShot(const ModuleLibrary& module, const ScanRequest& request, const std::string& path,
+void scanOneShot(const ModuleLibrary& module, const ScanRequest& request, PageOutput& output,
                  HostWindow& window, ScanListener& listener) {
-    UnfinishedFile file(fullPath(path));
-    checkPath(file.name());
+    UnfinishedFile file(output.nextBmp());
+    const std::string name = file.ansiName();
+    checkPath(name);
     const PrestoScanSettings settings = settingsFrom(request);
     bool resolutionKnown = true;
     bool written = false;
     window.on(SM_MESSAGE_SCANTOFILEGETNAME, [&](WPARAM, LPARAM buffer) {
-        std::memcpy(reinterpret_cast<char*>(buffer), file.name().c_str(), file.name().size() + 1);
+        std::memcpy(reinterpret_cast<char*>(buffer), name.c_str(), name.size() + 1);
     });
     window.on(SM_MESSAGE_SCANTOFILEXFEREND, [&](WPARAM wParam, LPARAM) {
         const int result = static_cast<int>(wParam);
         if (result != SM_SCANTOFILE_DONE) failTransfer(result);
         // At once: the module may ask for more pages now, and wait for long.
-        keepPage(file, path, resolutionKnown ? settings.Resolution : 0, listener);
+        keepPage(file, output, resolutionKnown ? settings.Resolution : 0, listener);
         written = true;
     });
     window.on(SM_MESSAGE_SCANTOFILEDSCLOSED, [&](WPARAM, LPARAM) { window.finish(); });
@@ -115,6 +117,7 @@ void scanOneShot(const ModuleLibrary& module, const ScanRequest& request, const 
     const HostWindow::End end = window.run(module, request.timeoutSeconds, request.ui);
     module.smDisableDS();
     module.smCloseDS();
+    output.finish();
     if (window.failure()) throw withLeftover(*window.failure(), file);
     if (written && request.pages != 1)
         listener.note(

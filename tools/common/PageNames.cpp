@@ -1,7 +1,10 @@
 #include "common/PageNames.h"
 
+#include <windows.h>
+
 #include "common/Failure.h"
 #include "common/Text.h"
+#include "common/TextEncoding.h"
 #include "common/Wording.h"
 
 namespace host {
@@ -26,7 +29,7 @@ size_t extensionStart(const std::string& path) {
     return inName ? dot : path.size();
 }
 
-PageNames::PageNames(const std::string& pattern, bool manyPages) {
+PageNames::PageNames(const std::string& pattern, bool manyFiles) {
     std::string* part = &before_;
     for (size_t i = 0; i < pattern.size(); ++i) {
         if (pattern[i] != '%') {
@@ -51,7 +54,7 @@ PageNames::PageNames(const std::string& pattern, bool manyPages) {
         i = digits;
     }
     if (before_.empty() && after_.empty() && !numbered_) refusePattern(pattern);
-    if (!numbered_ && manyPages) {
+    if (!numbered_ && manyFiles) {
         const size_t extension = extensionStart(before_);
         after_ = before_.substr(extension);
         before_ = before_.substr(0, extension) + "-";
@@ -63,6 +66,31 @@ PageNames::PageNames(const std::string& pattern, bool manyPages) {
 
 std::string PageNames::pathOf(int page) const {
     return numbered_ ? before_ + format("%0*d", width_, page) + after_ : before_;
+}
+
+std::set<int> PageNames::numbersInUse() const {
+    std::set<int> numbers;
+    // With the number in a folder's name the files are in as many folders.
+    if (!numbered_ || after_.find_first_of("/\\") != std::string::npos) return numbers;
+    const size_t slash = before_.find_last_of("/\\:");
+    const size_t nameStart = slash == std::string::npos ? 0 : slash + 1;
+    const std::wstring start = wide(before_.substr(nameStart)), end = wide(after_);
+    WIN32_FIND_DATAW found{};
+    const HANDLE search = FindFirstFileW(wide(before_.substr(0, nameStart) + "*").c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE) return numbers;
+    do {
+        const std::wstring name = found.cFileName;
+        constexpr size_t mostDigits = 9;
+        const size_t digits = name.size() - start.size() - end.size();
+        if (name.size() <= start.size() + end.size() || digits > mostDigits) continue;
+        const std::wstring number = name.substr(start.size(), digits);
+        const bool matches = lstrcmpiW(name.substr(0, start.size()).c_str(), start.c_str()) == 0 &&
+                             lstrcmpiW(name.substr(start.size() + digits).c_str(), end.c_str()) == 0 &&
+                             number.find_first_not_of(L"0123456789") == std::wstring::npos;
+        if (matches) numbers.insert(std::stoi(number));
+    } while (FindNextFileW(search, &found));
+    FindClose(search);
+    return numbers;
 }
 
 }  // namespace host

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <set>
 #include <string>
 
 namespace host {
@@ -10,12 +11,18 @@ class PageNames {
 public:
     // Throws Failure with FailureCode::Usage when the pattern has a directive other than one %d or %0Nd and
     // %%.
-    PageNames(const std::string& pattern, bool manyPages);
+    PageNames(const std::string& pattern, bool manyFiles);
 
     std::string pathOf(int page) const;
 
-    // True when the pattern has no number though there are many pages, so that one was put in.
+    // The pattern has a number, or has got one.
+    bool numbered() const { return numbered_; }
+
+    // True when the pattern has no number though there are many files, so that one was put in.
     bool numberedByItself() const { return numberedByItself_; }
+
+    // The numbers of all files that are there and have a name of this pattern.
+    std::set<int> numbersInUse() const;
 
 private:
     std::string before_;

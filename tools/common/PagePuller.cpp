@@ -47,7 +47,7 @@ struct BlockPlan {
 BlockPlan planBlocks(const ModuleLibrary& module, const PageImage& image, int sourceBits) {
     if (image.layout != PixelLayout::Packed)
         throw Failure{
-            FailureCode::CannotWrite,
+            FailureCode::Usage,
             format("pages with %d bits per pixel%s can't be pulled block by block without loss. Use "
                    "%smech memory.",
                    sourceBits, image.format.bits == 24 && sourceBits == 24 ? " in planes" : "",

@@ -25,9 +25,9 @@ std::string escapedForModule(const std::string& path) {
 
 }  // namespace
 
-PageReceiver::PageReceiver(const ModuleLibrary& module, const ScanRequest& request, const PageNames& names,
+PageReceiver::PageReceiver(const ModuleLibrary& module, const ScanRequest& request, PageOutput& output,
                            HostWindow& window, ScanListener& listener)
-    : module_(module), request_(request), names_(names), window_(window), listener_(listener) {
+    : module_(module), request_(request), output_(output), window_(window), listener_(listener) {
     window.on(SM_MESSAGE_XFERSTART, [this](WPARAM, LPARAM info) {
         guarded([&] { onStart(*reinterpret_cast<TXferImageInfo*>(info)); });
     });
@@ -78,12 +78,12 @@ void PageReceiver::start(TXferImageInfo& info) {
         module_.smCancelAllXfer();
         return;
     }
-    file_.emplace(fullPath(names_.pathOf(pages_ + 1)));
+    file_.emplace(output_.nextBmp());
     if (info.XferMech == SM_MECH_NATIVE) {
         dib_ = nullptr;
         info.Target.Dib = &dib_;
     } else if (info.XferMech == SM_MECH_FILE) {
-        const std::string name = escapedForModule(file_->name());
+        const std::string name = escapedForModule(file_->ansiName());
         if (name.size() >= SM_FILE_NAME_SIZE)
             throw Failure{FailureCode::CannotWrite,
                           format("The path \"%s\" is too long for a source that writes the file itself (255 "
@@ -128,19 +128,17 @@ void PageReceiver::onEnd(int result, const TXferImageInfo& info) {
 void PageReceiver::failTransfer(int result) const {
     if (result == SM_XFEREND_CANCELLED_BY_SOURCE)
         throw Failure{FailureCode::Cancelled, "cancelled at the source."};
-    const FailureCode code =
-        result == SM_CONDITION_FILE_WRITE_ERROR ? FailureCode::CannotWrite : FailureCode::SourceError;
-    throw Failure{code, conditionSentence(result)};
+    throw Failure{failureCodeOf(result), conditionSentence(result)};
 }
 
 void PageReceiver::finishPage(const TXferImageInfo& info) {
     BmpFacts facts{};
-    if (writer_)
+    if (writer_) {
         facts = finishStrips();
-    else if (info.XferMech == SM_MECH_NATIVE)
-        facts = finishDib(info);
-    else
-        facts = readBmpFacts(file_->name());
+    } else {
+        facts = info.XferMech == SM_MECH_NATIVE ? finishDib(info) : readBmpFacts(file_->name());
+        compareLines(facts.height, info.ImageLength, facts.height >= info.ImageLength);
+    }
     reportPage(facts, resolutionOf(module_, info));
 }
 
@@ -148,16 +146,19 @@ BmpFacts PageReceiver::finishStrips() {
     if (writer_->rows() == 0)
         throw Failure{FailureCode::SourceError,
                       "the source says that the page is done, but delivered nothing of it."};
-    checkComplete(*writer_);
+    compareLines(writer_->rows(), writer_->announcedHeight(), writer_->complete());
     const BmpFacts facts = writer_->finish();
     writer_.reset();
     return facts;
 }
 
-void PageReceiver::checkComplete(const StripWriter& writer) {
-    if (writer.complete()) return;
-    incomplete_ += format("Page %d ended early, at line %d of %d; it is kept as far as it came. ", pages_ + 1,
-                          writer.rows(), writer.announcedHeight());
+void PageReceiver::compareLines(int lines, int announced, bool complete) {
+    if (!complete)
+        incomplete_ += format("Page %d ended early, at line %d of %d; it is kept as far as it came. ",
+                              pages_ + 1, lines, announced);
+    else if (announced >= 0 && lines > announced)
+        listener_.note(format("page %d has %d lines, though the source announced %d; all are kept.",
+                              pages_ + 1, lines, announced));
 }
 
 BmpFacts PageReceiver::finishDib(const TXferImageInfo& info) {
@@ -177,11 +178,11 @@ BmpFacts PageReceiver::finishDib(const TXferImageInfo& info) {
 }
 
 void PageReceiver::reportPage(const BmpFacts& facts, const DotsPerInch& dots) {
-    file_->keep();
+    const ScannedPage page = output_.add(*file_, facts, dots);
     ++pages_;
-    const std::string path = names_.pathOf(pages_);
     file_.reset();
-    listener_.pageDone({path, facts, dots});
+    window_.touch();
+    listener_.pageDone(page);
     if (pages_ == request_.pages) window_.finish();
 }
 
@@ -214,7 +215,7 @@ void PageReceiver::pullPages(const TXferImageInfo& info) {
     const DotsPerInch dots = resolutionOf(module_, info);
     while (width != 0 && (request_.pages == allPages || pages_ < request_.pages) &&
            !window_.cancelRequested()) {
-        file_.emplace(fullPath(names_.pathOf(pages_ + 1)));
+        file_.emplace(output_.nextBmp());
         PageImage image = planImage(module_, info);
         image.format.width = width;
         const int page = pages_ + 1;
@@ -225,7 +226,7 @@ void PageReceiver::pullPages(const TXferImageInfo& info) {
             });
         listener_.progressOver();
         if (window_.cancelRequested()) break;
-        checkComplete(*writer);
+        compareLines(writer->rows(), writer->announcedHeight(), writer->complete());
         reportPage(writer->finish(), dots);
         module_.smGetImageDim(&width, &height);
     }

@@ -7,7 +7,7 @@
 #include "common/ModuleLibrary.h"
 #include "common/PageFiles.h"
 #include "common/PageImage.h"
-#include "common/PageNames.h"
+#include "common/PageOutput.h"
 #include "common/ScanListener.h"
 #include "common/ScanRequest.h"
 #include "common/Strips.h"
@@ -17,10 +17,10 @@ namespace host {
 // Receives the pages of a scan through the module's messages and writes them to files.
 class PageReceiver {
 public:
-    PageReceiver(const ModuleLibrary& module, const ScanRequest& request, const PageNames& names,
+    PageReceiver(const ModuleLibrary& module, const ScanRequest& request, PageOutput& output,
                  HostWindow& window, ScanListener& listener);
 
-    // Pages that are complete and have their final names.
+    // Pages that are complete and kept.
     int pages() const { return pages_; }
     // Says which pages are shorter than announced; empty when none is.
     const std::string& incomplete() const { return incomplete_; }
@@ -34,7 +34,8 @@ private:
     void pullPages(const TXferImageInfo& info);
     void finishPage(const TXferImageInfo& info);
     BmpFacts finishStrips();
-    void checkComplete(const StripWriter& writer);
+    // Of the page that ends: those that came, and those that the source announced (below 0: it didn't).
+    void compareLines(int lines, int announced, bool complete);
     BmpFacts finishDib(const TXferImageInfo& info);
     void reportPage(const BmpFacts& facts, const DotsPerInch& dots);
     void dropPage();
@@ -48,7 +49,7 @@ private:
 
     const ModuleLibrary& module_;
     const ScanRequest& request_;
-    const PageNames& names_;
+    PageOutput& output_;
     HostWindow& window_;
     ScanListener& listener_;
     int pages_ = 0;

@@ -4,7 +4,6 @@
 #include "common/OpenSource.h"
 #include "common/PageReceiver.h"
 #include "common/ScanPreparation.h"
-#include "common/SourceSettings.h"
 #include "common/Text.h"
 #include "common/Wording.h"
 
@@ -41,18 +40,22 @@ void reportEnd(HostWindow::End end, const PageReceiver& receiver, const HostWind
 
 }  // namespace
 
-void scanPages(const ModuleLibrary& module, const ScanRequest& request, const PageNames& names,
+void scanPages(const ModuleLibrary& module, const ScanRequest& request, PageOutput& output,
                HostWindow& window, ScanListener& listener) {
     OpenSource source(module, window.handle());
-    useInches(module, listener);
-    setMechanism(module, request.mechanism);
-    applySettings(module, request, listener);
-    prepareFeeder(module, request, listener);
-    setPageCount(module, request.pages, listener);
-    PageReceiver receiver(module, request, names, window, listener);
+    prepareScan(module, request, listener);
+    PageReceiver receiver(module, request, output, window, listener);
     source.enable(request.ui);
     const HostWindow::End end = window.run(module, request.timeoutSeconds, request.ui);
+    const bool waitsInWindow = !request.ui && sourceWindowIsOpen();
     source.close();
+    output.finish();
+    if (end == HostWindow::End::TimedOut && waitsInWindow && !window.failure())
+        throw Failure{
+            FailureCode::SourceError,
+            format("The source waits in a window of its own, though it was told to do without. With "
+                   "%sui it can be used. %s",
+                   wording.option, keptPages(receiver.pages()).c_str())};
     reportEnd(end, receiver, window, request, listener);
 }
 

@@ -81,6 +81,11 @@ std::optional<CapabilityAnswer> askCapability(Negotiate negotiate, TW_UINT16 cap
     return readContainer(Container(request.hContainer), request.ConType);
 }
 
+std::vector<double> choicesOf(Negotiate negotiate, TW_UINT16 capability) {
+    const auto answer = askCapability(negotiate, capability);
+    return answer ? answer->choices : std::vector<double>{};
+}
+
 bool setCapability(Negotiate negotiate, TW_UINT16 capability, TW_UINT16 value) {
     TW_CAPABILITY request{capability, TWON_ONEVALUE, GlobalAlloc(GHND, sizeof(TW_ONEVALUE))};
     auto* const one = static_cast<TW_ONEVALUE*>(GlobalLock(request.hContainer));

@@ -21,6 +21,9 @@ struct CapabilityAnswer {
 // What the source says of a capability; nothing when it doesn't answer, or in a form that can't be read.
 std::optional<CapabilityAnswer> askCapability(Negotiate negotiate, TW_UINT16 capability);
 
+// What it has to choose from; empty when it doesn't tell, or not as a list.
+std::vector<double> choicesOf(Negotiate negotiate, TW_UINT16 capability);
+
 // False when the source refuses the value.
 bool setCapability(Negotiate negotiate, TW_UINT16 capability, TW_UINT16 value);
 

@@ -6,11 +6,12 @@
 
 namespace host {
 
-// A page that is complete and has its final name.
+// A page that is complete. It has its final name, or will have it with the last page of its file.
 struct ScannedPage {
     std::string path;
     BmpFacts facts;
     DotsPerInch dots;
+    int pageInFile;  // 0: it has the file for itself
 };
 
 // Is told what goes on while something is set and scanned.

@@ -12,14 +12,9 @@ void useInches(const ModuleLibrary& module, ScanListener& listener);
 // False, and noted, when the source works in another unit.
 bool worksInInches(const ModuleLibrary& module, ScanListener& listener);
 
-// Throws Failure when the source doesn't offer it.
-void setMechanism(const ModuleLibrary& module, Mechanism mechanism);
-
-// Has more than one page come from the feeder, if there is one and the request doesn't choose. Throws Failure
-// when the feeder is in use, but empty.
-void prepareFeeder(const ModuleLibrary& module, const ScanRequest& request, ScanListener& listener);
-
-// A source that doesn't take the number does no harm: pages beyond it are refused as they come.
-void setPageCount(const ModuleLibrary& module, int pages, ScanListener& listener);
+// Sets everything that the request asks for at the open source, and how its pages come. Throws Failure: the
+// source doesn't offer something (what it offers is named), the feeder is empty, only the source's window
+// scans.
+void prepareScan(const ModuleLibrary& module, const ScanRequest& request, ScanListener& listener);
 
 }  // namespace host

@@ -2,6 +2,8 @@
 
 #include <scanmodule/scanmodule.h>
 
+#include <algorithm>
+
 #include "common/Conditions.h"
 #include "common/Failure.h"
 #include "common/Text.h"
@@ -15,8 +17,20 @@ void refuseValue(const std::string& text) {
 
 void requireSet(const std::string& what, int result) {
     if (result == SM_RESULT_OK) return;
-    throw Failure{FailureCode::SourceError,
-                  format("The source refuses %s: %s.", what.c_str(), conditionWords(result).c_str())};
+    const std::string text =
+        format("The source refuses %s: %s.", what.c_str(), conditionWords(result).c_str());
+    if (result == SM_CONDITION_BAD_VALUE) refuseValue(text);
+    throw Failure{FailureCode::SourceError, text};
+}
+
+void requireOffered(const std::string& what, double asked, const std::vector<double>& choices,
+                    const char* unit) {
+    if (choices.empty() || std::find(choices.begin(), choices.end(), asked) != choices.end()) return;
+    std::vector<std::string> words;
+    for (const double choice : choices)
+        words.push_back(format("%g", choice));
+    refuseValue(
+        format("The source doesn't offer %s%g%s, but %s.", what.c_str(), asked, unit, joined(words).c_str()));
 }
 
 void compare(ScanListener& listener, const std::string& option, const std::string& asked,

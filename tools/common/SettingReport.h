@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "common/ScanListener.h"
 
@@ -10,6 +11,11 @@ namespace host {
 
 // The source doesn't offer a value.
 [[noreturn]] void refuseValue(const std::string& text);
+
+// The same where the source has a list; an empty one is not known. `what` ends with what stands before a
+// value.
+void requireOffered(const std::string& what, double asked, const std::vector<double>& choices,
+                    const char* unit = "");
 
 // `result` is the module's for setting `what`.
 void requireSet(const std::string& what, int result);

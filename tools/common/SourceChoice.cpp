@@ -1,8 +1,11 @@
 #include "common/SourceChoice.h"
 
+#include <cstdlib>
+
 #include "common/Conditions.h"
 #include "common/Failure.h"
 #include "common/Text.h"
+#include "common/TextEncoding.h"
 #include "common/Wording.h"
 
 namespace host {
@@ -18,7 +21,7 @@ std::string managerPath() {
 std::string readProfile(const std::string& path, const std::string& key) {
     char value[SM_FILE_NAME_SIZE] = {};
     GetPrivateProfileStringA("DS", key.c_str(), "", value, sizeof value, path.c_str());
-    return value;
+    return fromAnsi(value);
 }
 
 // What the manager lists of the maker's sources.
@@ -41,11 +44,17 @@ BrandSources brandSources(const ModuleLibrary& module) {
     return list;
 }
 
-std::string namedSources(const ModuleLibrary& module) {
+std::string namedSources(const std::vector<std::string>& names) {
     std::string text;
-    for (const std::string& name : brandSources(module).names)
+    for (const std::string& name : names)
         text += format("\n  %s", name.c_str());
-    return text.empty() ? "There are none." : "There are:" + text;
+    return text;
+}
+
+// 0 when the text is no number.
+size_t numberIn(const std::string& text) {
+    const bool digits = text.find_first_not_of("0123456789") == std::string::npos;
+    return digits && text.size() < 6 ? std::strtoul(text.c_str(), nullptr, 10) : 0;
 }
 
 }  // namespace
@@ -64,7 +73,7 @@ void requireManager(const ModuleLibrary& module) {
 std::string productName(const ModuleLibrary& module) {
     char name[SM_NAME_SIZE] = {};
     module.smGetDSProductName(name);
-    return name;
+    return fromAnsi(name);
 }
 
 std::string explainNoSource(int result, const std::string& defaultSource) {
@@ -116,18 +125,53 @@ void chooseByDialog(const ModuleLibrary& module, HWND parent) {
                                                  conditionSentence(result)};
 }
 
-void chooseByName(const ModuleLibrary& module, HWND parent, const std::string& name) {
-    const int result = module.smSetDefaultDriver(parent, name.c_str());
-    if (result == SM_CONDITION_BAD_DEST)
-        throw Failure{FailureCode::NoSource,
-                      format("There is no source \"%s\". %s", name.c_str(), namedSources(module).c_str())};
+const std::string& findSource(const std::vector<std::string>& names, const std::string& text) {
+    const size_t number = numberIn(text);
+    if (number >= 1 && number <= names.size()) return names[number - 1];
+    const std::string* found = nullptr;
+    for (const std::string& name : names) {
+        if (lowered(name).find(lowered(text)) == std::string::npos) continue;
+        if (found)
+            throw Failure{FailureCode::NoSource,
+                          format("\"%s\" is a part of more than one source's name. There are:%s",
+                                 text.c_str(), namedSources(names).c_str())};
+        found = &name;
+    }
+    if (found) return *found;
+    throw Failure{FailureCode::NoSource,
+                  format("There is no source \"%s\". %s%s", text.c_str(),
+                         names.empty() ? "There are none." : "There are:", namedSources(names).c_str())};
+}
+
+namespace {
+
+// A name that isn't in the code page is no source's.
+int chooseDriver(const ModuleLibrary& module, HWND parent, const std::string& name) {
+    const auto ansiName = toAnsi(name);
+    return ansiName ? module.smSetDefaultDriver(parent, ansiName->c_str()) : SM_CONDITION_BAD_DEST;
+}
+
+}  // namespace
+
+std::string chooseByName(const ModuleLibrary& module, HWND parent, const std::string& text) {
+    std::string name = text;
+    int result = chooseDriver(module, parent, name);
+    if (result == SM_CONDITION_BAD_DEST) {
+        name = findSource(brandSources(module).names, text);
+        result = chooseDriver(module, parent, name);
+    }
     if (result != SM_RESULT_OK)
         throw Failure{FailureCode::NoSource,
                       "The manager can't look for the source: " + conditionSentence(result)};
+    return name;
 }
 
-std::string makeDefault(const ModuleLibrary& module, HWND parent, const std::string& name) {
-    chooseByName(module, parent, name);
+std::vector<std::string> makersSources(const ModuleLibrary& module) {
+    return brandSources(module).names;
+}
+
+std::string makeDefault(const ModuleLibrary& module, HWND parent, const std::string& text) {
+    const std::string name = chooseByName(module, parent, text);
     // Opening and closing the source ends the choice just made; what opens next is the manager's own default.
     int result = SM_RESULT_OK;
     openedSource(module, parent, &result);
@@ -138,7 +182,7 @@ std::string makeDefault(const ModuleLibrary& module, HWND parent, const std::str
                    "default source: %s",
                    name.c_str(), conditionSentence(result).c_str())};
     const std::string defaultSource = openedSource(module, parent);
-    if (lstrcmpiA(defaultSource.c_str(), name.c_str()) != 0)
+    if (lstrcmpiW(wide(defaultSource).c_str(), wide(name).c_str()) != 0)
         throw Failure{
             FailureCode::SourceError,
             format("There is a source \"%s\", but this TWAIN manager keeps \"%s\" as its default source. "

@@ -37,16 +37,29 @@ void applyChoice(const Choice& choice, const std::array<NamedCode, Count>& names
     if (choice.get(&got) == SM_RESULT_OK) compare(listener, option, nameOf(names, asked), nameOf(names, got));
 }
 
+void applyDepth(const ModuleLibrary& module, int asked, ScanListener& listener) {
+    const std::string option = optionName("depth");
+    requireOffered(option + " ", asked, choicesOf(module.smCapNegotiate, ICAP_BITDEPTH));
+    requireSet(format("%s %d", option.c_str(), asked),
+               module.smSetBitDepth(static_cast<unsigned short>(asked)));
+    if (const auto got = askCapability(module.smCapNegotiate, ICAP_BITDEPTH))
+        compare(listener, option, std::to_string(asked), format("%g", got->current));
+}
+
 struct Resolution {
     const char* words;
+    TW_UINT16 capability;
     int(WINAPI* get)(unsigned short*, unsigned short*, unsigned short*);
     int(WINAPI* set)(unsigned short);
 };
 
-void applyResolution(const Resolution& resolution, int asked, ScanListener& listener) {
+void applyResolution(const ModuleLibrary& module, const Resolution& resolution, int asked,
+                     ScanListener& listener) {
     unsigned short current = 0;
     unsigned short lowest = 0;
     unsigned short highest = 0;
+    requireOffered(std::string(resolution.words) + " ", asked,
+                   choicesOf(module.smCapNegotiate, resolution.capability), " dpi");
     const bool known = resolution.get(&current, &lowest, &highest) == SM_RESULT_OK;
     if (known && (asked < lowest || asked > highest))
         refuseValue(format("The source offers %s from %d to %d dpi, not %d.", resolution.words, lowest,
@@ -55,6 +68,25 @@ void applyResolution(const Resolution& resolution, int asked, ScanListener& list
                resolution.set(static_cast<unsigned short>(asked)));
     if (resolution.get(&current, &lowest, &highest) == SM_RESULT_OK)
         compare(listener, resolution.words, format("%d dpi", asked), format("%d dpi", current));
+}
+
+struct Scale {
+    const char* words;
+    int(WINAPI* get)(double*, double*, double*);
+    int(WINAPI* set)(double);
+};
+
+void applyScale(const Scale& scale, double asked, ScanListener& listener) {
+    double current = 0;
+    double lowest = 0;
+    double highest = 0;
+    const bool known = scale.get(&current, &lowest, &highest) == SM_RESULT_OK && highest > lowest;
+    if (known && (asked < lowest || asked > highest))
+        refuseValue(
+            format("The source offers %s from %g to %g, not %g.", scale.words, lowest, highest, asked));
+    requireSet(format("%s %g", scale.words, asked), scale.set(asked));
+    if (scale.get(&current, &lowest, &highest) == SM_RESULT_OK)
+        compare(listener, scale.words, format("%.2f", asked), format("%.2f", current));
 }
 
 void applyArea(const ModuleLibrary& module, const Area& area) {
@@ -126,24 +158,45 @@ void applyTones(const ModuleLibrary& module, const ScanRequest& request, ScanLis
         compare(listener, option, format("%.2f", *request.gamma), format("%.2f", got));
 }
 
+void applyFeeder(const ModuleLibrary& module, bool feeder, ScanListener& listener) {
+    unsigned short available = 0;
+    const bool hasFeeder = module.smIsADFAvailable(&available) == SM_RESULT_OK && available;
+    if (!hasFeeder && feeder) refuseValue("The source has no feeder.");
+    if (!hasFeeder) return;
+    requireSet(feeder ? "its feeder" : "its flatbed", module.smSetADFEnable(feeder));
+    unsigned short got = feeder;
+    if (module.smGetADFEnable(&got) == SM_RESULT_OK)
+        compare(listener, optionName("source-type"), feeder ? "adf" : "flatbed", got ? "adf" : "flatbed");
+}
+
 }  // namespace
 
+// In this order, as sources offer depths by mode, and areas and resolutions by where the pages come from.
 void applySettings(const ModuleLibrary& module, const ScanRequest& request, ScanListener& listener) {
+    if (request.feeder) applyFeeder(module, *request.feeder, listener);
     if (request.pixelType)
         applyChoice({"mode", module.smSetPixelType, module.smGetPixelType, module.smGetSupportedPixelType},
                     pixelTypes, *request.pixelType, listener);
+    if (request.bitDepth) applyDepth(module, *request.bitDepth, listener);
     if (request.resolution) {
-        applyResolution({"X resolution", module.smGetXResolution, module.smSetXResolution},
-                        *request.resolution, listener);
-        applyResolution({"Y resolution", module.smGetYResolution, module.smSetYResolution},
-                        *request.resolution, listener);
+        const int asked = *request.resolution;
+        applyResolution(module,
+                        {"X resolution", ICAP_XRESOLUTION, module.smGetXResolution, module.smSetXResolution},
+                        asked, listener);
+        applyResolution(module,
+                        {"Y resolution", ICAP_YRESOLUTION, module.smGetYResolution, module.smSetYResolution},
+                        asked, listener);
+    }
+    if (request.scale) {
+        applyScale({"X scale", module.smGetXScale, module.smSetXScale}, *request.scale, listener);
+        applyScale({"Y scale", module.smGetYScale, module.smSetYScale}, *request.scale, listener);
     }
     if (request.paper)
         applyChoice({"paper", module.smSetPaperSize, module.smGetPaperSize, module.smGetSupportedPaperSize},
                     papers, *request.paper, listener);
     if (request.area) applyArea(module, *request.area);
     applyTones(module, request, listener);
-    for (const SettingValue& value : request.settings)
+    for (const SwitchValue& value : request.switches)
         applySwitch(module, value, listener);
 }
 

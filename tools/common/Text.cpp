@@ -5,6 +5,8 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "common/TextEncoding.h"
+
 namespace host {
 
 std::string format(const char* pattern, ...) {
@@ -24,14 +26,27 @@ std::string counted(int count, const char* singular) {
     return format("%d %s%s", count, singular, count == 1 ? "" : "s");
 }
 
-std::string lastErrorText() {
-    char buffer[256] = {};
-    const DWORD error = GetLastError();
-    DWORD length = FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, error,
-                                  0, buffer, sizeof buffer, nullptr);
-    while (length > 0 && static_cast<unsigned char>(buffer[length - 1]) <= ' ')
+std::string lowered(std::string text) {
+    for (char& character : text)
+        if (character >= 'A' && character <= 'Z') character += 'a' - 'A';
+    return text;
+}
+
+bool sameWord(const std::string& one, const std::string& other) {
+    return lowered(one) == lowered(other);
+}
+
+std::string errorText(unsigned long error) {
+    wchar_t buffer[256] = {};
+    DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, error,
+                                  0, buffer, 256, nullptr);
+    while (length > 0 && buffer[length - 1] <= L' ')
         --length;
-    return length > 0 ? std::string(buffer, length) : format("Windows error %lu.", error);
+    return length > 0 ? utf8({buffer, length}) : format("Windows error %lu.", error);
+}
+
+std::string lastErrorText() {
+    return errorText(GetLastError());
 }
 
 }  // namespace host

@@ -10,8 +10,13 @@ namespace host {
 std::string
 format(const char* pattern, ...);
 
-// What Windows says about its last error.
+// What Windows says about an error; about its last one.
+std::string errorText(unsigned long error);
 std::string lastErrorText();
+
+// For words of ASCII letters, in whatever case they are written.
+std::string lowered(std::string text);
+bool sameWord(const std::string& one, const std::string& other);
 
 // "1 page", "2 pages".
 std::string counted(int count, const char* singular);

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "common/Text.h"
+#include "common/TextEncoding.h"
 
 namespace smscan {
 
@@ -18,34 +19,31 @@ std::string numberText(double number) {
     return std::floor(number) == number ? format("%.0f", number) : format("%.6g", number);
 }
 
-std::string plainText(const CapsValue& value) {
-    if (const double* number = std::get_if<double>(&value)) return numberText(*number);
-    if (const std::string* text = std::get_if<std::string>(&value)) return *text;
-    return joined(std::get<std::vector<std::string>>(value));
+std::string plainText(double number) {
+    return numberText(number);
 }
 
-std::string quoted(const std::string& text) {
-    std::string result = "\"";
-    for (const char character : text) {
-        if (character == '"' || character == '\\') result += '\\';
-        const unsigned char code = static_cast<unsigned char>(character);
-        // ANSI bytes above 127 are read as Latin-1, so that the result is ASCII whatever the source's name
-        // holds.
-        if (code < 0x20 || code > 0x7e)
-            result += format("\\u%04x", code);
-        else
-            result += character;
-    }
-    return result + '"';
+std::string plainText(bool on) {
+    return on ? "on" : "off";
 }
 
-std::string jsonText(const CapsValue& value) {
-    if (const double* number = std::get_if<double>(&value)) return numberText(*number);
-    if (const std::string* text = std::get_if<std::string>(&value)) return quoted(*text);
+std::string plainText(const std::string& text) {
+    return text;
+}
+
+std::string plainText(const std::vector<std::string>& words) {
+    return joined(words);
+}
+
+std::string plainText(const std::vector<double>& numbers) {
     std::vector<std::string> words;
-    for (const std::string& word : std::get<std::vector<std::string>>(value))
-        words.push_back(quoted(word));
-    return "[" + joined(words) + "]";
+    for (const double number : numbers)
+        words.push_back(numberText(number));
+    return joined(words);
+}
+
+std::string valueText(const CapsValue& value) {
+    return std::visit([](const auto& known) { return plainText(known); }, value);
 }
 
 // "50 to 1200", "bw, gray, color": what the source offers beside the present value.
@@ -58,7 +56,7 @@ std::string offered(const CapsRow& row) {
         else if (i > 1)
             text += ", ";
         if (field.name != "min" && field.name != "max" && field.name != "choices") text += field.name + " ";
-        text += plainText(field.value);
+        text += valueText(field.value);
     }
     return text;
 }
@@ -72,30 +70,13 @@ std::string capsAsTable(const std::string& source, const std::vector<CapsRow>& r
         if (row.fields.empty())
             line += "-  " + row.problem;
         else if (row.fields[0].name == "width")
-            line += plainText(row.fields[0].value) + " x " + plainText(row.fields[1].value) + " " + row.unit;
+            line += valueText(row.fields[0].value) + " x " + valueText(row.fields[1].value) + " " + row.unit;
         else
-            line += format("%-20s %s", (plainText(row.fields[0].value) + " " + row.unit).c_str(),
+            line += format("%-20s %s", (valueText(row.fields[0].value) + " " + row.unit).c_str(),
                            offered(row).c_str());
         text += line.substr(0, line.find_last_not_of(' ') + 1) + "\n";
     }
     return text;
-}
-
-std::string capsAsJson(const std::string& source, const std::vector<CapsRow>& rows) {
-    std::string text = "{\n  \"source\": " + quoted(source) + ",\n  \"capabilities\": {";
-    const char* separator = "\n";
-    for (const CapsRow& row : rows) {
-        std::vector<std::string> fields;
-        for (const CapsField& field : row.fields)
-            fields.push_back(quoted(field.name) + ": " + jsonText(field.value));
-        if (row.fields.empty())
-            fields.push_back("\"problem\": " + quoted(row.problem));
-        else if (!row.unit.empty())
-            fields.push_back("\"unit\": " + quoted(row.unit));
-        text += separator + format("    %s: {%s}", quoted(row.name).c_str(), joined(fields).c_str());
-        separator = ",\n";
-    }
-    return text + "\n  }\n}\n";
 }
 
 }  // namespace smscan

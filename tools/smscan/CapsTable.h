@@ -9,6 +9,5 @@ namespace smscan {
 
 // What --caps shows.
 std::string capsAsTable(const std::string& source, const std::vector<host::CapsRow>& rows);
-std::string capsAsJson(const std::string& source, const std::vector<host::CapsRow>& rows);
 
 }  // namespace smscan

@@ -1,9 +1,12 @@
 #include "smscan/Console.h"
 
+#include <fcntl.h>
+#include <io.h>
 #include <windows.h>
 
 #include <cstdio>
 
+#include "common/TextEncoding.h"
 #include "smscan/ProgressText.h"
 
 namespace smscan {
@@ -11,6 +14,21 @@ namespace smscan {
 namespace {
 
 bool resultsLost = false;
+
+bool isTerminal(DWORD standardHandle) {
+    DWORD mode = 0;
+    return GetConsoleMode(GetStdHandle(standardHandle), &mode) != FALSE;
+}
+
+// Terminals show any letter only as UTF-16; files and pipes get UTF-8.
+bool write(FILE* stream, DWORD standardHandle, const std::string& text) {
+    if (!isTerminal(standardHandle))
+        return std::fwrite(text.data(), 1, text.size(), stream) == text.size() && std::fflush(stream) == 0;
+    const std::wstring letters = host::wide(text);
+    DWORD written = 0;
+    return WriteConsoleW(GetStdHandle(standardHandle), letters.data(), static_cast<DWORD>(letters.size()),
+                         &written, nullptr) != FALSE;
+}
 
 }  // namespace
 
@@ -22,6 +40,9 @@ void writeWholeTexts() {
     constexpr size_t bufferBytes = 4096;
     std::setvbuf(stdout, nullptr, _IOFBF, bufferBytes);
     std::setvbuf(stderr, nullptr, _IOFBF, bufferBytes);
+    // Lines end as programs that read them expect it.
+    _setmode(_fileno(stdout), _O_BINARY);
+    _setmode(_fileno(stderr), _O_BINARY);
 }
 
 void tell(const std::string& line) {
@@ -29,22 +50,12 @@ void tell(const std::string& line) {
 }
 
 void tellText(const std::string& lines) {
-    if (std::fputs(lines.c_str(), stdout) == EOF || std::fflush(stdout) != 0) resultsLost = true;
+    if (!write(stdout, STD_OUTPUT_HANDLE, lines)) resultsLost = true;
 }
 
 void note(const std::string& line) {
-    std::fprintf(stderr, "%s\n", line.c_str());
-    std::fflush(stderr);
+    write(stderr, STD_ERROR_HANDLE, line + "\n");
 }
-
-namespace {
-
-bool isTerminal(DWORD standardHandle) {
-    DWORD mode = 0;
-    return GetConsoleMode(GetStdHandle(standardHandle), &mode) != FALSE;
-}
-
-}  // namespace
 
 // The page lines go to stdout: a bar between them would only hurt in a file, so both must be terminals.
 Progress::Progress(bool shown)
@@ -64,8 +75,7 @@ void Progress::update(int page, int done, int total) {
     lastPage_ = page;
     lastStep_ = step;
     if (terminal_) {
-        std::fprintf(stderr, "\r%s", progressBar(page, done, total).c_str());
-        std::fflush(stderr);
+        write(stderr, STD_ERROR_HANDLE, "\r" + progressBar(page, done, total));
         open_ = true;
     } else {
         note(progressLine(page, done, total));

@@ -4,10 +4,10 @@
 
 namespace smscan {
 
-// Has texts written to consoles in one go; to be called first. Otherwise each character is a call of its own.
+// Has texts written in one go; to be called first. Otherwise each character is a call of its own.
 void writeWholeTexts();
 
-// On stdout: results. tellText takes whole lines.
+// On stdout: results. tellText takes whole lines. Here as below what isn't UTF-8 becomes it.
 void tell(const std::string& line);
 void tellText(const std::string& lines);
 

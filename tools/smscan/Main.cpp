@@ -1,21 +1,28 @@
 #include <Version.h>
+#include <windows.h>
 
+#include <shellapi.h>
+
+#include <algorithm>
 #include <exception>
 
 #include "common/CapsQuery.h"
+#include "common/Display.h"
 #include "common/HostWindow.h"
+#include "common/Json.h"
 #include "common/ModuleLibrary.h"
 #include "common/OneShotPage.h"
 #include "common/OpenSource.h"
-#include "common/PageFiles.h"
-#include "common/PageNames.h"
+#include "common/PageOutput.h"
 #include "common/PageScan.h"
 #include "common/ScanPreparation.h"
 #include "common/SourceChoice.h"
 #include "common/Text.h"
+#include "common/TextEncoding.h"
 #include "smscan/CapsTable.h"
 #include "smscan/Console.h"
 #include "smscan/ConsoleListener.h"
+#include "smscan/Help.h"
 #include "smscan/Interrupt.h"
 #include "smscan/Options.h"
 
@@ -23,58 +30,112 @@ namespace smscan {
 
 namespace {
 
+// Told to those who want quiet, too.
+void noteHiddenWindow(const Options& options) {
+    if ((options.ui || options.select) && !hasDisplay())
+        note(
+            "Note: there is no display, so nobody sees the window that this waits for. With Wine: "
+            "scripts/wine.sh --prefix screen, on a desktop or with xvfb-run.");
+}
+
 // Chooses the source that opens next.
 void chooseSource(const ModuleLibrary& module, HWND parent, const Options& options) {
+    noteHiddenWindow(options);
     if (options.select) {
         chooseByDialog(module, parent);
-        note("Chosen: " + productName(module));
+        if (!options.quiet) note("Chosen: " + productName(module));
     } else if (!options.source.empty()) {
         chooseByName(module, parent, options.source);
     }
 }
 
-void showSources(const ModuleLibrary& module, HWND parent) {
+void showSources(const ModuleLibrary& module, HWND parent, bool json) {
     const SourceList list = listSources(module, parent);
-    for (const std::string& name : list.names)
-        tell(name + (name == list.defaultName ? " (default)" : ""));
+    int number = 0;
+    for (const std::string& name : list.names) {
+        const bool isDefault = name == list.defaultName;
+        ++number;
+        tell(json ? jsonLine(sourceJson(number, name, isDefault))
+                  : format("%2d  %s%s", number, name.c_str(), isDefault ? " (default)" : ""));
+    }
 }
 
-void showCaps(const ModuleLibrary& module, HWND parent, bool json, ScanListener& listener) {
+// --caps and --dry-run.
+void showCaps(const ModuleLibrary& module, HWND parent, const Options& options, ScanListener& listener) {
+    const std::vector<std::string> makers = makersSources(module);  // asked while no source is chosen
+    chooseSource(module, parent, options);
     const OpenSource source(module, parent);
-    useInches(module, listener);
-    const std::vector<CapsRow> rows = queryCaps(module);
     const std::string name = productName(module);
-    tellText(json ? capsAsJson(name, rows) : capsAsTable(name, rows));
+    const bool isTrial = options.action == Action::DryRun;
+    if (isTrial)
+        prepareScan(module, options, listener);
+    else
+        useInches(module, listener);
+    const std::vector<CapsRow> rows = queryCaps(module, std::count(makers.begin(), makers.end(), name) > 0);
+    const std::vector<CapsRow> shown = isTrial ? presentValues(rows) : rows;
+    if (options.json)
+        tell(jsonLine(capsJson(name, shown)));
+    else
+        tellText(capsAsTable(name, shown));
 }
 
-void run(const Options& options) {
-    if (options.action == Action::Help) return tellText(helpText());
-    if (options.action == Action::Version) return tell("smscan " SCANMODULE_VERSION_TEXT);
+void scan(const ModuleLibrary& module, HostWindow& window, const Options& options, PageOutput& output,
+          ScanListener& listener) {
+    output.prepare(options.oneShot ? 1 : options.pages, listener);
+    chooseSource(module, window.handle(), options);
+    if (options.oneShot)
+        scanOneShot(module, options, output, window, listener);
+    else
+        scanPages(module, options, output, window, listener);
+}
 
-    const PageNames names(options.output, options.pages != 1 && !options.presto);
+void useModule(const Options& options) {
+    OutputRequest request = options.output;
+    request.stream = GetStdHandle(STD_OUTPUT_HANDLE);
+    PageOutput output(request, options.pages != 1 && !options.oneShot);
     const ModuleLibrary module;
     HostWindow window;
     const Interrupt interrupt(window);
-    ConsoleListener listener(options.progress);
+    ConsoleListener listener(options);
     requireManager(module);
-    if (options.action == Action::MakeDefault)
-        return tell(makeDefault(module, window.handle(), options.defaultName) + " is the default source.");
-    if (options.action == Action::Scan) {
-        checkWritable(names.pathOf(1));
-        if (names.numberedByItself())
-            listener.note(
-                format("--output has no %%d, so pages are numbered: %s ...", names.pathOf(1).c_str()));
-    }
-    chooseSource(module, window.handle(), options);
     switch (options.action) {
+        case Action::MakeDefault:
+            return tell(makeDefault(module, window.handle(), options.defaultName) +
+                        " is the default source.");
         case Action::List:
-            return showSources(module, window.handle());
+            return showSources(module, window.handle(), options.json);
         case Action::Caps:
-            return showCaps(module, window.handle(), options.json, listener);
+        case Action::DryRun:
+            return showCaps(module, window.handle(), options, listener);
         default:
-            return options.presto ? scanOneShot(module, options, names.pathOf(1), window, listener)
-                                  : scanPages(module, options, names, window, listener);
+            return scan(module, window, options, output, listener);
     }
+}
+
+void run(const Options& options) {
+    switch (options.action) {
+        case Action::Help:
+            return tellText(helpText());
+        case Action::ManPage:
+            return tellText(manPage());
+        case Action::Completion:
+            return tellText(bashCompletion());
+        case Action::Version:
+            return tell("smscan " SCANMODULE_VERSION_TEXT);
+        default:
+            return useModule(options);
+    }
+}
+
+// Its words without the program's name; names of files and sources may have letters of any language.
+std::vector<std::string> commandLine() {
+    int count = 0;
+    wchar_t** const words = CommandLineToArgvW(GetCommandLineW(), &count);
+    std::vector<std::string> result;
+    for (int i = 1; i < count; ++i)
+        result.push_back(utf8(words[i]));
+    LocalFree(words);
+    return result;
 }
 
 int end(const Failure& failure) {
@@ -86,10 +147,10 @@ int end(const Failure& failure) {
 
 }  // namespace smscan
 
-int main(int argumentCount, char** arguments) {
+int main() {
     smscan::writeWholeTexts();
     try {
-        smscan::run(smscan::parseOptions({arguments + 1, arguments + argumentCount}));
+        smscan::run(smscan::parseOptions(smscan::commandLine()));
     } catch (const host::Failure& failure) {
         return smscan::end(failure);
     } catch (const std::exception&) {

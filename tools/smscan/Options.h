@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "common/Failure.h"
+#include "common/PageOutput.h"
 #include "common/ScanRequest.h"
 
 namespace smscan {
@@ -11,7 +12,7 @@ namespace smscan {
 // The command line speaks the language of the library.
 using namespace host;
 
-enum class Action { Scan, List, Caps, MakeDefault, Version, Help };
+enum class Action { Scan, List, Caps, DryRun, MakeDefault, Version, Help, ManPage, Completion };
 
 // What the process returns to its caller; --help lists them.
 using ExitCode = host::FailureCode;
@@ -22,19 +23,14 @@ struct Options : host::ScanRequest {
     std::string source;       // empty: the default source
     std::string defaultName;  // of Action::MakeDefault
     bool json = false;
+    bool quiet = false;
 
-    bool presto = false;
-    std::string output = "scan%03d.bmp";
+    bool oneShot = false;
+    OutputRequest output;
     bool progress = false;
 };
 
 // Reads the command line without the program's name. Throws Failure with ExitCode::Usage.
 Options parseOptions(const std::vector<std::string>& words);
-
-// "0,0,2in,3in": four numbers, each with a unit or with that of the next one that has one; inches if none
-// has.
-Area parseArea(const std::string& text);
-
-std::string helpText();
 
 }  // namespace smscan

@@ -1,0 +1,23 @@
+#include "common/Display.h"
+
+#include <windows.h>
+
+#include <cstring>
+
+namespace host {
+
+bool hasDisplay() {
+    char driver[16] = {};
+    DWORD size = sizeof driver - 1;
+    HKEY key = nullptr;
+    if (RegOpenKeyExA(HKEY_CURRENT_USER, "Software\\Wine\\Drivers", 0, KEY_READ, &key) == ERROR_SUCCESS) {
+        RegQueryValueExA(key, "Graphics", nullptr, nullptr, reinterpret_cast<BYTE*>(driver), &size);
+        RegCloseKey(key);
+    }
+    USEROBJECTFLAGS flags{};
+    flags.dwFlags = WSF_VISIBLE;
+    GetUserObjectInformationA(GetProcessWindowStation(), UOI_FLAGS, &flags, sizeof flags, nullptr);
+    return std::strcmp(driver, "null") != 0 && (flags.dwFlags & WSF_VISIBLE) != 0;
+}
+
+}  // namespace host
