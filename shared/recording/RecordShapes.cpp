@@ -55,7 +55,7 @@ void maskFileName(Bytes& record) {
 
 // Without handles, addresses and names, whichever way it goes.
 void cleanBothWays(const Triplet& triplet, Bytes& record) {
-    if (record.size() < recordSize(triplet) || triplet.group != DG_CONTROL) return;
+    if (record.empty() || record.size() < recordSize(triplet) || triplet.group != DG_CONTROL) return;
     switch (triplet.argumentType) {
         case DAT_CAPABILITY:
             return clear(record, offsetof(TW_CAPABILITY, hContainer), sizeof(TW_HANDLE));
@@ -114,7 +114,7 @@ bool sourceWrites(const Triplet& triplet) {
 }
 
 Bytes presentableQuestion(const Triplet& triplet, Bytes record) {
-    if (isMemoryTransfer(triplet)) {
+    if (isMemoryTransfer(triplet) && record.size() == recordSize(triplet)) {
         clear(record, 0, memoryAt);
         clear(record, memoryAt + offsetof(TW_MEMORY, TheMem), sizeof(TW_MEMREF));
     }

@@ -88,5 +88,8 @@ struct Recording {
 inline std::string pixelFileOf(const std::string& path) {
     return path + ".pixels";
 }
+inline std::wstring pixelFileOf(const std::wstring& path) {
+    return path + L".pixels";
+}
 
 }  // namespace recording

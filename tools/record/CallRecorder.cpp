@@ -6,18 +6,17 @@
 #include <utility>
 
 #include "record/Bitmaps.h"
-#include "record/HostMemory.h"
 #include "record/OperationNames.h"
-#include "recording/ContainerBytes.h"
+#include "recording/HostMemory.h"
 #include "recording/RecordShapes.h"
 #include "recording/RecordingText.h"
 
 namespace record {
 
 using recording::Answer;
-using recording::Block;
 using recording::BlockKind;
 using recording::Bytes;
+using recording::bytesAt;
 using recording::Operation;
 using recording::Triplet;
 
@@ -57,23 +56,6 @@ TW_IMAGEMEMXFER stripAt(TW_MEMREF data) {
     return strip;
 }
 
-TW_CAPABILITY capabilityIn(const Bytes& record) {
-    TW_CAPABILITY capability{};
-    if (record.size() == sizeof capability) std::memcpy(&capability, record.data(), sizeof capability);
-    return capability;
-}
-
-Block containerOf(const Bytes& record) {
-    const TW_CAPABILITY capability = capabilityIn(record);
-    Block block = globalBlock(capability.hContainer);
-    block.bytes = recording::presentable(capability.Cap, {capability.ConType, std::move(block.bytes)});
-    return block;
-}
-
-bool isCapability(const Triplet& triplet) {
-    return triplet.group == DG_CONTROL && triplet.argumentType == DAT_CAPABILITY;
-}
-
 }  // namespace
 
 struct CallRecorder::Before {
@@ -81,7 +63,7 @@ struct CallRecorder::Before {
     Bytes vendorRecord;  // as far as it can be read
 };
 
-CallRecorder::CallRecorder(const std::string& path, PixelPolicy policy) : file_(path, policy) {
+CallRecorder::CallRecorder(const std::wstring& path, PixelPolicy policy) : file_(path, policy) {
     QueryPerformanceFrequency(&frequency_);
     QueryPerformanceCounter(&start_);
 }
@@ -102,7 +84,7 @@ TW_UINT16 CallRecorder::pass(const Triplet& triplet, TW_MEMREF data, const std::
         before.strip.assign(buffer.bytes(), buffer.bytes() + buffer.size());
     }
     if (recording::isVendorRecord(triplet) && triplet.message != MSG_SET)
-        before.vendorRecord = readableBytesAt(data, vendorRecordLimit);
+        before.vendorRecord = recording::readableBytesAt(data, vendorRecordLimit);
     running_.push_back(operation.number);
     const double started = now();
     const TW_UINT16 returnCode = call();
@@ -151,10 +133,7 @@ Operation CallRecorder::begin(const Triplet& triplet, TW_MEMREF data) {
     operation.triplet = triplet;
     operation.at = now();
     operation.events = std::exchange(events_, 0);
-    const std::size_t size = recording::recordSize(triplet);
-    const Bytes record = recording::hostWrites(triplet) ? bytesAt(data, size) : Bytes{};
-    operation.question.data = recording::presentableQuestion(triplet, record);
-    if (isCapability(triplet) && triplet.message == MSG_SET) operation.question.block = containerOf(record);
+    operation.question = recording::questionOf(triplet, data);
     noteFileName(triplet, data);
     file_.line(recording::questionLine(operation, operationNames(triplet, operation.question.data)));
     return operation;
@@ -176,12 +155,15 @@ Answer CallRecorder::answerOf(const Triplet& triplet, TW_MEMREF data, TW_UINT16 
                               const Before& before) {
     Answer answer;
     answer.returnCode = returnCode;
-    // What stands in the record after a failure is mostly the host's own.
-    if (returnCode == TWRC_FAILURE) return answer;
+    // What stands in the record after a failure is the host's own, but for a source that doesn't open: who it
+    // is comes from the manager.
+    const bool opens = triplet.is(DG_CONTROL, DAT_IDENTITY, MSG_OPENDS);
+    if (returnCode == TWRC_FAILURE && !opens) return answer;
     if (recording::sourceWrites(triplet)) {
         const Bytes record = bytesAt(data, recording::recordSize(triplet));
         answer.data = recording::presentableAnswer(triplet, record);
-        if (isCapability(triplet)) answer.block = containerOf(record);
+        if (triplet.group == DG_CONTROL && triplet.argumentType == DAT_CAPABILITY)
+            answer.block = recording::containerOf(record);
         if (triplet.message == MSG_GET) noteFileName(triplet, data);
     }
     if (recording::isTransfer(triplet) && returnCode != TWRC_CANCEL) {
@@ -190,7 +172,7 @@ Answer CallRecorder::answerOf(const Triplet& triplet, TW_MEMREF data, TW_UINT16 
             TW_UINT32 handle = 0;
             if (const Bytes bytes = bytesAt(data, sizeof handle); !bytes.empty())
                 std::memcpy(&handle, bytes.data(), sizeof handle);
-            answer.block = globalBlock(reinterpret_cast<HGLOBAL>(static_cast<UINT_PTR>(handle)));
+            answer.block = recording::globalBlock(reinterpret_cast<HGLOBAL>(static_cast<UINT_PTR>(handle)));
             const Bytes dib = std::move(answer.block.bytes);
             answer.block.bytes.clear();
             addBitmap({dib.begin(), dib.begin() + static_cast<std::ptrdiff_t>(dibBytes(dib))},

@@ -15,7 +15,7 @@ namespace record {
 
 class CallRecorder {
 public:
-    CallRecorder(const std::string& path, PixelPolicy policy);
+    CallRecorder(const std::wstring& path, PixelPolicy policy);
 
     // Makes the call and writes down what it asked and how it was answered.
     TW_UINT16 pass(const recording::Triplet& triplet, TW_MEMREF data, const std::function<TW_UINT16()>& call);

@@ -5,8 +5,6 @@
 
 namespace record {
 
-namespace {
-
 void** importSlot(HMODULE library, const char* name) {
     auto* const base = reinterpret_cast<std::uint8_t*>(library);
     const auto* const dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
@@ -28,24 +26,11 @@ void** importSlot(HMODULE library, const char* name) {
     return nullptr;
 }
 
-}  // namespace
-
-ImportPatch::ImportPatch(HMODULE library, const char* name, void* replacement)
-    : slot_(library ? importSlot(library, name) : nullptr) {
-    if (!slot_) return;
-    original_ = *slot_;
-    write(replacement);
-}
-
-ImportPatch::~ImportPatch() {
-    if (slot_) write(original_);
-}
-
-void ImportPatch::write(void* function) {
+void replaceImport(void** slot, void* replacement) {
     DWORD protection = 0;
-    VirtualProtect(slot_, sizeof *slot_, PAGE_READWRITE, &protection);
-    *slot_ = function;
-    VirtualProtect(slot_, sizeof *slot_, protection, &protection);
+    VirtualProtect(slot, sizeof *slot, PAGE_READWRITE, &protection);
+    *slot = replacement;
+    VirtualProtect(slot, sizeof *slot, protection, &protection);
 }
 
 }  // namespace record

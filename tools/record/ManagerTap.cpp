@@ -1,19 +1,63 @@
 #include "record/ManagerTap.h"
 
+#include <winternl.h>
+
 #include <cstring>
+#include <cwchar>
+#include <string>
+
+#include "record/ImportPatch.h"
 
 namespace record {
 
 ManagerTap* ManagerTap::active_ = nullptr;
 
-ManagerTap::ManagerTap(HMODULE module, CallRecorder& recorder)
-    : recorder_(recorder),
-      patch_(module, "GetProcAddress", reinterpret_cast<void*>(&ManagerTap::findProcedure)) {
+// ntdll's notification of a mapped library, which comes before the library's own entry runs. Not in the
+// compiler's headers.
+struct ManagerTap::LibraryNotification {
+    ULONG flags;
+    const UNICODE_STRING *fullName, *baseName;
+    HMODULE base;
+    ULONG imageSize;
+};
+
+namespace {
+
+constexpr ULONG libraryLoaded = 1;
+using RegisterNotification = LONG(WINAPI*)(ULONG flags, void* function, void* context, void** cookie);
+using UnregisterNotification = LONG(WINAPI*)(void* cookie);
+
+template <class Function>
+Function ntdllFunction(const char* name) {
+    const FARPROC found = GetProcAddress(GetModuleHandleA("ntdll.dll"), name);
+    return reinterpret_cast<Function>(reinterpret_cast<void*>(found));
+}
+
+}  // namespace
+
+ManagerTap::ManagerTap(const wchar_t* moduleName, CallRecorder& recorder)
+    : recorder_(recorder), moduleName_(moduleName) {
     active_ = this;
+    const auto notify = ntdllFunction<RegisterNotification>("LdrRegisterDllNotification");
+    if (notify) notify(0, reinterpret_cast<void*>(&ManagerTap::onLibrary), this, &cookie_);
 }
 
 ManagerTap::~ManagerTap() {
     active_ = nullptr;
+    const auto forget = ntdllFunction<UnregisterNotification>("LdrUnregisterDllNotification");
+    if (cookie_ && forget) forget(cookie_);
+}
+
+void CALLBACK ManagerTap::onLibrary(ULONG reason, const LibraryNotification* facts, void* tap) {
+    auto& self = *static_cast<ManagerTap*>(tap);
+    const std::wstring name(facts->baseName->Buffer, facts->baseName->Length / sizeof(wchar_t));
+    if (reason != libraryLoaded || _wcsicmp(name.c_str(), self.moduleName_) != 0) return;
+    self.slot_ = importSlot(facts->base, "GetProcAddress");
+    if (self.slot_) replaceImport(self.slot_, reinterpret_cast<void*>(&ManagerTap::findProcedure));
+}
+
+bool ManagerTap::works() const {
+    return slot_ && *slot_ == reinterpret_cast<void*>(&ManagerTap::findProcedure);
 }
 
 FARPROC WINAPI ManagerTap::findProcedure(HMODULE library, LPCSTR name) {

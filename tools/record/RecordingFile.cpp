@@ -8,19 +8,19 @@ namespace record {
 
 namespace {
 
-HANDLE create(const std::string& path) {
-    return CreateFileA(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS,
+HANDLE create(const std::wstring& path) {
+    return CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_ALWAYS,
                        FILE_ATTRIBUTE_NORMAL, nullptr);
 }
 
 }  // namespace
 
-RecordingFile::RecordingFile(const std::string& path, PixelPolicy policy)
+RecordingFile::RecordingFile(const std::wstring& path, PixelPolicy policy)
     : lines_(create(path)), policy_(policy) {
-    const std::string pixelPath = recording::pixelFileOf(path);
+    const std::wstring pixelPath = recording::pixelFileOf(path);
     if (lines_ != INVALID_HANDLE_VALUE && policy == PixelPolicy::Keep) pixels_ = create(pixelPath);
     // Pixels of an earlier recording would not go with this one.
-    if (policy != PixelPolicy::Keep) DeleteFileA(pixelPath.c_str());
+    if (policy != PixelPolicy::Keep) DeleteFileW(pixelPath.c_str());
     line(recording::firstLine());
 }
 

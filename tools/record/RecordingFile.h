@@ -14,7 +14,7 @@ enum class PixelPolicy { Keep, Hash, Blank };
 
 class RecordingFile {
 public:
-    RecordingFile(const std::string& path, PixelPolicy policy);
+    RecordingFile(const std::wstring& path, PixelPolicy policy);
     ~RecordingFile();
     RecordingFile(const RecordingFile&) = delete;
     RecordingFile& operator=(const RecordingFile&) = delete;

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <optional>
 
 #include "common/CapsQuery.h"
 #include "common/Display.h"
@@ -25,6 +26,7 @@
 #include "smscan/Help.h"
 #include "smscan/Interrupt.h"
 #include "smscan/Options.h"
+#include "smscan/SourceRecording.h"
 
 namespace smscan {
 
@@ -89,15 +91,8 @@ void scan(const ModuleLibrary& module, HostWindow& window, const Options& option
         scanPages(module, options, output, window, listener);
 }
 
-void useModule(const Options& options) {
-    OutputRequest request = options.output;
-    request.stream = GetStdHandle(STD_OUTPUT_HANDLE);
-    PageOutput output(request, options.pages != 1 && !options.oneShot);
-    const ModuleLibrary module;
-    HostWindow window;
-    const Interrupt interrupt(window);
-    ConsoleListener listener(options);
-    requireManager(module);
+void perform(const ModuleLibrary& module, HostWindow& window, const Options& options, PageOutput& output,
+             ScanListener& listener) {
     switch (options.action) {
         case Action::MakeDefault:
             return tell(makeDefault(module, window.handle(), options.defaultName) +
@@ -110,6 +105,26 @@ void useModule(const Options& options) {
         default:
             return scan(module, window, options, output, listener);
     }
+}
+
+void useModule(const Options& options) {
+    OutputRequest request = options.output;
+    request.stream = GetStdHandle(STD_OUTPUT_HANDLE);
+    PageOutput output(request, options.pages != 1 && !options.oneShot);
+    ConsoleListener listener(options);
+    std::optional<SourceRecording> recording;
+    if (!options.recording.empty()) recording.emplace(options, listener);
+    const ModuleLibrary module;
+    HostWindow window;
+    const Interrupt interrupt(window);
+    if (recording) recording->requireTap();
+    requireManager(module);
+    if (options.survey) {
+        chooseSource(module, window.handle(), options);
+        recording->survey(module, window.handle());
+    }
+    perform(module, window, options, output, listener);
+    if (recording) recording->finish();
 }
 
 void run(const Options& options) {

@@ -1,0 +1,24 @@
+// The side file of a recording.
+#pragma once
+
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "recording/Recording.h"
+
+namespace vscan {
+
+class RecordedPixels {
+public:
+    explicit RecordedPixels(const std::string& recordingPath);
+
+    // A pattern where the recording left them out; nothing where they are missing or not those recorded.
+    std::optional<recording::Bytes> read(const recording::Pixels& pixels) const;
+
+private:
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> file_;
+};
+
+}  // namespace vscan
