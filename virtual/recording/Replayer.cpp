@@ -12,6 +12,7 @@
 #include "recording/RecordShapes.h"
 #include "recording/RecordingText.h"
 #include "source/HostRecord.h"
+#include "source/SourceIdentity.h"
 
 namespace vscan {
 
@@ -110,6 +111,10 @@ TW_UINT16 Replayer::call(const Triplet& triplet, TW_MEMREF data) {
 Replayer::Reply Replayer::answer(const Triplet& triplet, const Question& question, TW_MEMREF data) {
     if (triplet.is(DG_CONTROL, DAT_IDENTITY, MSG_GET)) {
         Reply reply;
+        TW_IDENTITY own{};
+        describeSource(settings_, own);  // a recording that can't be read has a name, too
+        const auto* bytes = reinterpret_cast<const std::uint8_t*>(&own);
+        reply.answer.data.assign(bytes, bytes + sizeof own);
         if (index_ && index_->identity()) reply.answer.data = *index_->identity();
         return reply;
     }

@@ -19,12 +19,8 @@ TW_UINT16 VirtualScanner::call(TW_UINT32 group, TW_UINT16 argumentType, TW_UINT1
                                TW_MEMREF data) noexcept {
     Outcome outcome;
     try {
-        // A replayed source that can't be opened still has a name.
-        const bool asksForName = group == DG_CONTROL && argumentType == DAT_IDENTITY && message == MSG_GET;
-        if (asksForName) outcome = core_->dispatch(group, argumentType, message, data);
-        if (replayer_ && outcome.returnCode == TWRC_SUCCESS)
-            return replayer_->call({group, argumentType, message}, data);
-        if (!asksForName) outcome = core_->dispatch(group, argumentType, message, data);
+        if (replayer_) return replayer_->call({group, argumentType, message}, data);
+        outcome = core_->dispatch(group, argumentType, message, data);
     } catch (const std::bad_alloc&) {
         outcome = failure(TWCC_LOWMEMORY);
     } catch (...) {
