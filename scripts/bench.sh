@@ -8,8 +8,8 @@ usage() {
   cat <<'EOF'
 usage: bench.sh [--prefix NAME] [BENCHMARK...]
 Runs all benchmarks, or those named ("strips" is bench_strips.exe), in one of the prefixes of wine.sh; without
---prefix in scan-tests, with Wine's own TWAIN manager and the virtual scanner at its defaults. Ends with exit
-code 1 when a benchmark judges its numbers too bad.
+--prefix in scan-tests, with Wine's own TWAIN manager and the virtual scanner at its defaults. "commands" measures
+scan.sh and the size of the library. Ends with exit code 1 when a benchmark judges its numbers too bad.
 EOF
 }
 
@@ -29,17 +29,14 @@ done
 "$REPO/scripts/build.sh" benchmarks
 
 bin=$REPO/build/mingw32/bin
-programs=()
-if ((${#names[@]} > 0)); then
-  for name in "${names[@]}"; do
-    program=$bin/bench_${name#bench_}.exe
-    [[ -f $program ]] || fail "there is no benchmark '$name' ($program is not built)"
-    programs+=("$program")
-  done
-else
+if ((${#names[@]} == 0)); then
   shopt -s nullglob
-  programs=("$bin"/bench_*.exe)
-  ((${#programs[@]} > 0)) || fail "there are no benchmarks: $bin/bench_*.exe matches nothing"
+  for program in "$bin"/bench_*.exe; do
+    name=${program##*/bench_}
+    names+=("${name%.exe}")
+  done
+  ((${#names[@]} > 0)) || fail "there are no benchmarks: $bin/bench_*.exe matches nothing"
+  names+=(commands)
 fi
 
 # The virtual scanner's settings of whoever calls this would change what is measured.
@@ -47,10 +44,48 @@ for variable in "${!VSCAN_@}"; do
   unset "$variable"
 done
 
-cd -- "$bin"
+# row NAME VALUE LIMIT: prints a row of the table, in thousandths; remembers whether the value is above the limit.
 failed=()
-for program in "${programs[@]}"; do
-  printf '== %s\n' "${program##*/}"
-  "$REPO/scripts/wine.sh" --prefix "$prefix" "$program" || failed+=("${program##*/}")
+row() {
+  local verdict=good
+  (($2 <= $3)) || { verdict='TOO MUCH'; failed+=("$1"); }
+  printf '%-44s %4d.%03d %4d.%03d  %s\n' "$1" $(($2 / 1000)) $(($2 % 1000)) $(($3 / 1000)) $(($3 % 1000)) "$verdict"
+}
+
+# shortest RUNS COMMAND...: the milliseconds of the fastest run; a busy machine only ever adds to them.
+shortest() {
+  local best=999999 start now i
+  for ((i = 0; i < $1; i++)); do
+    start=${EPOCHREALTIME/[.,]/}
+    "${@:2}" >/dev/null 2>&1 || fail "this failed: ${*:2}"
+    now=${EPOCHREALTIME/[.,]/}
+    ((now - start >= best * 1000)) || best=$(((now - start) / 1000))
+  done
+  echo "$best"
+}
+
+measure_commands() {
+  local pages
+  pages=$(mktemp -d "$REPO/build/pages.XXXXXX")
+  printf '%-44s %8s %8s\n' '' value 'at most'
+  row 'ScanModule.dll, MB' $(($(stat -c %s "$bin/ScanModule.dll") / 1000)) 265
+  "$REPO/scripts/scan.sh" --output "$pages/warm.bmp" >/dev/null 2>&1 || fail "scan.sh failed"
+  row 'scan.sh, from call to page, s' "$(shortest 10 "$REPO/scripts/scan.sh" --output "$pages/page.bmp")" 250
+  # 4,000 pages a minute.
+  row '50 pages, gray, 300 dpi, s' "$(VSCAN_PAGES=50 shortest 5 "$REPO/scripts/scan.sh" \
+    --mode gray --resolution 300 --pages all --output "$pages/%03d.bmp")" 750
+  rm -r -- "$pages"
+}
+
+cd -- "$bin"
+for name in "${names[@]}"; do
+  name=${name#bench_}
+  printf '== %s\n' "$name"
+  if [[ $name == commands ]]; then
+    measure_commands
+  else
+    [[ -f bench_$name.exe ]] || fail "there is no benchmark '$name' ($bin/bench_$name.exe is not built)"
+    "$REPO/scripts/wine.sh" --prefix "$prefix" "./bench_$name.exe" || failed+=("$name")
+  fi
 done
 ((${#failed[@]} == 0)) || fail "these failed: ${failed[*]}"

@@ -35,7 +35,21 @@ configure() {
     env -C "$REPO" cmake --preset "$preset" "$@"
 }
 
+# When the last build of these targets began, and what it left: where nothing has changed since, nothing is started.
+# The time of a change (-cnewer) tells also of a file that an older one took the place of, and of what was deleted.
+began=$build_dir/built/$(IFS=-; printf '%s' "${targets[*]:-all}")
+readonly inputs=(CMakeLists.txt CMakePresets.json bench cmake examples include shared sm tests tools virtual)
+products() { stat -c '%n %s %.Y' -- "$build_dir"/bin/*.*; }
+is_up_to_date() {
+  [[ -z $with_tests && -f $build_dir/build.ninja && -f $began && -f $began.products ]] &&
+    [[ $(products 2>&1) == "$(<"$began.products")" ]] &&
+    [[ -z $(find "${inputs[@]/#/$REPO/}" -cnewer "$began" -print -quit 2>&1) ]]
+}
+
 build() {
+  mkdir -p -- "${began%/*}"
+  rm -f -- "$began.products"
+  : >"$began"
   # A cache that was made before the folder moved here is of no use.
   if [[ -f $build_dir/CMakeCache.txt ]]; then
     local home
@@ -49,6 +63,7 @@ build() {
       fail "the tests were left out; $build_dir-configure.log says why (setup.sh test installs what they need)"
   fi
   run_step "Bringing build/$preset up to date ..." "$build_dir-build.log" ninja -C "$build_dir" "${targets[@]}"
+  products >"$began.products" 2>&1 || true
 }
 
-locked "$build_dir.lock" build
+is_up_to_date || locked "$build_dir.lock" build

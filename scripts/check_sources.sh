@@ -19,7 +19,7 @@ source_files() {
   find . \( -path ./build -o -path ./out -o -name .git \) -prune -o \( "$@" \) -print | sort
 }
 text_files() {
-  source_files -type f \( -name '*.cpp' -o -name '*.h' -o -name '*.c' -o -name '*.rc' -o -name '*.def*' \
+  source_files -type f \( -name '*.cpp' -o -name '*.h' -o -name '*.hpp' -o -name '*.c' -o -name '*.rc' -o -name '*.def*' \
     -o -name '*.sh' -o -name '*.py' -o -name '*.cmake' -o -name '*.txt' -o -name '*.md' -o -name '*.ini' -o -name '*.json' \)
 }
 # matching PATTERN: the text files with a line that matches.
@@ -36,7 +36,7 @@ breach "Scripts are not executable (lib.sh is only sourced):" \
 
 command -v clang-format-14 >/dev/null || fail "clang-format-14 is not installed (setup.sh test installs it)"
 breach "clang-format-14 would write these otherwise (its option -i rewrites a file):" \
-  "$(source_files -type f \( -name '*.cpp' -o -name '*.h' -o -name '*.c' -o -name '*.inc' \) |
+  "$(source_files -type f \( -name '*.cpp' -o -name '*.h' -o -name '*.hpp' -o -name '*.c' -o -name '*.inc' \) |
     xargs -r -d '\n' clang-format-14 --dry-run 2>&1 | sed -nE 's/^([^:]+):[0-9]+:[0-9]+: .*/\1/p' | sort -u)"
 
 # The rooms of sm/, from the ground up: a header builds on its own room and those before it.

@@ -5,6 +5,26 @@ set -euo pipefail
 # shellcheck source-path=SCRIPTDIR source=lib.sh
 source "$(dirname -- "${BASH_SOURCE[0]}")/lib.sh"
 
+smscan=$REPO/build/mingw32/bin/smscan.exe
+
+# Nothing is installed or built only to be told the options.
+help() {
+  echo "scan.sh hands its options to smscan; its default for --output is out/page%03d.bmp in $REPO."
+  if [[ -f $smscan && -d $REPO/build/mingw32/wine/scan ]] && command -v wine >/dev/null; then
+    exec "$REPO/scripts/wine.sh" --prefix scan "$smscan" --help
+  fi
+  cat <<'EOF'
+smscan isn't built yet: the first scan builds it, and --help then tells all of its options. The main ones:
+  --mode bw|gray|color  --resolution DPI  --paper a4|letter|...  --area L,T,R,B
+  --pages N|all         --output PATTERN  (page%03d.bmp)
+  --list                the sources       --caps  what the source offers
+EOF
+  exit 0
+}
+for argument in "$@"; do
+  [[ $argument != --help && $argument != -h ]] || help
+done
+
 "$REPO/scripts/setup.sh" scan
 "$REPO/scripts/build.sh" ScanModule smscan virtual_scanner
 
@@ -35,8 +55,6 @@ for argument in "$@"; do
   fi
   [[ $argument != --output* && ! $argument =~ $letter_o ]] || output_given=yes
   [[ $argument != --ui && $argument != --select ]] || prefix=screen
-  [[ $argument != --help ]] ||
-    echo "scan.sh hands its options to smscan; its default for --output is out/page%03d.bmp in $REPO."
   arguments+=("$argument")
   previous=$argument
 done
@@ -57,4 +75,4 @@ if [[ $prefix == screen && -z ${DISPLAY-} ]]; then
 fi
 
 [[ $(pwd -P) != "$REPO"/build/* ]] || cd -- "$REPO"
-exec "$REPO/scripts/wine.sh" --prefix "$prefix" "$REPO/build/mingw32/bin/smscan.exe" "${arguments[@]}"
+exec "$REPO/scripts/wine.sh" --prefix "$prefix" "$smscan" "${arguments[@]}"

@@ -7,48 +7,72 @@ source "$(dirname -- "${BASH_SOURCE[0]}")/lib.sh"
 
 usage() {
   cat <<'EOF'
-usage: setup.sh scan|test|screens
-Installs what is missing for building the programs and running them ("scan"; benchmarks need no more), or for the
-tests and the checks of the sources as well ("test"), or for taking pictures of windows ("screens").
+usage: setup.sh JOB
+Installs what is missing for building the programs and running them ("scan"; benchmarks need no more), and for
+  test     the tests and the checks of the sources
+  package  the package
+  screens  taking pictures of windows
+  fuzz     the native build with sanitizers; this one alone needs nothing of a scan's
 EOF
 }
 
 job=${1-}
 case $job in
-  scan | test | screens) (($# == 1)) || { usage >&2; exit 2; } ;;
+  scan | test | package | screens | fuzz) (($# == 1)) || { usage >&2; exit 2; } ;;
   --help) usage; exit 0 ;;
   *) usage >&2; exit 2 ;;
 esac
 
-# Each row: the first job that needs it, a Debian package, and a file by which its presence is seen. The one list
-# of what is needed.
+# Each row: the jobs that need it (all but fuzz need what a scan needs), a Debian package, and what shows that it is there:
+# commands or files, one of which is enough; other distributions have other names. The one list of what is needed.
 readonly REQUIREMENTS=(
-  'scan g++-mingw-w64-i686-win32 /usr/bin/i686-w64-mingw32-g++-win32'
-  'scan binutils-mingw-w64-i686  /usr/bin/i686-w64-mingw32-windres'
-  'scan cmake                    /usr/bin/cmake'
-  'scan ninja-build              /usr/bin/ninja'
-  'scan libz-mingw-w64-dev       /usr/i686-w64-mingw32/lib/libz.a'
-  'scan wine                     /usr/bin/wine'
-  'scan wine32:i386              /usr/lib/wine/wine'
-  'scan nlohmann-json3-dev       /usr/include/nlohmann/json.hpp'
-  'test doctest-dev              /usr/include/doctest/doctest.h'
-  'test libstb-dev               /usr/include/stb/stb_image.h'
+  'scan g++-mingw-w64-i686-win32 i686-w64-mingw32-g++-win32|i686-w64-mingw32-g++'
+  'scan binutils-mingw-w64-i686  i686-w64-mingw32-windres'
+  'scan,fuzz cmake               cmake'
+  'scan,fuzz ninja-build         ninja'
+  'scan libz-mingw-w64-dev       /usr/i686-w64-mingw32/lib/libz.a|/usr/i686-w64-mingw32/sys-root/mingw/lib/libz.a'
+  'scan nlohmann-json3-dev       /usr/include/nlohmann/json.hpp|/usr/local/include/nlohmann/json.hpp'
+  'scan wine                     wine'
+  'scan wine32:i386              /usr/lib/wine/wine|/usr/lib/wine/i386-windows|/usr/lib32/wine'
+  'test doctest-dev              /usr/include/doctest/doctest.h|/usr/local/include/doctest/doctest.h'
+  'test libstb-dev               /usr/include/stb/stb_image.h|/usr/local/include/stb/stb_image.h'
+  'test clang-format-14          clang-format-14'
   'test python3-pil              /usr/lib/python3/dist-packages/PIL'
-  'test poppler-utils            /usr/bin/pdfimages'
-  'test clang-format-14          /usr/bin/clang-format-14'
-  'screens xvfb                  /usr/bin/Xvfb'
-  'screens xauth                 /usr/bin/xauth'
-  'screens imagemagick           /usr/bin/import'
-  'screens x11-utils             /usr/bin/xwininfo'
+  'test poppler-utils            pdfimages'
+  'test pkgconf                  pkg-config'
+  'test,package lld-14           lld-link-14|lld-link'
+  'package zip                   zip'
+  'screens xvfb                  Xvfb'
+  'screens xauth                 xauth'
+  'screens imagemagick           import'
+  'screens x11-utils             xwininfo'
   'screens fonts-wine            /usr/share/wine/fonts/marlett.ttf'
   'screens fonts-liberation      /usr/share/fonts/truetype/liberation/LiberationSans-Regular.ttf'
+  # Not gcc-multilib: it can't be installed beside other cross compilers.
+  'fuzz clang-14                 clang++-14'
+  'fuzz libclang-rt-14-dev       /usr/lib/llvm-14/lib/clang/14.0.6/lib/linux/libclang_rt.fuzzer-i386.a'
+  'fuzz libc6-dev-i386           /usr/lib32/crt1.o'
+  'fuzz lib32stdc++-12-dev       /usr/lib/gcc/x86_64-linux-gnu/12/32/libstdc++.a'
 )
 
+# is_there SIGNS: whether one of the commands or files is.
+is_there() {
+  local sign signs
+  IFS='|' read -ra signs <<<"$1"
+  for sign in "${signs[@]}"; do
+    if [[ -e $sign ]] || command -v -- "$sign" >/dev/null; then return 0; fi
+  done
+  return 1
+}
+
 missing=()
+unseen=()
 for requirement in "${REQUIREMENTS[@]}"; do
-  read -r needed_by package file <<<"$requirement"
-  [[ $needed_by == scan || $needed_by == "$job" ]] || continue
-  [[ -e $file ]] || missing+=("$package")
+  read -r needed_by package signs <<<"$requirement"
+  [[ ,$needed_by, == *",$job,"* || (,$needed_by, == *,scan,* && $job != fuzz) ]] || continue
+  is_there "$signs" && continue
+  missing+=("$package")
+  unseen+=("${signs//|/ or }")
 done
 if ((${#missing[@]} == 0)); then
   exit 0
@@ -63,7 +87,9 @@ by_hand() {
   On Debian 12, as root:
     dpkg --add-architecture i386
     apt-get update
-    apt-get install -y -t bookworm --no-install-recommends ${missing[*]}"
+    apt-get install -y -t bookworm --no-install-recommends ${missing[*]}
+  Elsewhere, what your system calls these; this script goes on as soon as it finds
+$(printf '    %s\n' "${unseen[@]}")"
 }
 
 ID='' VERSION_ID='' VERSION_CODENAME='' PRETTY_NAME='an unknown system'

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs what is missing, checks the sources, builds everything (warnings are errors) and runs all tests under
-# Wine.
+# Installs what is missing, checks the sources, builds everything (warnings are errors), runs all tests under Wine
+# and, where it can be built, the module natively under sanitizers (fuzz.sh).
 set -euo pipefail
 # shellcheck source-path=SCRIPTDIR source=lib.sh
 source "$(dirname -- "${BASH_SOURCE[0]}")/lib.sh"
@@ -8,7 +8,7 @@ source "$(dirname -- "${BASH_SOURCE[0]}")/lib.sh"
 usage() {
   cat <<'EOF'
 usage: test.sh [--preset mingw32|mingw32-debug] [options of ctest]
-Without options all tests are run on the release build. Useful options of ctest:
+Without options all tests are run on the release build, and fuzz.sh for a few seconds. Useful options of ctest:
   -R REGEX   only the tests whose names match        -N   only list the tests
   -V         show what passing tests print, too      --rerun-failed
 EOF
@@ -43,6 +43,9 @@ done
 jobs=$(($(nproc) + 1))
 rc=0
 ctest --test-dir "$build_dir" --output-on-failure --no-tests=error -j "$jobs" "${ctest_options[@]}" || rc=$?
+
+# The whole suite includes a short native run under sanitizers.
+((${#ctest_options[@]} > 0)) || "$REPO/scripts/fuzz.sh" --if-possible || rc=1
 
 # Each test program ends with two lines of doctest's: "[doctest] test cases: 3 | 3 passed | ..." and the same
 # for assertions. Their sums are the totals.

@@ -66,17 +66,46 @@ if [[ $prefix_name == *tests* || $(locale charmap 2>/dev/null) != UTF-8 ]]; then
   export LC_ALL=C.UTF-8
 fi
 
+# Wine lets SIGTERM and SIGHUP kill the program on the spot; SIGINT reaches it as Ctrl+C, which it can handle. So
+# the program ignores the former, which timeout sends to all, and is sent the latter instead.
+{ exec 3<&0; } 2>/dev/null || exec 3</dev/null
+interrupt() {
+  interrupted=yes ever_interrupted=yes
+  [[ -n $program ]] || return 0
+  # Wine loses signals while it starts.
+  local tries=100
+  while ((tries-- > 0)) && [[ -e /proc/$program/maps ]] && ! grep -q -m 1 kernelbase.dll "/proc/$program/maps"; do
+    sleep 0.05
+  done
+  kill -INT "$program" 2>/dev/null || :
+}
+
+run() {
+  program='' interrupted='' ever_interrupted=''
+  trap interrupt INT TERM HUP
+  # The shell has programs in the background ignore SIGINT.
+  (trap '' TERM HUP; trap - INT; exec wine "$@" <&3 3<&-) &
+  program=$!
+  [[ -z $interrupted ]] || interrupt
+  # A signal ends the wait, not the program.
+  interrupted=yes
+  while [[ -n $interrupted ]]; do
+    interrupted='' rc=0
+    wait "$program" || rc=$?
+  done
+  # Until the program handles Ctrl+C itself, Wine ends it with 0 for that.
+  [[ -z $ever_interrupted ]] || ((rc != 0)) || rc=$((128 + 2))
+}
+
 # Wine's server outlives the program, so it inherits neither the lock nor the held output.
-rc=0
 if [[ -z $hold_stderr ]]; then
-  [[ $prefix_name == tests-* ]] || exec wine "$@"
-  wine "$@" 6>&- || rc=$?
+  run "$@" 6>&-
 else
   held=$(mktemp "$wine_dir/stderr.XXXXXX")
   exec 8>"$held"
   exec 7<"$held"
   rm -- "$held"
-  wine "$@" 2>&8 6>&- 7<&- 8>&- || rc=$?
+  run "$@" 2>&8 6>&- 7<&- 8>&-
   cat <&7 >&2
 fi
 exit "$rc"

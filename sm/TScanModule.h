@@ -172,7 +172,7 @@ public:
     static int32_t PaletteSize(int32_t bitsPerPixel);
 
     // oneshot/BmpWriter
-    int32_t WriteDIBHeader(HFILE file, const TW_IMAGEINFO* info);
+    int32_t WriteDIBHeader(HFILE file, const char* path, const TW_IMAGEINFO* info);
     int32_t AppendBufferToFile(HFILE file, const TW_IMAGEINFO* info, TW_IMAGEMEMXFER* strip, uint8_t* bytes);
     int32_t BufferToFile(HFILE file, const TW_IMAGEINFO* info, TW_IMAGEMEMXFER* strip, uint8_t* bytes);
     int32_t BufferToFileForPlanar(HFILE file, const TW_IMAGEINFO* info, TW_IMAGEMEMXFER* strip,

@@ -89,7 +89,8 @@ TEST_CASE("how much the source is asked for") {
             asked.push_back(stage.source.requests.back().Length);
         }
         CHECK(asked == expected);
-        CHECK(stage.windows.memoryComplaints() == Lines{});
+        // The buffer of the last strip, and no other.
+        CHECK(stage.windows.memoryComplaints() == storyOf("kept"));
     }
 }
 
@@ -119,7 +120,7 @@ TEST_CASE("what one strip gives") {
         CAPTURE(facts.bytesPerRow);
         PullStage stage({{imageInfo(pixelType, bits, width, 100), {{facts, pattern(facts.bytesWritten)}}}});
         stage.pull(size);
-        checkStory(stage, begin + std::to_string(count) + " bytes");
+        checkStory(stage, begin + std::to_string(count) + " bytes; kept");
         CHECK(stage.pulled() == delivered);
     }
 }
@@ -127,7 +128,7 @@ TEST_CASE("what one strip gives") {
 TEST_CASE("the last strip comes without its length, and the next page begins anew") {
     PullStage stage({colorPage(2), grayRow});
     stage.pull(24);
-    checkStory(stage, begin + "12 bytes");
+    checkStory(stage, begin + "12 bytes; kept");
     stage.pull(24);
     // The lines name the pushed form.
     CHECK(outline(stage) == "DoMemXfer('Memory buffer size = 24' EndThisXfer())");
@@ -154,8 +155,8 @@ TEST_CASE("a strip that doesn't come, and a cancel while the source works on one
         {failedWith(TWCC_PAPERJAM), '-', "STATUS; no count", ends},
         {endedBy(TWRC_ENDOFLIST), '-', "STATUS; no count", ends},
         // The image isn't ended, even with its last strip.
-        {colorPage(2).strips[0], 't', "12 bytes", ends},
-        {colorPage(1).strips[0], 't', "12 bytes", ends},
+        {colorPage(2).strips[0], 't', "12 bytes; kept", ends},
+        {colorPage(1).strips[0], 't', "12 bytes; kept", ends},
         {colorPage(2).strips[0], 'a', "RESET; over", fails},
     };
     for (const auto& [strip, cancelled, story, next] : rows) {
@@ -211,6 +212,7 @@ TEST_CASE("an image that was pulled in part is forgotten with its batch and with
         stage.pull(12);
         if (withBatch) stage.deliver(MSG_XFERREADY);
         if (!withBatch) stage.module.DisableDS();
+        CHECK(stage.windows.memoryComplaints() == Lines{});
         if (!withBatch) stage.module.CloseDS();
         if (!withBatch) stage.enable();
         stage.source.put({grayRow});
@@ -218,4 +220,22 @@ TEST_CASE("an image that was pulled in part is forgotten with its batch and with
         CHECK(stage.count == over);
         CHECK(stage.pulled() == pattern(4));
     }
+}
+
+TEST_CASE("one buffer serves all strips of an image, but never two of them at a time") {
+    PullStage stage({colorPage(9)});
+    Bytes nested(12);
+    unsigned nestedCount = 0;
+    stage.source.whileTransferring = [&] {
+        if (stage.source.requests.size() == 3) stage.module.ReadBlock(nested.data(), 12, &nestedCount);
+    };
+    for (int strip = 0; strip < 3; ++strip)
+        stage.pull(12);
+    const auto& requests = stage.source.requests;
+    const auto& sizes = stage.windows.allocations;
+    CHECK(std::count(sizes.begin(), sizes.end(), SIZE_T{12}) == 2);
+    CHECK(requests[2].TheMem != requests[3].TheMem);
+    CHECK(stage.pulled() == pieces({{36, 48}}));
+    CHECK(nested == pieces({{24, 36}}));
+    CHECK(stage.windows.memoryComplaints() == storyOf("kept"));
 }

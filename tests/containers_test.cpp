@@ -25,10 +25,10 @@ struct Codec {
         viewer.forget();
         TW_CAPABILITY capability = {ICAP_UNITS, image.conType, image.allocate()};
         TW_UINT32 value = 0xdeadbeef;
-        const TW_UINT16 failure = extractor == one     ? ExtractOneValue(&capability, &value)
-                                  : extractor == count ? ExtractEnumerationNumItems(&capability, &value)
-                                  : extractor == item ? ExtractEnumerationValue(&capability, &value, selector)
-                                                      : ExtractRangeValue(&capability, &value, selector);
+        const TW_UINT16 failure = extractor == one     ? ExtractOneValue(capability, &value)
+                                  : extractor == count ? ExtractEnumerationNumItems(capability, &value)
+                                  : extractor == item  ? ExtractEnumerationValue(capability, &value, selector)
+                                                       : ExtractRangeValue(capability, &value, selector);
         CHECK((GlobalFlags(capability.hContainer) & GMEM_LOCKCOUNT) == 0);
         GlobalFree(capability.hContainer);
         const std::string name = names[extractor], ending = " in " + name;

@@ -84,6 +84,9 @@ TEST_CASE("where each byte of a strip goes") {
         // Tiles in any order.
         {24, false, 4, 2, "6 2 2 2 0 ABCDEFGHIJKL  6 2 2 0 0 abcdefghijkl", "ihglkjIHGLKJcbafedCBAFED"},
         {4, false, 8, 1, "2 4 1 4 0 cd  2 4 1 0 0 ab", "abcd"},
+        // What lies between rows stays, and the file grows for one that begins behind the edge.
+        {8, false, 3, 2, "4 4 2 0 0 ABCDEFGH  2 2 2 0 0 abcd", "cdGHabCD"},
+        {8, false, 2, 2, "2 2 2 3 0 abcd", "...cd..ab"},
         // Rows longer than those of the file go over the row above.
         {8, false, 2, 2, "6 2 2 0 0 abcdefghijkl", "ghijklcdef"},
         // Rows are counted by their bytes, and those below the image left out.
@@ -122,6 +125,23 @@ TEST_CASE("where each byte of a strip goes") {
         CHECK((bits == 4 || file.size() == offset + pixels.size()));
         // Nothing ran into what lies before the pixels: the last of the grays, or the header's last field.
         CHECK((bits == 4 || fileField(file, offset - 4, 4) == (bits == 8 ? 0xFFFFFFu : 0)));
+    }
+}
+
+TEST_CASE("rows are joined in never more than 60 KiB, whatever lies between them") {
+    for (const int rowBytes : {298, 300, 304, 70000}) {
+        CAPTURE(rowBytes);
+        const int width = rowBytes < 304 ? rowBytes : rowBytes - 4, length = 500, step = (width + 3) / 4 * 4;
+        OneShotStage stage({imagePage(TWPT_GRAY, 8, width, length, rowBytes, length)});
+        stage.source.bufferSizes = {64, 1u << 26, 1u << 26};
+        CHECK(stage.scan() == 0);
+        Bytes expected(1078 + step * length + std::max(0, rowBytes - step));
+        const Bytes strip = pattern(rowBytes * length);
+        for (int row = 0; row < length; ++row)
+            std::copy_n(strip.begin() + row * rowBytes, rowBytes,
+                        expected.begin() + 1078 + (length - 1 - row) * step);
+        CHECK((from(stage.fileBytes(), 1078) == from(expected, 1078)));
+        CHECK(std::count(stage.windows.allocations.begin(), stage.windows.allocations.end(), 0xF000) == 1);
     }
 }
 
@@ -226,7 +246,8 @@ TEST_CASE("a disk that fills up, and memory that runs out") {
         {true, any, 90000, 2, low + "BufferToFileForPlanar", true, 1},
         {true, any, 90001, 0, "", true, 2},
     };
-    for (const auto& [planar, room, largest, result, warnings, stays, closed] : rows) {
+    for (size_t i = 0; i < 2 * std::size(rows); ++i) {
+        const auto& [planar, room, largest, result, warnings, stays, closed] = rows[i / 2];
         CAPTURE(room);
         CAPTURE(largest);
         const Page colors = imagePage(TWPT_RGB, 24, 300, 100, 300, 100, true);
@@ -234,6 +255,7 @@ TEST_CASE("a disk that fills up, and memory that runs out") {
         stage.source.bufferSizes = {64, 30000, 100};
         stage.start();
         stage.windows.diskRoom = room;
+        stage.windows.diskIsSparse = i % 2 != 0;
         stage.windows.largestAllocation = largest;
         stage.windows.filesClosed = 0;
         CHECK(stage.finish() == result);

@@ -69,6 +69,20 @@ TEST_CASE("a missing manager is looked for at every call, and found once it is t
     CHECK(stage.module.OpenDS(stage.host.window(), nullptr) == 0);
 }
 
+TEST_CASE("a manager whose file goes while it is loaded serves on; once unloaded it is missing") {
+    const ManagerFile manager(ManagerFile::Kind::Scripted);
+    const SavedFile moved(windowsDirectory() + "\\moved.dll");
+    Stage stage;
+    stage.open();
+    // Windows lets nobody delete it now.
+    REQUIRE(MoveFileA(manager.path().c_str(), moved.path().c_str()));
+    CHECK(stage.module.CloseDS() == 0);
+    CHECK(stage.module.OpenDS(stage.host.window(), nullptr) == 0);
+    CHECK(stage.module.CloseDS() == 0);
+    stage.module.unload();
+    CHECK(Module().IsTWAINAvailable() == 0);
+}
+
 TEST_CASE("a library without the entry point is freed at once and never counts") {
     const ManagerFile withoutEntry(ManagerFile::Kind::WithoutEntry);
     Stage stage;

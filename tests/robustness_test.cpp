@@ -1,6 +1,7 @@
 // What a careless driver, a host's own handlers or the surroundings can't do to the module: make it touch
 // memory that isn't its own, run for ever, stand still, or lose memory each time it is loaded.
 #include <cstring>
+#include <utility>
 
 #include "BatchStage.h"
 #include "OneShotStage.h"
@@ -127,6 +128,43 @@ TEST_CASE("blocks of an image that isn't described, or that isn't there yet") {
     CHECK(buffer[64] == 0);
 }
 
+TEST_CASE("a row of unknown width isn't copied whole when less than one was asked for") {
+    BatchStage stage({{imageInfo(TWPT_GRAY, 8, -1, -1), {{{104, 100, 1, 0, 0, 104}, pattern(104)}}}});
+    uint8_t buffer[64];
+    unsigned count = 0;
+    stage.module.ReadBlock(buffer, sizeof buffer, &count);
+    CHECK(count == sizeof buffer);
+}
+
+TEST_CASE("a block pulled while the source has the word takes nothing away from the batch") {
+    uint8_t block[64];
+    unsigned count = 0;
+    SUBCASE("not the strip's buffer") {
+        BatchStage stage({grayPage()});
+        stage.source.whileTransferring = [&] {
+            if (std::exchange(count, 1) == 0) stage.module.ReadBlock(block, 8, &count);
+        };
+        stage.host.onXferData = [](const TXferStripInfo& strip) {
+            CHECK(strip.Buffer->BufferPointer != nullptr);
+            CHECK(strip.Buffer->BufferSize >= strip.BytesWritten);
+        };
+        stage.run();
+        CHECK(journal.with("XferData").size() == 1);
+    }
+    SUBCASE("not the DIB") {
+        BatchStage stage({grayPage()}, mechanisms[0]);
+        stage.manager.answerNext(operation::nativeTransfer, fill<HGLOBAL>(
+                                                                [&](HGLOBAL& dib) {
+                                                                    dib = GlobalAlloc(GPTR, 40);
+                                                                    ModuleCalls::adopt(dib);
+                                                                    stage.module.ReadBlock(block, 8, &count);
+                                                                },
+                                                                TWRC_XFERDONE));
+        stage.run();
+        CHECK(stage.windows.memoryComplaints() == Lines{});
+    }
+}
+
 TEST_CASE("a list of sources that fails at its start, or has no end") {
     Stage stage;
     stage.forget();
@@ -156,6 +194,21 @@ TEST_CASE("a viewer that takes no messages is given up, once and for good") {
     CHECK(GetTickCount() - loaded < 1000);
     SetEvent(viewerEnds);
     WaitForSingleObject(thread, INFINITE);
+}
+
+TEST_CASE("a viewer's memory that nobody may touch is left alone") {
+    const TraceSwitches switches;
+    int lines = 0;
+    const MessageWindow viewer("KTWDiagXprt32", [&](UINT message, WPARAM, LPARAM) {
+        lines += message == WM_USER + 0x1234;
+        return false;
+    });
+    const HANDLE reserved = CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE | SEC_RESERVE, 0,
+                                               4096, "KTWDiagXprt32File");
+    const Module module;
+    CHECK(module.IsTWAINAvailable());
+    CHECK(lines == 0);
+    CloseHandle(reserved);
 }
 
 TEST_CASE("loading and unloading loses nothing") {

@@ -40,8 +40,9 @@
  * They are exact for sources that work in inches, as nearly all do; see smGetXResolution for the others.
  *
  * BINDING: names are undecorated and ordinals fixed, for LoadLibrary and GetProcAddress; hosts that link
- * take ScanModuleImports.lib, made beside the DLL (lib/ next to its bin/). All functions are __stdcall and
- * every argument takes 32 bits (a double two times 32), so only the declared types are narrower.
+ * take libScanModule.dll.a (MinGW: -lScanModule) or ScanModule.lib (Visual Studio), in lib/ next to the DLL's
+ * bin/. All functions are __stdcall and every argument takes 32 bits (a double two times 32), so only the
+ * declared types are narrower. C++ hosts may prefer scanmodule.hpp, a layer over this.
  */
 #ifndef SCANMODULE_SCANMODULE_H
 #define SCANMODULE_SCANMODULE_H

@@ -1,6 +1,5 @@
 #include "recording/HostMemory.h"
 
-#include <algorithm>
 #include <cstring>
 
 #include "recording/ContainerBytes.h"
@@ -12,14 +11,6 @@ Bytes bytesAt(const void* memory, std::size_t count) {
     const auto* bytes = static_cast<const std::uint8_t*>(memory);
     if (!memory || IsBadReadPtr(memory, count)) return {};
     return {bytes, bytes + count};
-}
-
-Bytes readableBytesAt(const void* memory, std::size_t most) {
-    MEMORY_BASIC_INFORMATION region{};
-    if (!memory || !VirtualQuery(memory, &region, sizeof region)) return {};
-    const auto* end = static_cast<const std::uint8_t*>(region.BaseAddress) + region.RegionSize;
-    const auto room = static_cast<std::size_t>(end - static_cast<const std::uint8_t*>(memory));
-    return bytesAt(memory, std::min(room, most));
 }
 
 Block globalBlock(HGLOBAL handle) {

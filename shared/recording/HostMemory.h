@@ -10,9 +10,6 @@ namespace recording {
 // The bytes there, or none where they can't be read.
 Bytes bytesAt(const void* memory, std::size_t count);
 
-// As many of the bytes there as can be read, up to `most`.
-Bytes readableBytesAt(const void* memory, std::size_t most);
-
 // A block of global memory with all its bytes.
 Block globalBlock(HGLOBAL handle);
 

@@ -1,5 +1,7 @@
 #include "base/GlobalBuffer.h"
 
+#include <utility>
+
 void GlobalBuffer::Allocate(uint32_t size) {
     Free();
     if (size == 0) return;
@@ -21,4 +23,10 @@ void GlobalBuffer::Free() {
     handle_ = nullptr;
     pointer_ = nullptr;
     size_ = 0;
+}
+
+void GlobalBuffer::swap(GlobalBuffer& other) {
+    std::swap(size_, other.size_);
+    std::swap(handle_, other.handle_);
+    std::swap(pointer_, other.pointer_);
 }

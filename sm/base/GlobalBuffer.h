@@ -18,6 +18,7 @@ public:
     // Frees what is held; size 0 does no more than that.
     void Allocate(uint32_t size);
     void Free();
+    void swap(GlobalBuffer& other);
 
     uint32_t size() const { return size_; }
     uint8_t* data() const { return static_cast<uint8_t*>(pointer_); }
@@ -28,11 +29,13 @@ private:
     void* pointer_ = nullptr;
 };
 
-// A lock on somebody's block, for one scope.
+// A lock on somebody's block, for one scope. Its size is asked once.
 class LockedBlock {
 public:
     explicit LockedBlock(HGLOBAL handle)
-        : handle_(handle), pointer_(handle != nullptr ? GlobalLock(handle) : nullptr) {}
+        : handle_(handle),
+          pointer_(handle != nullptr ? GlobalLock(handle) : nullptr),
+          size_(pointer_ != nullptr ? static_cast<uint32_t>(GlobalSize(handle)) : 0) {}
     ~LockedBlock() {
         if (pointer_ != nullptr) GlobalUnlock(handle_);
     }
@@ -40,9 +43,10 @@ public:
     LockedBlock& operator=(const LockedBlock&) = delete;
 
     uint8_t* data() const { return static_cast<uint8_t*>(pointer_); }
-    uint32_t size() const { return pointer_ != nullptr ? static_cast<uint32_t>(GlobalSize(handle_)) : 0; }
+    uint32_t size() const { return size_; }
 
 private:
     HGLOBAL handle_;
     void* pointer_;
+    uint32_t size_;
 };

@@ -20,6 +20,7 @@ constexpr char switchSection[] = "Debug";
 constexpr char separator[] = "    ";
 constexpr int separatorsBeforeTopLevelCall = 3;
 constexpr UINT longestWait = 5000;  // milliseconds
+constexpr size_t lineSize = 1024;   // bytes of the shared memory that a line may take
 
 struct LevelWords {
     const char* switchKey;
@@ -50,13 +51,20 @@ void sendText(const char* text, size_t size) {
     }
 }
 
+// Whoever made the memory may have made less of it than a line needs.
+bool holdsLine(const void* memory) {
+    MEMORY_BASIC_INFORMATION facts;
+    return memory != nullptr && VirtualQuery(memory, &facts, sizeof facts) != 0 &&
+           facts.State == MEM_COMMIT && facts.RegionSize >= lineSize;
+}
+
 void connectToViewer() {
     viewer = FindWindowA(viewerClass, nullptr);
     if (viewer == nullptr || !IsWindow(viewer)) return;
     mapping = OpenFileMappingA(FILE_MAP_ALL_ACCESS, FALSE, mappingName);
     if (mapping == nullptr) return;
     mappedView = static_cast<char*>(MapViewOfFile(mapping, FILE_MAP_ALL_ACCESS, 0, 0, 0));
-    view = mappedView;
+    if (holdsLine(mappedView)) view = mappedView;
 }
 
 void createSwitchFile() {
@@ -91,15 +99,14 @@ public:
 
 private:
     void append(const char* text, size_t size) {
-        const size_t added = std::min<size_t>(size, capacity - 1 - length_);
+        const size_t added = std::min<size_t>(size, lineSize - 1 - length_);
         std::memcpy(text_ + length_, text, added);
         length_ += added;
     }
 
-    static constexpr size_t capacity = 1024;
     TraceLevel level_;
     size_t length_ = 0;
-    char text_[capacity];
+    char text_[lineSize];
 };
 
 void Line::send() {

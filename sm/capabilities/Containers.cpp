@@ -2,9 +2,7 @@
 
 #include <cstddef>
 #include <cstring>
-#include <optional>
 
-#include "base/GlobalBuffer.h"
 #include "base/Trace.h"
 
 namespace {
@@ -18,45 +16,39 @@ Value readAt(const LockedBlock& block, uint32_t offset) {
     return value;
 }
 
-// Where in a locked block of this item type the wanted field lies; nothing when the block is too short to
-// say.
-using Offset = std::optional<uint64_t>;
+// A field that lies outside every block.
+constexpr uint32_t nowhere = ~uint32_t{0} - sizeof(TW_UINT32);
 
-// What all extractors share. `pick` chooses the field, `lockFailure` is the result of a failed lock.
-template <class FieldPicker>
-TW_UINT16 extract(const Caller& caller, const TW_CAPABILITY* cap, TW_UINT32* out, TW_UINT16 lockFailure,
-                  FieldPicker pick) {
-    *out = 0;
-    if (cap->hContainer == nullptr) {
-        caller.warn("Invalid memory");
-        return TWCC_BADVALUE;
-    }
-    const LockedBlock block{cap->hContainer};
-    if (block.data() == nullptr) {
+TW_UINT16 refuse(const Caller& caller, const LockedContainer& container, TW_UINT16 lockFailure) {
+    if (container.exists() && container.block().data() == nullptr) {
         caller.warn("Lock memory error");
         return lockFailure;
     }
-    if (block.size() < sizeof(TW_UINT16)) {
+    // Kept: an item type that is none is refused without a word.
+    if (container.itemWidth() != 0 || container.block().size() < sizeof(TW_UINT16))
         caller.warn("Invalid memory");
-        return TWCC_BADVALUE;
-    }
-    const auto itemType = readAt<TW_UINT16>(block, 0);
-    if (itemType > TWTY_FIX32) return TWCC_BADVALUE;
-    const uint32_t width = ItemSize(itemType);
-    const Offset offset = pick(block, width);
-    if (!offset || *offset + width > block.size()) {
-        caller.warn("Invalid memory");
-        return TWCC_BADVALUE;
-    }
-    std::memcpy(out, block.data() + *offset, width);
-    return TWCC_SUCCESS;
+    return TWCC_BADVALUE;
 }
 
-// A list that claims more items than its block holds is no list at all.
-bool listFits(const LockedBlock& block, uint32_t width) {
-    if (block.size() < listOffset) return false;
-    const auto numItems = readAt<TW_UINT32>(block, offsetof(TW_ENUMERATION, NumItems));
-    return listOffset + static_cast<uint64_t>(numItems) * width <= block.size();
+// What all extractors share: the item at an offset of the block. `lockFailure` is the result of a failed
+// lock.
+TW_UINT16 extract(const MethodTrace& trace, const LockedContainer& container, TW_UINT32* out,
+                  TW_UINT16 lockFailure, uint32_t offset, TracePoint at = TracePoint::here()) {
+    *out = 0;
+    const uint32_t width = container.itemWidth();
+    const LockedBlock& block = container.block();
+    if (width == 0 || offset + width > block.size()) return refuse({trace, at}, container, lockFailure);
+    switch (width) {
+        case sizeof(TW_UINT8):
+            *out = readAt<TW_UINT8>(block, offset);
+            break;
+        case sizeof(TW_UINT16):
+            *out = readAt<TW_UINT16>(block, offset);
+            break;
+        default:
+            *out = readAt<TW_UINT32>(block, offset);
+    }
+    return TWCC_SUCCESS;
 }
 
 // The shared end of the builders: fills the freshly allocated block.
@@ -119,41 +111,46 @@ uint32_t ItemSize(TW_UINT16 itemType) {
     }
 }
 
-TW_UINT16 ExtractOneValue(const TW_CAPABILITY* cap, TW_UINT32* out) {
+LockedContainer::LockedContainer(const TW_CAPABILITY& cap)
+    : kind_(cap.ConType), exists_(cap.hContainer != nullptr), block_(cap.hContainer) {
+    if (block_.size() < sizeof(TW_UINT16)) return;
+    const auto itemType = readAt<TW_UINT16>(block_, 0);
+    if (itemType <= TWTY_FIX32) itemWidth_ = ItemSize(itemType);
+    if (kind_ != TWON_ENUMERATION || block_.size() < listOffset) return;
+    listLength_ = readAt<TW_UINT32>(block_, offsetof(TW_ENUMERATION, NumItems));
+    holdsList_ = listOffset + static_cast<uint64_t>(listLength_) * itemWidth_ <= block_.size();
+}
+
+TW_UINT16 ExtractOneValue(const LockedContainer& container, TW_UINT32* out) {
     const MethodTrace trace{"ExtractOneValue"};
     // Kept: a failed lock is 10 here and 2 in the other extractors.
-    return extract(trace, cap, out, TWCC_BADVALUE,
-                   [](const LockedBlock&, uint32_t) -> Offset { return offsetof(TW_ONEVALUE, Item); });
+    return extract(trace, container, out, TWCC_BADVALUE, offsetof(TW_ONEVALUE, Item));
 }
 
-TW_UINT16 ExtractEnumerationNumItems(const TW_CAPABILITY* cap, TW_UINT32* out) {
+TW_UINT16 ExtractEnumerationNumItems(const LockedContainer& container, TW_UINT32* out) {
     const MethodTrace trace{"ExtractEnumerationNumItems"};
-    return extract(trace, cap, out, TWCC_LOWMEMORY, [](const LockedBlock& block, uint32_t width) -> Offset {
-        if (!listFits(block, width)) return std::nullopt;
-        return offsetof(TW_ENUMERATION, NumItems);
-    });
+    const uint32_t offset = container.holdsList() ? offsetof(TW_ENUMERATION, NumItems) : nowhere;
+    return extract(trace, container, out, TWCC_LOWMEMORY, offset);
 }
 
-TW_UINT16 ExtractEnumerationValue(const TW_CAPABILITY* cap, TW_UINT32* out, int32_t index) {
+TW_UINT16 ExtractEnumerationValue(const LockedContainer& container, TW_UINT32* out, int32_t index) {
     const MethodTrace trace{"ExtractEnumerationValue"};
-    return extract(trace, cap, out, TWCC_LOWMEMORY,
-                   [index](const LockedBlock& block, uint32_t width) -> Offset {
-                       if (!listFits(block, width)) return std::nullopt;
-                       uint32_t place = static_cast<uint32_t>(index);
-                       if (index == enumerationCurrent) {
-                           place = readAt<TW_UINT32>(block, offsetof(TW_ENUMERATION, CurrentIndex));
-                       } else if (index == enumerationDefault) {
-                           place = readAt<TW_UINT32>(block, offsetof(TW_ENUMERATION, DefaultIndex));
-                       }
-                       if (place >= readAt<TW_UINT32>(block, offsetof(TW_ENUMERATION, NumItems)))
-                           return std::nullopt;
-                       return listOffset + static_cast<uint64_t>(place) * width;
-                   });
+    uint32_t offset = nowhere;
+    if (container.holdsList()) {
+        uint32_t place = static_cast<uint32_t>(index);
+        if (index == enumerationCurrent) {
+            place = readAt<TW_UINT32>(container.block(), offsetof(TW_ENUMERATION, CurrentIndex));
+        } else if (index == enumerationDefault) {
+            place = readAt<TW_UINT32>(container.block(), offsetof(TW_ENUMERATION, DefaultIndex));
+        }
+        if (place < container.listLength()) offset = listOffset + place * container.itemWidth();
+    }
+    return extract(trace, container, out, TWCC_LOWMEMORY, offset);
 }
 
-TW_UINT16 ExtractRangeValue(const TW_CAPABILITY* cap, TW_UINT32* out, int32_t selector) {
+TW_UINT16 ExtractRangeValue(const LockedContainer& container, TW_UINT32* out, int32_t selector) {
     const MethodTrace trace{"ExtractRangeValue"};
-    return extract(trace, cap, out, TWCC_LOWMEMORY, [selector](const LockedBlock&, uint32_t) -> Offset {
+    const auto offset = [selector]() -> uint32_t {
         switch (selector) {
             case rangeMin:
                 return offsetof(TW_RANGE, MinValue);
@@ -166,7 +163,8 @@ TW_UINT16 ExtractRangeValue(const TW_CAPABILITY* cap, TW_UINT32* out, int32_t se
             default:
                 return offsetof(TW_RANGE, CurrentValue);
         }
-    });
+    };
+    return extract(trace, container, out, TWCC_LOWMEMORY, offset());
 }
 
 TW_UINT16 BuildupOneValue(TW_CAPABILITY* cap, TW_UINT16 itemType, TW_UINT32 item) {

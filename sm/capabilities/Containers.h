@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+#include "base/GlobalBuffer.h"
+
 // Truncates toward zero; what no 64-bit integer holds becomes 0.
 int64_t truncated(double value);
 
@@ -22,21 +24,45 @@ TW_UINT32 fix32ToBits(TW_FIX32 value);
 // Bytes of one list item. Frames, strings and everything unknown count as 4: only scalars are supported.
 uint32_t ItemSize(TW_UINT16 itemType);
 
+// The container that a capability holds, locked once for all the values that are read out of it: a call takes
+// a capability for it.
+class LockedContainer {
+public:
+    LockedContainer(const TW_CAPABILITY& cap);
+
+    TW_UINT16 kind() const { return kind_; }  // TWON_...
+    bool exists() const { return exists_; }
+    const LockedBlock& block() const { return block_; }
+    // Bytes of an item; 0 when the block doesn't tell, or tells a type that is none.
+    uint32_t itemWidth() const { return itemWidth_; }
+    // Of an enumeration. A list that claims more items than its block holds is no list at all.
+    bool holdsList() const { return holdsList_; }
+    uint32_t listLength() const { return listLength_; }
+
+private:
+    const TW_UINT16 kind_;
+    const bool exists_;
+    const LockedBlock block_;
+    uint32_t itemWidth_ = 0;
+    bool holdsList_ = false;
+    uint32_t listLength_ = 0;
+};
+
 // The extractors write the item's raw bits, at the item type's width and without sign extension, into *out
-// (0 on every failure). They lock and unlock the container and never free it. Results: 0; 2 the block can't
-// be locked; 10 no block, an item type above TWTY_FIX32, or a value that would lie outside the block.
-TW_UINT16 ExtractOneValue(const TW_CAPABILITY* cap, TW_UINT32* out);
+// (0 on every failure). Results: 0; 2 the block can't be locked; 10 no block, an item type above TWTY_FIX32,
+// or a value that would lie outside the block.
+TW_UINT16 ExtractOneValue(const LockedContainer& container, TW_UINT32* out);
 
 // Kept: the count is read at the width of the item type, so a list of 256 8-bit items counts 0.
-TW_UINT16 ExtractEnumerationNumItems(const TW_CAPABILITY* cap, TW_UINT32* out);
+TW_UINT16 ExtractEnumerationNumItems(const LockedContainer& container, TW_UINT32* out);
 
 // index: a place in the list, or one of these two.
 enum EnumerationIndex { enumerationDefault = -1, enumerationCurrent = -2 };
-TW_UINT16 ExtractEnumerationValue(const TW_CAPABILITY* cap, TW_UINT32* out, int32_t index);
+TW_UINT16 ExtractEnumerationValue(const LockedContainer& container, TW_UINT32* out, int32_t index);
 
 // Any other selector reads the current value.
 enum RangeField { rangeMin = -1, rangeMax = -2, rangeStep = -3, rangeDefault = -4, rangeCurrent = -5 };
-TW_UINT16 ExtractRangeValue(const TW_CAPABILITY* cap, TW_UINT32* out, int32_t selector);
+TW_UINT16 ExtractRangeValue(const LockedContainer& container, TW_UINT32* out, int32_t selector);
 
 // The builders allocate the container, set ConType and hContainer and leave Cap alone. After result 0 the
 // caller owns the handle; after result 2 (no memory) there is nothing to free, whatever hContainer holds.

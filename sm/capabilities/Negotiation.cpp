@@ -2,35 +2,41 @@
 
 #include <scanmodule/scanmodule.h>
 
-Reading readValue(const TW_CAPABILITY& cap, unsigned containers, TW_UINT32& value) {
-    switch (cap.ConType) {
+Reading readValue(const LockedContainer& container, unsigned kinds, TW_UINT32& value) {
+    switch (container.kind()) {
         case TWON_ENUMERATION:
-            if (containers & EnumCurrent) return ExtractEnumerationValue(&cap, &value, enumerationCurrent);
+            if (kinds & EnumCurrent) return ExtractEnumerationValue(container, &value, enumerationCurrent);
             break;
         case TWON_ONEVALUE:
-            if (containers & OneValue) return ExtractOneValue(&cap, &value);
+            if (kinds & OneValue) return ExtractOneValue(container, &value);
             break;
         case TWON_RANGE:
-            if (containers & RangeCurrent) return ExtractRangeValue(&cap, &value, rangeCurrent);
+            if (kinds & RangeCurrent) return ExtractRangeValue(container, &value, rangeCurrent);
             break;
     }
     return Reading::unhandled();
 }
 
-TW_UINT16 readEnumerationBounds(const TW_CAPABILITY& cap, Bounds& bounds) {
-    Bounds found = {99999999.0, -99999999.0};
-    const TW_UINT16 failure = forEachItem(cap, [&](TW_UINT32 item) {
-        const double value = fix32ToNumber(fix32FromBits(item));
-        if (value < found.min) found.min = value;
-        if (value > found.max) found.max = value;
+TW_UINT16 readEnumerationBounds(const LockedContainer& container, Bounds& bounds) {
+    // Whole and fraction as one number have the order of the values.
+    const auto ordered = [](TW_UINT32 item) { return static_cast<int32_t>(item << 16 | item >> 16); };
+    TW_UINT32 least = 0, most = 0;
+    bool isEmpty = true;
+    const TW_UINT16 failure = forEachItem(container, [&](TW_UINT32 item) {
+        if (isEmpty || ordered(item) < ordered(least)) least = item;
+        if (isEmpty || ordered(item) > ordered(most)) most = item;
+        isEmpty = false;
     });
-    if (failure == TWCC_SUCCESS) bounds = found;
-    return failure;
+    if (failure != TWCC_SUCCESS) return failure;
+    constexpr Bounds ofNothing = {99999999.0, -99999999.0};
+    bounds =
+        isEmpty ? ofNothing : Bounds{fix32ToNumber(fix32FromBits(least)), fix32ToNumber(fix32FromBits(most))};
+    return TWCC_SUCCESS;
 }
 
-TW_UINT16 readRangeField(const TW_CAPABILITY& cap, RangeField field, double& value) {
+TW_UINT16 readRangeField(const LockedContainer& container, RangeField field, double& value) {
     TW_UINT32 bits;
-    if (const TW_UINT16 failure = ExtractRangeValue(&cap, &bits, field)) return failure;
+    if (const TW_UINT16 failure = ExtractRangeValue(container, &bits, field)) return failure;
     value = fix32ToNumber(fix32FromBits(bits));
     return TWCC_SUCCESS;
 }
@@ -134,21 +140,22 @@ int32_t Negotiation::get(const Caller& caller, const Getter& getter, uint16_t* v
 
 SourceValue Negotiation::ask(const Caller& caller, const Getter& getter) {
     SourceValue answer;
-    answer.result = askEach(caller, getter.capability, getter.messages, [&](const TW_CAPABILITY& cap) {
-        TW_UINT32 bits = 0;
-        const Reading reading = readValue(cap, getter.containers, bits);
-        if (reading.succeeded()) answer.value = bits;
-        return reading;
-    });
+    answer.result =
+        askEach(caller, getter.capability, getter.messages, [&](const LockedContainer& container) {
+            TW_UINT32 bits = 0;
+            const Reading reading = readValue(container, getter.containers, bits);
+            if (reading.succeeded()) answer.value = bits;
+            return reading;
+        });
     return answer;
 }
 
 int32_t Negotiation::getSupported(const Caller& caller, TW_UINT16 capability, uint16_t* codes) {
     if (const int32_t refused = link_.checkReady(caller)) return refused;
     *codes = 0;
-    return askEach(caller, capability, getOnly, [&](const TW_CAPABILITY& cap) -> Reading {
-        if (cap.ConType != TWON_ENUMERATION) return Reading::unhandled();
-        return forEachItem(cap, [&](TW_UINT32 item) {
+    return askEach(caller, capability, getOnly, [&](const LockedContainer& container) -> Reading {
+        if (container.kind() != TWON_ENUMERATION) return Reading::unhandled();
+        return forEachItem(container, [&](TW_UINT32 item) {
             if (item <= lastCodedValue) *codes = static_cast<uint16_t>(*codes | 1 << item);
         });
     });

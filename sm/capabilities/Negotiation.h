@@ -95,17 +95,17 @@ private:
 };
 
 // The single value of a container of one of the given kinds, as raw bits.
-Reading readValue(const TW_CAPABILITY& cap, unsigned containers, TW_UINT32& value);
+Reading readValue(const LockedContainer& container, unsigned kinds, TW_UINT32& value);
 
 // Hands every item of an enumeration to `take` (raw bits), in the list's order. Stops where the list can't be
 // read.
 template <class Taker>
-TW_UINT16 forEachItem(const TW_CAPABILITY& cap, Taker take) {
+TW_UINT16 forEachItem(const LockedContainer& container, Taker take) {
     TW_UINT32 count;
-    TW_UINT16 failure = ExtractEnumerationNumItems(&cap, &count);
+    TW_UINT16 failure = ExtractEnumerationNumItems(container, &count);
     for (TW_UINT32 index = 0; failure == TWCC_SUCCESS && index < count; ++index) {
         TW_UINT32 item;
-        failure = ExtractEnumerationValue(&cap, &item, static_cast<int32_t>(index));
+        failure = ExtractEnumerationValue(container, &item, static_cast<int32_t>(index));
         if (failure == TWCC_SUCCESS) take(item);
     }
     return failure;
@@ -116,10 +116,10 @@ struct Bounds {
     double min;
     double max;
 };
-TW_UINT16 readEnumerationBounds(const TW_CAPABILITY& cap, Bounds& bounds);
+TW_UINT16 readEnumerationBounds(const LockedContainer& container, Bounds& bounds);
 
 // One field of a range, taken as FIX32 whatever the container's item type says.
-TW_UINT16 readRangeField(const TW_CAPABILITY& cap, RangeField field, double& value);
+TW_UINT16 readRangeField(const LockedContainer& container, RangeField field, double& value);
 
 // Exchanges containers with the source, and remembers the transfer mechanism that was last set this way.
 class Negotiation {
@@ -147,8 +147,8 @@ public:
     // The raw value, without any checks.
     SourceValue ask(const Caller& caller, const Getter& getter);
     int32_t getSupported(const Caller& caller, TW_UINT16 capability, uint16_t* codes);
-    // Asks message by message until `read` (Reading(const TW_CAPABILITY&)) gets a value; `missed` runs after
-    // each attempt that yields none. The result is that of the last attempt.
+    // Asks message by message until `read` (Reading(const LockedContainer&)) gets a value; `missed` runs
+    // after each attempt that yields none. The result is that of the last attempt.
     template <class Reader, class Missed>
     int32_t askEach(const Caller& caller, TW_UINT16 capability, CodeList messages, Reader read,
                     Missed missed) {

@@ -8,10 +8,10 @@ uint16_t pixelTypeCode(TW_UINT32 pixelType) {
     return static_cast<uint16_t>(pixelType <= lastCodedValue ? 1 << pixelType : +SM_PIXEL_GRAY);
 }
 
-Reading readDepths(const TW_CAPABILITY& cap, TW_UINT32& depths) {
-    if (cap.ConType != TWON_ENUMERATION) return readValue(cap, OneValue, depths);
+Reading readDepths(const LockedContainer& container, TW_UINT32& depths) {
+    if (container.kind() != TWON_ENUMERATION) return readValue(container, OneValue, depths);
     // Kept: the depths themselves are or-ed; 1, 8 and 24 give 25.
-    return forEachItem(cap, [&](TW_UINT32 depth) { depths |= depth; });
+    return forEachItem(container, [&](TW_UINT32 depth) { depths |= depth; });
 }
 
 }  // namespace
@@ -49,9 +49,9 @@ int32_t TScanModule::Getbitdepth(uint16_t* depths) {
     const MethodTrace trace{"TScanModule::Getbitdepth"};
     if (const int32_t refused = link_.checkReady(trace)) return refused;
     *depths = 0;
-    return negotiation_.askEach(trace, ICAP_BITDEPTH, currentThenAll, [&](const TW_CAPABILITY& cap) {
+    return negotiation_.askEach(trace, ICAP_BITDEPTH, currentThenAll, [&](const LockedContainer& container) {
         TW_UINT32 read = 0;
-        const Reading reading = readDepths(cap, read);
+        const Reading reading = readDepths(container, read);
         if (reading.succeeded()) *depths = static_cast<uint16_t>(read);
         return reading;
     });

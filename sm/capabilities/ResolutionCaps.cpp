@@ -13,9 +13,9 @@ struct Extent {
 constexpr Extent unknownResolution = {100.0, 100.0, 100.0};
 constexpr Extent unknownScale = {0.0, 0.0, 0.0};
 
-TW_UINT16 readSingle(const TW_CAPABILITY& cap, Extent& extent) {
+TW_UINT16 readSingle(const LockedContainer& container, Extent& extent) {
     TW_UINT32 bits;
-    const Reading reading = readValue(cap, OneValue | EnumCurrent, bits);
+    const Reading reading = readValue(container, OneValue | EnumCurrent, bits);
     if (reading.succeeded()) {
         const double value = fix32ToNumber(fix32FromBits(bits));
         extent = {value, value, value};
@@ -23,23 +23,23 @@ TW_UINT16 readSingle(const TW_CAPABILITY& cap, Extent& extent) {
     return reading.code();
 }
 
-TW_UINT16 readRange(const TW_CAPABILITY& cap, Extent& extent) {
-    TW_UINT16 failure = readRangeField(cap, rangeCurrent, extent.current);
-    if (failure == 0) failure = readRangeField(cap, rangeMin, extent.min);
-    if (failure == 0) failure = readRangeField(cap, rangeMax, extent.max);
+TW_UINT16 readRange(const LockedContainer& container, Extent& extent) {
+    TW_UINT16 failure = readRangeField(container, rangeCurrent, extent.current);
+    if (failure == 0) failure = readRangeField(container, rangeMin, extent.min);
+    if (failure == 0) failure = readRangeField(container, rangeMax, extent.max);
     return failure;
 }
 
-Reading readResolution(const TW_CAPABILITY& cap, Extent& extent) {
-    switch (cap.ConType) {
+Reading readResolution(const LockedContainer& container, Extent& extent) {
+    switch (container.kind()) {
         case TWON_ONEVALUE:
-            return readSingle(cap, extent);
+            return readSingle(container, extent);
         case TWON_RANGE:
-            return readRange(cap, extent);
+            return readRange(container, extent);
         case TWON_ENUMERATION: {
-            TW_UINT16 failure = readSingle(cap, extent);
+            TW_UINT16 failure = readSingle(container, extent);
             Bounds bounds;
-            if (failure == 0) failure = readEnumerationBounds(cap, bounds);
+            if (failure == 0) failure = readEnumerationBounds(container, bounds);
             if (failure == 0) extent = {extent.current, bounds.min, bounds.max};
             return failure;
         }
@@ -48,13 +48,13 @@ Reading readResolution(const TW_CAPABILITY& cap, Extent& extent) {
 }
 
 // Unlike a resolution, a list of scales counts with its current item only.
-Reading readScale(const TW_CAPABILITY& cap, Extent& extent) {
-    switch (cap.ConType) {
+Reading readScale(const LockedContainer& container, Extent& extent) {
+    switch (container.kind()) {
         case TWON_ONEVALUE:
         case TWON_ENUMERATION:
-            return readSingle(cap, extent);
+            return readSingle(container, extent);
         case TWON_RANGE:
-            return readRange(cap, extent);
+            return readRange(container, extent);
     }
     return Reading::unhandled();
 }
@@ -69,7 +69,7 @@ int32_t getResolution(TScanModule& module, Negotiation& negotiation, const Calle
     Extent extent = unknownResolution;
     const int32_t result = negotiation.askEach(
         caller, capability, allThenCurrent,
-        [&](const TW_CAPABILITY& cap) { return readResolution(cap, extent); },
+        [&](const LockedContainer& container) { return readResolution(container, extent); },
         [&] { extent = unknownResolution; });
     uint16_t unit = SM_UNIT_INCHES;
     module.GetUnit(&unit);
@@ -93,7 +93,8 @@ int32_t getScale(Negotiation& negotiation, const Caller& caller, TW_UINT16 capab
     if (const int32_t refused = negotiation.link().checkReady(caller)) return refused;
     Extent extent = unknownScale;
     const int32_t result = negotiation.askEach(
-        caller, capability, allThenCurrent, [&](const TW_CAPABILITY& cap) { return readScale(cap, extent); },
+        caller, capability, allThenCurrent,
+        [&](const LockedContainer& container) { return readScale(container, extent); },
         [&] { extent = unknownScale; });
     *current = extent.current;
     *min = extent.min;

@@ -5,19 +5,19 @@ namespace {
 
 constexpr ToneRange defaultRange = {-1000.0, 1000.0, 1.0};
 
-Reading readToneRange(const TW_CAPABILITY& cap, ToneRange& range) {
-    switch (cap.ConType) {
+Reading readToneRange(const LockedContainer& container, ToneRange& range) {
+    switch (container.kind()) {
         case TWON_RANGE: {
             ToneRange read;
-            TW_UINT16 failure = readRangeField(cap, rangeMin, read.min);
-            if (failure == 0) failure = readRangeField(cap, rangeMax, read.max);
-            if (failure == 0) failure = readRangeField(cap, rangeStep, read.step);
+            TW_UINT16 failure = readRangeField(container, rangeMin, read.min);
+            if (failure == 0) failure = readRangeField(container, rangeMax, read.max);
+            if (failure == 0) failure = readRangeField(container, rangeStep, read.step);
             if (failure == 0) range = read;
             return failure;
         }
         case TWON_ENUMERATION: {
             Bounds bounds;
-            const TW_UINT16 failure = readEnumerationBounds(cap, bounds);
+            const TW_UINT16 failure = readEnumerationBounds(container, bounds);
             if (failure == 0) {
                 range.min = bounds.min;
                 range.max = bounds.max;
@@ -37,8 +37,9 @@ int32_t getRange(Negotiation& negotiation, const Caller& caller, TW_UINT16 capab
     // Before the state check, so that a sequence error leaves the defaults too.
     range = defaultRange;
     if (link.state < stateSourceOpen) return link.sequenceError(caller);
-    int32_t result = negotiation.askEach(caller, capability, allThenCurrent,
-                                         [&](const TW_CAPABILITY& cap) { return readToneRange(cap, range); });
+    int32_t result = negotiation.askEach(
+        caller, capability, allThenCurrent,
+        [&](const LockedContainer& container) { return readToneRange(container, range); });
     if (range.min == range.max) {
         caller.warn(emptyWords);
         range.min = defaultRange.min;

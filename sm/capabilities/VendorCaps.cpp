@@ -77,9 +77,9 @@ int32_t TScanModule::GetKvUIMode(uint16_t* mode) {
     if (const int32_t refused = link_.checkReady(trace)) return refused;
     return negotiation_.askEach(
         trace, KV_UIMODE, currentThenAll,
-        [&](const TW_CAPABILITY& cap) {
+        [&](const LockedContainer& container) {
             TW_UINT32 value;
-            const Reading reading = readValue(cap, vendorContainers, value);
+            const Reading reading = readValue(container, vendorContainers, value);
             if (reading.succeeded()) *mode = hostUiMode(static_cast<uint16_t>(value));
             return reading;
         },

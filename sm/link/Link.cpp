@@ -44,7 +44,7 @@ void Link::load() {
 
 bool Link::isLoaded() const {
     const MethodTrace trace{"TScanModule::IsTWAINLoaded"};
-    const bool loaded = library_ != nullptr && entry_ != nullptr;
+    const bool loaded = isThere();
     traceAnswer("TScanModule::IsTWAINLoaded returns ", loaded);
     return loaded;
 }
@@ -100,15 +100,9 @@ int32_t Link::conditionCode() {
     return answer.ConditionCode;
 }
 
-int32_t Link::checkAvailable(const Caller& caller) {
-    if (isAvailable()) return 0;
+int32_t Link::unavailable(const Caller& caller) {
     caller.warn("TWAIN is not available");
     return SM_RESULT_NOT_AVAILABLE;
-}
-
-int32_t Link::checkReady(const Caller& caller, SessionState lowest) {
-    if (const int32_t refused = checkAvailable(caller)) return refused;
-    return state >= lowest ? 0 : sequenceError(caller);
 }
 
 int32_t Link::sequenceError(const Caller& caller) {

@@ -49,8 +49,15 @@ public:
     int32_t conditionCode();
 
     // What most methods begin with: 0, or the refusal, already reported.
-    int32_t checkAvailable(const Caller& caller);
-    int32_t checkReady(const Caller& caller, SessionState lowest = stateSourceOpen);
+    int32_t checkAvailable(const Caller& caller) {
+        // The long way has lines to write, which nobody reads.
+        if (trace::view == nullptr && isThere()) return 0;
+        return isAvailable() ? 0 : unavailable(caller);
+    }
+    int32_t checkReady(const Caller& caller, SessionState lowest = stateSourceOpen) {
+        if (const int32_t refused = checkAvailable(caller)) return refused;
+        return state >= lowest ? 0 : sequenceError(caller);
+    }
     int32_t sequenceError(const Caller& caller);
     // Reports a failed operation and gives its condition code.
     int32_t operationFailed(const Caller& caller);
@@ -59,6 +66,9 @@ public:
                     void* data);
 
 private:
+    bool isThere() const { return library_ != nullptr && entry_ != nullptr; }
+    int32_t unavailable(const Caller& caller);
+
     HMODULE library_ = nullptr;
     DSMENTRYPROC entry_ = nullptr;
 };

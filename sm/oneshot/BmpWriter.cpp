@@ -1,13 +1,12 @@
 // The writer of BMP files: headers and palette first, then strips at their final places, or a whole packed
 // DIB.
-#include "oneshot/BmpWriter.h"
-
 #include <algorithm>
 #include <cstring>
 
 #include "TScanModule.h"
 #include "base/GlobalBuffer.h"
 #include "capabilities/Containers.h"
+#include "oneshot/ImageFile.h"
 #include "transfer/ImageSizes.h"
 #include "transfer/StripBuffer.h"
 #include "transfer/StripConversion.h"
@@ -22,15 +21,6 @@ static_assert(headersSize == 54);
 constexpr int planes = 3;
 
 enum FileResult : int32_t { fileWritten = 0, fileUnsupported = 1, fileNoSpace = -2, fileError = -3 };
-
-bool writeAll(HFILE file, const void* bytes, uint32_t size) {
-    return _lwrite(file, static_cast<const char*>(bytes), size) == size;
-}
-
-bool seekTo(HFILE file, int64_t position) {
-    return position >= 0 && position <= INT32_MAX &&
-           _llseek(file, static_cast<LONG>(position), FILE_BEGIN) != HFILE_ERROR;
-}
 
 uint32_t pixelOffset(const TW_IMAGEINFO& info) {
     return TScanModule::PaletteSize(info.BitsPerPixel) * sizeof(RGBQUAD) + headersSize;
@@ -51,14 +41,6 @@ bool writePieces(HFILE file, const uint8_t* bytes, uint32_t size) {
         if (!writeAll(file, bytes, pieceSize)) return false;
     }
     return writeAll(file, bytes, size);
-}
-
-bool writeZeros(HFILE file, uint32_t count, const GlobalBuffer& zeros) {
-    while (count > pieceSize) {
-        if (!writeAll(file, zeros.data(), pieceSize)) return false;
-        count -= pieceSize;
-    }
-    return writeAll(file, zeros.data(), count);
 }
 
 // Rows of a strip that belong to the image; some sources fill their last strip up.
@@ -127,37 +109,26 @@ bool writePalette(TScanModule& module, HFILE file, const TW_IMAGEINFO& info) {
             entry = {color.Channel3, color.Channel2, color.Channel1, 0};
         }
     }
-    for (uint32_t i = 0; i < count; ++i) {
-        if (!writeAll(file, &entries[i], sizeof entries[i])) return false;
-    }
-    return true;
+    return count == 0 || writeAll(file, entries, count * sizeof entries[0]);
 }
 
 }  // namespace
 
-HFILE createFile(const char* path) {
-    return _lcreat(path, 0);
-}
-
-void deleteFile(const char* path) {
-    DeleteFileA(path);
-}
-
-int32_t TScanModule::WriteDIBHeader(HFILE file, const TW_IMAGEINFO* info) {
+int32_t TScanModule::WriteDIBHeader(HFILE file, const char* path, const TW_IMAGEINFO* info) {
     const MethodTrace trace{"TScanModule::WriteDIBHeader"};
     const auto failed = [&](TracePoint at = TracePoint::here()) {
         trace.warn("_lwrite returns failure", at);
         return fileError;
     };
-    const GlobalBuffer zeros{pieceSize};
-    if (zeros.size() == 0) {
+    oneShot_.rows.Allocate(pieceSize);
+    if (oneShot_.rows.size() == 0) {
         trace.warn("Low Memory");
         return TWCC_LOWMEMORY;
     }
     const uint32_t offset = pixelOffset(*info);
     const BITMAPFILEHEADER header = fileHeader(ImageDataSize(info) + offset, offset);
     // The file has its full size from the start; merging planes reads what is not yet written.
-    if (!writeZeros(file, header.bfSize, zeros)) return failed();
+    if (!reserve(file, path, header.bfSize)) return failed();
     seekTo(file, 0);
     if (!writeAll(file, &header, sizeof header)) {
         // Kept: only this failure closes the file, which the caller then does again.
@@ -199,14 +170,11 @@ int32_t TScanModule::BufferToFile(HFILE file, const TW_IMAGEINFO* info, TW_IMAGE
     const uint32_t offset = pixelOffset(*info);
     const uint32_t rows = rowsInImage(*info, *strip);
     const int64_t column = (static_cast<int64_t>(info->BitsPerPixel) * strip->XOffset) >> 3;
-    bool written = true;
-    for (uint32_t row = 0; written && row < rows; ++row) {
-        const int64_t fileRow = static_cast<int64_t>(info->ImageLength) - strip->YOffset - row - 1;
-        // Kept: as many bytes as the source's row has, its padding included.
-        written = seekTo(file, offset + fileRow * dibRow + column) &&
-                  writeAll(file, bytes + static_cast<size_t>(row) * strip->BytesPerRow, strip->BytesPerRow);
-    }
-    if (written) return fileWritten;
+    const int64_t topRow = static_cast<int64_t>(info->ImageLength) - strip->YOffset - 1;
+    // Kept: as many bytes as the source's row has, its padding included.
+    if (writeRows(file, {bytes, strip->BytesPerRow, rows, offset + topRow * dibRow + column, dibRow},
+                  oneShot_.rows))
+        return fileWritten;
     trace.warn("_lwrite returns failure");
     return fileError;
 }

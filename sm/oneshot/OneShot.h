@@ -3,6 +3,8 @@
 
 #include <scanmodule/scanmodule.h>
 
+#include "base/GlobalBuffer.h"
+
 struct OneShot {
     PrestoScanSettings settings = {};
     // Set by the first one-shot scan. Kept: never cleared; hosts rely on later scans being written to files
@@ -11,4 +13,6 @@ struct OneShot {
     // Kept: one counter for the whole module; an image abandoned after its first plane shifts the next one's
     // colours.
     int planeCounter = 2;
+    // Where rows are joined on their way into the file. There while an image is written.
+    GlobalBuffer rows;
 };

@@ -3,7 +3,7 @@
 #include "Resources.h"
 #include "TScanModule.h"
 #include "capabilities/Units.h"
-#include "oneshot/BmpWriter.h"
+#include "oneshot/ImageFile.h"
 #include "oneshot/OneShotSettings.h"
 
 namespace {
@@ -79,9 +79,9 @@ public:
         int32_t (OneShotRun::*transfer)(const TW_IMAGEINFO& info, const char* path);
     };
 
-    OneShotRun(const MethodTrace& trace, TScanModule& module, Link& link, const Host& host,
-               const PrestoScanSettings& settings, TracePoint at = TracePoint::here())
-        : trace_(trace), caller_(trace, at), module_(module), link_(link), host_(host), settings_(settings) {}
+    OneShotRun(const MethodTrace& trace, TScanModule& module, Link& link, const Host& host, OneShot& state,
+               TracePoint at = TracePoint::here())
+        : trace_(trace), caller_(trace, at), module_(module), link_(link), host_(host), state_(state) {}
 
     // The whole of one one-shot transfer: name, image, report, end of the session.
     void run(const Route& route) {
@@ -91,6 +91,7 @@ public:
         path[sizeof path - 1] = '\0';
         deleteFile(path);
         const int32_t result = image(route, path);
+        state_.rows.Free();
         if (result != 0) deleteFile(path);
         traceText(route.transferEnd, caller_.at());
         host_.tell(host_.scanToFileXferEnd, static_cast<WPARAM>(result));
@@ -118,7 +119,7 @@ public:
             trace_.warn("Create file error");
             return fileError;
         }
-        if (const int32_t failure = module_.WriteDIBHeader(file, &info)) {
+        if (const int32_t failure = module_.WriteDIBHeader(file, path, &info)) {
             trace_.warn("WriteDIBHeader returns failure");
             _lclose(file);
             return failure;
@@ -175,8 +176,8 @@ private:
     }
 
     void askForMorePages(uint16_t pending) {
-        if (settings_.MorePages == 0 || pending == 0) return;
-        if (settings_.FeederEnable != 0) {
+        if (state_.settings.MorePages == 0 || pending == 0) return;
+        if (state_.settings.FeederEnable != 0) {
             uint16_t loaded = 0;
             module_.IsADFPaperLoaded(&loaded);
             if (loaded != 0) return;
@@ -223,7 +224,7 @@ private:
     TScanModule& module_;
     Link& link_;
     const Host& host_;
-    const PrestoScanSettings& settings_;
+    OneShot& state_;
 };
 
 }  // namespace
@@ -274,7 +275,7 @@ void TScanModule::ProcessPrestoScanImage() {
 // The routes' words differ without a rule; each is kept as log readers know it.
 void TScanModule::PrestoScanDoMemXfer() {
     const MethodTrace trace{"TScanModule::PrestoScanDoMemXfer"};
-    OneShotRun{trace, *this, link_, host_, oneShot_.settings}.run(
+    OneShotRun{trace, *this, link_, host_, oneShot_}.run(
         {"Send WM_SCANTOFILEGETNAME to get file name in TScanModule::PrestoScanDoMemXfer",
          "Error in MSG_GET DAT_IMAGEINFO in TScanModule::PrestoScanDoMemXfer",
          "Cannot support unknown length or height in TScanModule::PrestoScanDoMemXfer",
@@ -284,7 +285,7 @@ void TScanModule::PrestoScanDoMemXfer() {
 
 void TScanModule::PrestoScanDoFileXfer() {
     const MethodTrace trace{"TScanModule::PrestoScanDoFileXfer"};
-    OneShotRun{trace, *this, link_, host_, oneShot_.settings}.run(
+    OneShotRun{trace, *this, link_, host_, oneShot_}.run(
         {"Send SM_SCANTOFILEGETNAME to get file name in TScanModule::PrestoScanDoFileXfer",
          "MSG_GET DAT_IMAGEINFO error in TScanModule::PrestoScanDoFileXfer",
          "Cannot support unknown length or height in TScanModule::PrestoScanDoFileXfer",
@@ -294,7 +295,7 @@ void TScanModule::PrestoScanDoFileXfer() {
 
 void TScanModule::PrestoScanDoNativeXfer() {
     const MethodTrace trace{"TScanModule::PrestoScanDoNativeXfer"};
-    OneShotRun{trace, *this, link_, host_, oneShot_.settings}.run(
+    OneShotRun{trace, *this, link_, host_, oneShot_}.run(
         {"Send SM_SCANTOFILEGETNAME to get file name in TScanModule::PrestoScanDoNativeXfer",
          "MSG_GET DAT_IMAGEINFO error in TScanModule::PrestoScanDoNativeXfer",
          // Kept: the words of the line above.

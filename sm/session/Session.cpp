@@ -121,6 +121,7 @@ int32_t TScanModule::DisableDS() {
     }
     link_.state = stateSourceOpen;
     ui_.releaseParent();
+    transfers_.pulledStrip.Free();
     return 0;
 }
 
@@ -139,6 +140,6 @@ int32_t TScanModule::CloseDS() {
     CloseDSM(host_.window);
     // Forgotten, so that the next OpenDS falls back to the default source unless one is chosen again.
     link_.dataSource = TW_IDENTITY{};
-    transfers_.pulled = PulledImage{};
+    transfers_.forgetPulled();
     return 0;
 }

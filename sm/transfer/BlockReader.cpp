@@ -7,10 +7,12 @@
 
 namespace {
 
-// Whether a row can be as wide as the strip says.
-bool isPossible(const PulledImage& image, const TW_IMAGEMEMXFER& strip) {
+// Whether a row can be as wide as the strip says. A host that doesn't know the width has no room for a row
+// longer than what it asks for.
+bool isPossible(const PulledImage& image, const TW_IMAGEMEMXFER& strip, uint64_t rowBytes, uint32_t size) {
     if (!image.described) return false;
     if (image.width > 0) return strip.Columns <= static_cast<uint32_t>(image.width);
+    if (rowBytes > size) return false;
     return static_cast<uint64_t>(strip.Columns) * image.bitsPerPixel <=
            static_cast<uint64_t>(strip.BytesPerRow) * 8;
 }
@@ -21,7 +23,7 @@ uint32_t copyRows(const PulledImage& image, uint8_t* destination, uint32_t size,
                   const GlobalBuffer& buffer) {
     const uint64_t rowBytes = static_cast<uint64_t>(image.bytesPerPixel) * strip.Columns;
     if (rowBytes == 0) return 0;
-    const bool honest = isPossible(image, strip);
+    const bool honest = isPossible(image, strip, rowBytes, size);
     uint64_t offset = 0;
     uint32_t count = 0;
     for (uint32_t row = 0; row < strip.Rows && count < size && offset < buffer.size(); ++row) {
@@ -50,7 +52,7 @@ uint32_t copyStrip(const PulledImage& image, uint8_t* destination, uint32_t size
 
 // One strip; the result decides only whether all images end.
 int32_t pullStrip(TScanModule& module, Link& link, Transfers& transfers, const MethodTrace& trace,
-                  uint8_t* destination, uint32_t size, uint32_t* count) {
+                  GlobalBuffer& buffer, uint8_t* destination, uint32_t size, uint32_t* count) {
     PulledImage& image = transfers.pulled;
     StripBufferSizes sizes = image.sizes;
     if (std::strcmp(link.dataSource.Manufacturer, brandName) == 0) {
@@ -60,7 +62,6 @@ int32_t pullStrip(TScanModule& module, Link& link, Transfers& transfers, const M
     }
     transfers.clearCancel();
     transfers.area.buffer = SmBufferDescriptor{};
-    GlobalBuffer buffer;
     if (!allocateStripBuffer(trace, sizes, buffer)) return TWCC_LOWMEMORY;
 
     uint16_t pending;
@@ -74,6 +75,7 @@ int32_t pullStrip(TScanModule& module, Link& link, Transfers& transfers, const M
         return 0;
     }
     if (code != TWRC_SUCCESS && code != TWRC_XFERDONE) {
+        buffer.Free();
         // Asked before there was an image: the next call asks for its description anew.
         if (!image.described) image.bytesPerPixel = 0;
         const int32_t result = link.conditionCode();
@@ -84,7 +86,6 @@ int32_t pullStrip(TScanModule& module, Link& link, Transfers& transfers, const M
         return result;
     }
     *count = copyStrip(image, destination, size, strip, buffer);
-    buffer.Free();
     image.emptyStrips = strip.BytesWritten == 0 ? image.emptyStrips + 1 : 0;
     if (code == TWRC_SUCCESS && image.emptyStrips == mostEmptyStrips) {
         trace.warn(endlessStrips);
@@ -118,10 +119,15 @@ void TScanModule::ReadBlock(uint8_t* destination, uint32_t size, uint32_t* count
         image.width = info.ImageWidth;
         image.bitsPerPixel = static_cast<uint16_t>(info.BitsPerPixel);
     }
-    const int32_t result = pullStrip(*this, link_, transfers_, trace, destination, size, count);
+    // Kept for the next strip, but nobody else's meanwhile: what the source calls may come here again.
+    GlobalBuffer buffer;
+    buffer.swap(transfers_.pulledStrip);
+    const int32_t result = pullStrip(*this, link_, transfers_, trace, buffer, destination, size, count);
     if (transfers_.cancelAll || result == TWCC_OPERATIONERROR) {
         // Kept: after an operation error for the second time.
         *count = imageOver;
         EndAllXfer();
+    } else if (image.bytesPerPixel != 0) {
+        buffer.swap(transfers_.pulledStrip);
     }
 }

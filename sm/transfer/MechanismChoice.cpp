@@ -84,7 +84,7 @@ void TScanModule::ProcessScanImage() {
             DoMemXfer();
     }
     // An image that a handler pulled only in part is over with its batch.
-    transfers_.pulled = PulledImage{};
+    transfers_.forgetPulled();
 }
 
 BOOL TScanModule::HasEnoughMemFreeSpace() {

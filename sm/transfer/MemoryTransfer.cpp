@@ -64,14 +64,13 @@ private:
         int emptyStrips = 0;
         trace.note("Process memory buffer");
         own_.Free();
-        if (!chooseBuffer(trace)) return TWCC_LOWMEMORY;
+        SmBufferDescriptor buffer;
+        if (!chooseBuffer(trace, buffer)) return TWCC_LOWMEMORY;
         trace.note("Do while-loop to get image data");
         for (;;) {
-            // As it is now: what the source calls may change it before the strip is there.
-            const SmBufferDescriptor descriptor = transfers_.area.buffer;
-            TW_IMAGEMEMXFER strip = makeStripRequest(descriptor.BufferPointer, descriptor.BufferSize);
+            TW_IMAGEMEMXFER strip = makeStripRequest(buffer.BufferPointer, buffer.BufferSize);
             trace.note("MSG_GET DAT_IMAGEMEMXFER");
-            const TW_UINT16 code = fetchStrip(link_, strip, descriptor.BufferSize);
+            const TW_UINT16 code = fetchStrip(link_, strip, buffer.BufferSize);
             if (code == TWRC_CANCEL) {
                 // Kept: lower case here only.
                 trace.warn("image xfer canceled");
@@ -85,8 +84,10 @@ private:
                 trace.warn("not 4-byte align");
             }
             fillStripRecord(info, strip);
-            convertStrip(info, strip, descriptor, transfers_.conversion);
+            convertStrip(info, strip, buffer, transfers_.conversion);
             trace.note("Send WM_XFERDATA");
+            // A block that was pulled meanwhile has cleared it.
+            transfers_.area.buffer = buffer;
             host_.tell(host_.xferData, 0, &transfers_.records.strip);
             if (transfers_.cancelRequested(host_)) return SM_XFEREND_CANCELLED_BY_HOST;
             if (code == TWRC_XFERDONE) return SM_XFEREND_DONE;
@@ -95,17 +96,19 @@ private:
                 trace.warn(endlessStrips);
                 return TWCC_BUMMER;
             }
-            if (!chooseBuffer(trace)) return TWCC_LOWMEMORY;
+            if (!chooseBuffer(trace, buffer)) return TWCC_LOWMEMORY;
         }
     }
 
     // The descriptor as the host's handler left it decides where the next strip goes: the host's memory, else
     // the module's own.
-    bool chooseBuffer(const MethodTrace& trace) {
+    bool chooseBuffer(const MethodTrace& trace, SmBufferDescriptor& chosen) {
         SmBufferDescriptor& descriptor = transfers_.area.buffer;
-        if (descriptor.BufferSize != 0 && descriptor.BufferPointer != nullptr) return true;
-        if (own_.size() == 0 && !allocateStripBuffer(trace, sizes_, own_)) return false;
-        descriptor = {own_.size(), own_.data()};
+        if (descriptor.BufferSize == 0 || descriptor.BufferPointer == nullptr) {
+            if (own_.size() == 0 && !allocateStripBuffer(trace, sizes_, own_)) return false;
+            descriptor = {own_.size(), own_.data()};
+        }
+        chosen = descriptor;
         return true;
     }
 

@@ -4,7 +4,7 @@
 
 bool allocateStripBuffer(const Caller& caller, const StripBufferSizes& sizes, GlobalBuffer& buffer) {
     for (const uint32_t size : {sizes.preferred, sizes.min, sizes.max}) {
-        buffer.Allocate(size);
+        if (buffer.size() != size) buffer.Allocate(size);
         if (buffer.size() == 0) continue;
         trace::write(TraceLevel::Trace, caller.at(), "Memory buffer size = ", size, " in ", caller.method());
         return true;

@@ -17,7 +17,8 @@ struct StripBufferSizes {
     uint32_t preferred;
 };
 
-// Tries the preferred size, the minimum, the maximum; reports low memory when none can be had.
+// Tries the preferred size, the minimum, the maximum; reports low memory when none can be had. A buffer that
+// has the size already is left as it is.
 bool allocateStripBuffer(const Caller& caller, const StripBufferSizes& sizes, GlobalBuffer& buffer);
 
 TW_IMAGEMEMXFER makeStripRequest(void* buffer, uint32_t size);

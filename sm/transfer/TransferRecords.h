@@ -16,10 +16,9 @@ struct TransferRecords {
     TXferStripInfo strip;
 };
 
-// One area for the three mechanisms' targets, which are never in use at the same time.
+// One area for what the host is pointed to: it is never asked for a file and for a buffer at the same time.
 union TransferArea {
     char fileName[SM_FILE_NAME_SIZE];
-    HGLOBAL dib;
     SmBufferDescriptor buffer;
 };
 

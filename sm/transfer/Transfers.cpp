@@ -87,15 +87,15 @@ void TScanModule::DoNativeXfer() {
     };
     const auto fetchDib = [&] {
         trace.note("MSG_GET DAT_IMAGENATIVEXFER");
-        transfers_.area.dib = nullptr;
-        const TW_UINT16 code = link_.source(DG_IMAGE, DAT_IMAGENATIVEXFER, MSG_GET, &transfers_.area.dib);
+        HGLOBAL dib = nullptr;
+        const TW_UINT16 code = link_.source(DG_IMAGE, DAT_IMAGENATIVEXFER, MSG_GET, &dib);
         if (code != TWRC_XFERDONE) return transferFailed(link_, trace, code);
         // Kept: the word "error" on success; log readers know it.
         trace.warn("MSG_GET DAT_IMAGENATIVEXFER error");
         if (record.Target.Dib != nullptr) {
-            *record.Target.Dib = transfers_.area.dib;  // the host owns it from here on
+            *record.Target.Dib = dib;  // the host owns it from here on
         } else {
-            GlobalFree(transfers_.area.dib);
+            GlobalFree(dib);
         }
         return static_cast<int32_t>(SM_XFEREND_DONE);
     };

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "base/GlobalBuffer.h"
 #include "base/Host.h"
 #include "base/Trace.h"
 #include "link/Link.h"
@@ -25,6 +26,8 @@ struct Transfers {
     bool cancelAll = false;
     uint16_t pendingCount = 0;
     PulledImage pulled = {};
+    // Kept from strip to strip of that image.
+    GlobalBuffer pulledStrip;
     // Asked once.
     const ConversionPath conversion = fastestConversionPath();
 
@@ -32,6 +35,10 @@ struct Transfers {
     bool allCancelled(const Host& host) const { return cancelAll || !host.isThere(); }
     bool cancelRequested(const Host& host) const { return cancelThis || allCancelled(host); }
     void clearCancel() { cancelThis = cancelAll = false; }
+    void forgetPulled() {
+        pulled = PulledImage{};
+        pulledStrip.Free();
+    }
 };
 
 // Marks a batch as running, for one scope.

@@ -21,6 +21,7 @@ inline std::string spelledOut(const std::string& line) {
     if (line == "!sequence") return "! Sequence error in @; result 11";
     if (line == "!manager")
         return "! LoadLibrary fails in TScanModule::LoadTWAIN; ! TWAIN is not available in @; result -1";
+    if (line == "kept") return "a block was left locked and not freed";
     if (line.rfind("unit", 0) == 0) return "GETCURRENT ICAP_UNITS" + line.substr(4);
     return line;
 }

@@ -64,9 +64,13 @@ struct ModuleCallsHooks {
         return current->messagesThatCannotRegister.count(name) != 0 ? 0 : RegisterWindowMessageA(name);
     }
 
+    // Writing nothing ends the file at its position.
     static UINT WINAPI writeFile(HFILE file, LPCSTR bytes, UINT size) {
-        const auto fitting = static_cast<UINT>(std::min<size_t>(size, current->diskRoom));
+        const size_t wanted = size != 0 ? size : static_cast<size_t>(_llseek(file, 0, FILE_CURRENT));
+        const auto fitting = static_cast<UINT>(std::min<size_t>(wanted, current->diskRoom));
         if (current->diskRoom != ~size_t{0}) current->diskRoom -= fitting;
+        if (size == 0 && fitting < wanted && !current->diskIsSparse) return static_cast<UINT>(HFILE_ERROR);
+        if (size == 0) return _lwrite(file, bytes, 0);
         return fitting == 0 && size != 0 ? static_cast<UINT>(HFILE_ERROR) : _lwrite(file, bytes, fitting);
     }
 
@@ -84,6 +88,13 @@ struct ModuleCallsHooks {
         *freeClusters = space.freeClusters;
         *clusters = ~DWORD{0};
         return current->diskSaysNothing ? FALSE : TRUE;
+    }
+
+    static BOOL WINAPI getDiskFreeSpaceEx(LPCSTR folder, PULARGE_INTEGER available, PULARGE_INTEGER,
+                                          PULARGE_INTEGER) {
+        current->folderAsked = folder != nullptr ? folder : "";
+        available->QuadPart = current->diskRoom;
+        return current->diskIsSparse;
     }
 
     static UINT WINAPI getPrivateProfileInt(LPCSTR section, LPCSTR key, INT fallback, LPCSTR file) {
@@ -129,6 +140,7 @@ const std::map<std::string, void*> hooks = {
     {"OpenFile", address(ModuleCallsHooks::openFile)},
     {"_lwrite", address(ModuleCallsHooks::writeFile)},
     {"_lclose", address(ModuleCallsHooks::closeFile)},
+    {"GetDiskFreeSpaceExA", address(ModuleCallsHooks::getDiskFreeSpaceEx)},
     {"GetDiskFreeSpaceA", address(ModuleCallsHooks::getDiskFreeSpace)},
     {"LoadLibraryA", address(ModuleCallsHooks::loadLibrary)},
     {"FreeLibrary", address(ModuleCallsHooks::freeLibrary)},

@@ -60,6 +60,9 @@ public:
 
     // So many bytes still find room on the disk, then it is full.
     size_t diskRoom = ~size_t{0};
+    // Then it promises more room than it has, but tells when it is asked of a folder; else it says nothing.
+    bool diskIsSparse = false;
+    std::string folderAsked;
     // What the disk says of itself, plenty unless a test says otherwise; and which disk was asked last.
     DiskSpace freeDiskSpace = {8, 512, 1 << 18};
     bool diskSaysNothing = false;

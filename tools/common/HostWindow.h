@@ -12,11 +12,11 @@
 
 namespace host {
 
-// A window of the source's is shown; the host's own is hidden.
+// A window of the source's or the module's is shown, and takes input; the host's own is hidden or disabled.
 bool sourceWindowIsOpen();
 
-// The hidden window that the module sends its messages to, with the message loop around it. One serves one
-// scan: what ended it stays true.
+// The hidden window that the module sends its messages to, with the message loop around it. What ended a scan
+// stays true until begin().
 class HostWindow {
 public:
     using Handler = std::function<void(WPARAM, LPARAM)>;
@@ -28,6 +28,13 @@ public:
 
     HWND handle() const { return window_; }
 
+    // For another scan: as it was when it was new, but for the filter.
+    void begin();
+
+    // Is offered every message that the module doesn't take; true from it means that it has dealt with it.
+    using Filter = std::function<bool(MSG&)>;
+    void setFilter(Filter filter) { filter_ = std::move(filter); }
+
     // Has `handler` called for a registered message. A Failure that it throws is kept for failure().
     void on(const char* message, Handler handler);
 
@@ -38,12 +45,18 @@ public:
     // Ends run().
     void finish() { finished_ = true; }
 
-    // Ends it and the scan, from any thread. True when that was asked for before.
-    bool cancel();
+    // Ends it and the scan, from any thread.
+    void cancel();
     bool cancelRequested() const { return cancelled_; }
+    // Throws Failure when it was: for a scan that has no page yet.
+    void endIfCancelled() const;
 
     // Something has happened: the time for run()'s limit counts anew.
-    void touch() { lastActivity_ = GetTickCount(); }
+    void touch();
+
+    // From now on dialogs that hold up the module are declined at once. Otherwise that happens when the scan
+    // is cancelled, or run()'s time is up.
+    void declineDialogsAtOnce() { declining_ = true; }
 
     enum class End { Finished, Cancelled, TimedOut };
 
@@ -55,14 +68,20 @@ public:
 private:
     static LRESULT CALLBACK windowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     void dispatch(const Handler& handler, WPARAM wParam, LPARAM lParam);
+    bool timeIsUp();
+    void declineDialogs();
 
     HWND window_ = nullptr;
     std::map<UINT, Handler> handlers_;
+    Filter filter_;
     std::optional<Failure> failure_;
     bool finished_ = false;
     std::atomic<bool> cancelled_{false};
     const DWORD thread_ = GetCurrentThreadId();
     DWORD lastActivity_ = 0;
+    int timeoutSeconds_ = 0;
+    bool userAtWork_ = false;
+    bool declining_ = false;
 };
 
 }  // namespace host

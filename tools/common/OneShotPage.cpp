@@ -9,6 +9,7 @@
 #include "common/SourceChoice.h"
 #include "common/Text.h"
 #include "common/TextEncoding.h"
+#include "common/UnfinishedNames.h"
 #include "common/Wording.h"
 
 namespace host {
@@ -35,7 +36,17 @@ PrestoScanSettings settingsFrom(const ScanRequest& request) {
     return settings;
 }
 
-[[noreturn]] void failTransfer(int result) {
+// The module says so only when it finds out before it writes.
+bool diskIsFull(const std::string& file) {
+    constexpr uint64_t least = 1 << 16;
+    ULARGE_INTEGER room;
+    return GetDiskFreeSpaceExW(wide(file.substr(0, file.find_last_of('\\') + 1)).c_str(), &room, nullptr,
+                               nullptr) &&
+           room.QuadPart < least;
+}
+
+[[noreturn]] void failTransfer(int result, const std::string& file) {
+    if (result == SM_SCANTOFILE_FILE_ERROR && diskIsFull(file)) result = SM_SCANTOFILE_DISK_FULL;
     switch (result) {
         case SM_SCANTOFILE_CANCELLED:
             throw Failure{FailureCode::Cancelled, "Page 1: cancelled at the source."};
@@ -53,10 +64,10 @@ PrestoScanSettings settingsFrom(const ScanRequest& request) {
     }
 }
 
-// Where a strip couldn't be written the module leaves the file open, and so it can't be removed.
+// Where a strip couldn't be written the module leaves the file open.
 Failure withLeftover(Failure failure, const UnfinishedFile& file) {
     if (file.kept()) return failure;
-    DeleteFileW(wide(file.name()).c_str());
+    removeThoughOpen(file.name());
     if (fileExists(file.name()))
         failure.text += format(" What came of it is left in \"%s\".", file.name().c_str());
     return failure;
@@ -103,21 +114,27 @@ void scanOneShot(const ModuleLibrary& module, const ScanRequest& request, PageOu
     });
     window.on(SM_MESSAGE_SCANTOFILEXFEREND, [&](WPARAM wParam, LPARAM) {
         const int result = static_cast<int>(wParam);
-        if (result != SM_SCANTOFILE_DONE) failTransfer(result);
-        // At once: the module may ask for more pages now, and wait for long.
+        if (result != SM_SCANTOFILE_DONE) failTransfer(result, file.name());
+        // At once, and no to the question whether there are more pages: nothing follows, whatever the answer.
         keepPage(file, output, resolutionKnown ? settings.Resolution : 0, listener);
         written = true;
+        window.declineDialogsAtOnce();
     });
     window.on(SM_MESSAGE_SCANTOFILEDSCLOSED, [&](WPARAM, LPARAM) { window.finish(); });
     // Not sent by a one-shot scan, except when the source's window is closed before it began.
     window.on(SM_MESSAGE_CLOSEDSREQ, [&](WPARAM, LPARAM) { window.finish(); });
 
+    window.endIfCancelled();
     if (!module.smPrestoScan(window.handle(), wording.program, &settings)) failStart(module, window.handle());
     resolutionKnown = worksInInches(module, listener);
     const HostWindow::End end = window.run(module, request.timeoutSeconds, request.ui);
     module.smDisableDS();
     module.smCloseDS();
     output.finish();
+    if (window.cancelRequested())
+        throw withLeftover({FailureCode::Cancelled,
+                            std::string("Cancelled. ") + (written ? "1 page kept." : "No page was scanned.")},
+                           file);
     if (window.failure()) throw withLeftover(*window.failure(), file);
     if (written && request.pages != 1)
         listener.note(
@@ -131,7 +148,7 @@ void scanOneShot(const ModuleLibrary& module, const ScanRequest& request, PageOu
                 "The source did nothing for %d seconds. Perhaps it waits in its window, which it shows when "
                 "it refuses a setting; with %sui there is no limit.",
                 request.timeoutSeconds, wording.option)};
-    throw Failure{FailureCode::Cancelled, "Cancelled; no page was scanned."};
+    throw Failure{FailureCode::Cancelled, "The source's window was closed. No page was scanned."};
 }
 
 }  // namespace host

@@ -31,10 +31,15 @@ void OpenSource::enable(bool showWindow) {
                              conditionSentence(result).c_str())};
 }
 
-void OpenSource::close() {
+void OpenSource::disable() {
     if (enabled_) module_.smDisableDS();
+    enabled_ = false;
+}
+
+void OpenSource::close() {
+    disable();
     if (open_) module_.smCloseDS();
-    enabled_ = open_ = false;
+    open_ = false;
 }
 
 }  // namespace host

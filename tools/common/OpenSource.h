@@ -16,6 +16,9 @@ public:
     // Starts the scan. Throws Failure.
     void enable(bool showWindow);
 
+    // Ends the scan; the source stays open.
+    void disable();
+
     void close();
 
 private:

@@ -100,6 +100,7 @@ std::string UnfinishedFile::ansiName() {
     const std::string plain = "\\smscan.bmp";
     for (const std::string& folder : {folderOf(path_), shortFolder(folderOf(path_))}) {
         unfinished_ = unfinishedName(folder + plain);
+        listed_.rename(unfinished_);
         if (const auto name = toAnsi(unfinished_)) return *name;
     }
     failWrite(path_,

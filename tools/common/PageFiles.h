@@ -2,13 +2,15 @@
 
 #include <string>
 
+#include "common/UnfinishedNames.h"
+
 namespace host {
 
 // Throws Failure with FailureCode::CannotWrite.
 [[noreturn]] void failWrite(const std::string& path, const std::string& reason);
 
 // The name that a page has until it is complete: "page.part.bmp", in the same folder so that it can be
-// renamed; "page.part2.bmp" when there is such a file, and so on.
+// renamed; "page.part2.bmp" and so on while there are files of these names, which are somebody's.
 std::string unfinishedName(const std::string& path);
 
 // A full path, as the source may have changed the current folder.
@@ -23,7 +25,8 @@ void checkWritable(const std::string& path, bool replace);
 // A file on its way: deleted unless it is kept.
 class UnfinishedFile {
 public:
-    explicit UnfinishedFile(const std::string& path) : path_(path), unfinished_(unfinishedName(path)) {}
+    explicit UnfinishedFile(const std::string& path)
+        : path_(path), unfinished_(unfinishedName(path)), listed_(unfinished_) {}
     UnfinishedFile(const UnfinishedFile&) = delete;
     UnfinishedFile& operator=(const UnfinishedFile&) = delete;
     ~UnfinishedFile();
@@ -35,6 +38,9 @@ public:
     // file gets another name until it is kept. Throws Failure.
     std::string ansiName();
 
+    // What is in it by now is to survive the process, even if that is ended by force.
+    void keepAtForcedEnd() { listed_.keepAs(path_); }
+
     // Gives the file its final name, in place of an older one if it may. Else the file keeps its unfinished
     // name, and Failure is thrown.
     void keep(bool replace);
@@ -42,6 +48,7 @@ public:
 private:
     std::string path_;
     std::string unfinished_;
+    UnfinishedName listed_;
     bool kept_ = false;
 };
 

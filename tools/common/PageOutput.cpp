@@ -195,6 +195,7 @@ void PageOutput::addToCommonFile(const UnfinishedFile& bmp, const DotsPerInch& d
         commonWriter_->drop();
         throw;
     }
+    if (!toStream()) commonFile_->keepAtForcedEnd();
 }
 
 void PageOutput::finish() {

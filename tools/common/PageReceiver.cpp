@@ -93,6 +93,7 @@ void PageReceiver::start(TXferImageInfo& info) {
     } else {
         const PageImage image = planImage(module_, info);
         writer_.emplace(file_->name(), image.format, info.ImageLength, image.layout);
+        listener_.pageBegins(image, info.ImageLength);
         listener_.progress(pages_ + 1, 0, info.ImageLength);
     }
 }
@@ -102,8 +103,15 @@ void PageReceiver::onStrip(const TXferStripInfo& strip) {
     if (!writer_ || window_.cancelRequested()) return;
     const SmBufferDescriptor& buffer = *strip.Buffer;
     const size_t bytes = std::min(buffer.BufferSize, strip.BytesWritten);
-    writer_->add({static_cast<const uint8_t*>(buffer.BufferPointer), bytes, strip.BytesPerRow, strip.Columns,
-                  strip.Rows, strip.XOffset, strip.YOffset});
+    const Strip delivered = {static_cast<const uint8_t*>(buffer.BufferPointer),
+                             bytes,
+                             strip.BytesPerRow,
+                             strip.Columns,
+                             strip.Rows,
+                             strip.XOffset,
+                             strip.YOffset};
+    writer_->add(delivered);
+    listener_.stripComes(writer_->usable(delivered), writer_->plane());
     const int height = writer_->announcedHeight();
     const int done = writer_->plane() * height + writer_->rows();
     listener_.progress(pages_ + 1, done, height < 0 ? height : height * writer_->planes());

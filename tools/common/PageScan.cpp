@@ -40,15 +40,17 @@ void reportEnd(HostWindow::End end, const PageReceiver& receiver, const HostWind
 
 }  // namespace
 
-void scanPages(const ModuleLibrary& module, const ScanRequest& request, PageOutput& output,
-               HostWindow& window, ScanListener& listener) {
-    OpenSource source(module, window.handle());
+void scanOpened(const ModuleLibrary& module, OpenSource& source, const ScanRequest& request,
+                PageOutput& output, HostWindow& window, ScanListener& listener) {
+    window.endIfCancelled();
     prepareScan(module, request, listener);
+    window.endIfCancelled();
     PageReceiver receiver(module, request, output, window, listener);
+    window.endIfCancelled();
     source.enable(request.ui);
     const HostWindow::End end = window.run(module, request.timeoutSeconds, request.ui);
     const bool waitsInWindow = !request.ui && sourceWindowIsOpen();
-    source.close();
+    source.disable();
     output.finish();
     if (end == HostWindow::End::TimedOut && waitsInWindow && !window.failure())
         throw Failure{
@@ -57,6 +59,13 @@ void scanPages(const ModuleLibrary& module, const ScanRequest& request, PageOutp
                    "%sui it can be used. %s",
                    wording.option, keptPages(receiver.pages()).c_str())};
     reportEnd(end, receiver, window, request, listener);
+}
+
+void scanPages(const ModuleLibrary& module, const ScanRequest& request, PageOutput& output,
+               HostWindow& window, ScanListener& listener) {
+    window.endIfCancelled();
+    OpenSource source(module, window.handle());
+    scanOpened(module, source, request, output, window, listener);
 }
 
 }  // namespace host

@@ -2,14 +2,19 @@
 
 #include "common/HostWindow.h"
 #include "common/ModuleLibrary.h"
+#include "common/OpenSource.h"
 #include "common/PageOutput.h"
 #include "common/ScanListener.h"
 #include "common/ScanRequest.h"
 
 namespace host {
 
-// Opens the source, sets it, scans the pages to files and closes it. Throws Failure, which says what became
-// of the pages.
+// Sets an open source and scans the pages to files; the source stays open for more. Throws Failure, which
+// says what became of the pages.
+void scanOpened(const ModuleLibrary& module, OpenSource& source, const ScanRequest& request,
+                PageOutput& output, HostWindow& window, ScanListener& listener);
+
+// The same with the source opened before and closed afterwards.
 void scanPages(const ModuleLibrary& module, const ScanRequest& request, PageOutput& output,
                HostWindow& window, ScanListener& listener);
 

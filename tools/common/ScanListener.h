@@ -6,6 +6,9 @@
 
 namespace host {
 
+struct PageImage;
+struct Strip;
+
 // A page that is complete. It has its final name, or will have it with the last page of its file.
 struct ScannedPage {
     std::string path;
@@ -21,6 +24,11 @@ public:
 
     // Something is otherwise than it was asked for.
     virtual void note(const std::string& text) = 0;
+
+    // A page comes strip by strip, for whoever shows it meanwhile. The strip is cut to the page's width; its
+    // first row is yOffset, of the plane (0 to 2, for planar layouts).
+    virtual void pageBegins(const PageImage&, int /*height*/) {}
+    virtual void stripComes(const Strip&, int /*plane*/) {}
 
     // How far a page is. A total below 0 isn't known.
     virtual void progress(int page, int done, int total) = 0;

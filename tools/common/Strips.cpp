@@ -100,9 +100,12 @@ bool StripWriter::complete() const {
     return rowsSeen_ > 0 && rowsSeen_ >= announcedHeight_ && plane() == planes() - 1;
 }
 
+Strip StripWriter::usable(const Strip& strip) const {
+    return trimmed(strip, stripBitsPerPixel(layout_, file_.format().bits), file_.format().width);
+}
+
 void StripWriter::add(const Strip& delivered) {
-    const Strip strip =
-        trimmed(delivered, stripBitsPerPixel(layout_, file_.format().bits), file_.format().width);
+    const Strip strip = usable(delivered);
     if (strip.rows == 0) return;
     const bool planeStarts = isPlanar(layout_) && strip.xOffset == 0 && strip.yOffset == 0;
     if (planeStarts) {

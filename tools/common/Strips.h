@@ -50,6 +50,9 @@ public:
 
     void add(const Strip& strip);
 
+    // What of a strip add() takes.
+    Strip usable(const Strip& strip) const;
+
     // Rows written so far; of planar data, those of the present plane.
     int rows() const { return rowsSeen_; }
     int announcedHeight() const { return announcedHeight_; }

@@ -24,6 +24,15 @@ namespace {
 
 constexpr std::size_t vendorRecordLimit = 1024;
 
+// As many of the bytes there as can be read, up to `most`.
+Bytes readableBytesAt(const void* memory, std::size_t most) {
+    MEMORY_BASIC_INFORMATION region{};
+    if (!memory || !VirtualQuery(memory, &region, sizeof region)) return {};
+    const auto* end = static_cast<const std::uint8_t*>(region.BaseAddress) + region.RegionSize;
+    const auto room = static_cast<std::size_t>(end - static_cast<const std::uint8_t*>(memory));
+    return bytesAt(memory, std::min(room, most));
+}
+
 // The host's transfer buffer while it is looked at.
 class StripBuffer {
 public:
@@ -84,7 +93,7 @@ TW_UINT16 CallRecorder::pass(const Triplet& triplet, TW_MEMREF data, const std::
         before.strip.assign(buffer.bytes(), buffer.bytes() + buffer.size());
     }
     if (recording::isVendorRecord(triplet) && triplet.message != MSG_SET)
-        before.vendorRecord = recording::readableBytesAt(data, vendorRecordLimit);
+        before.vendorRecord = readableBytesAt(data, vendorRecordLimit);
     running_.push_back(operation.number);
     const double started = now();
     const TW_UINT16 returnCode = call();

@@ -23,10 +23,12 @@
 #include "smscan/CapsTable.h"
 #include "smscan/Console.h"
 #include "smscan/ConsoleListener.h"
+#include "smscan/ForcedEnd.h"
 #include "smscan/Help.h"
 #include "smscan/Interrupt.h"
 #include "smscan/Options.h"
 #include "smscan/SourceRecording.h"
+#include "smscan/Watchdog.h"
 
 namespace smscan {
 
@@ -107,16 +109,18 @@ void perform(const ModuleLibrary& module, HostWindow& window, const Options& opt
     }
 }
 
-void useModule(const Options& options) {
+void useModule(const Options& options, const Interrupt& interrupt) {
     OutputRequest request = options.output;
     request.stream = GetStdHandle(STD_OUTPUT_HANDLE);
     PageOutput output(request, options.pages != 1 && !options.oneShot);
+    // The user is at work in the manager's dialog, too.
+    const Watchdog watchdog(interrupt, options.timeoutSeconds, options.ui || options.select);
     ConsoleListener listener(options);
     std::optional<SourceRecording> recording;
     if (!options.recording.empty()) recording.emplace(options, listener);
     const ModuleLibrary module;
     HostWindow window;
-    const Interrupt interrupt(window);
+    const CancelledWindow cancelled(window);
     if (recording) recording->requireTap();
     requireManager(module);
     if (options.survey) {
@@ -127,7 +131,7 @@ void useModule(const Options& options) {
     if (recording) recording->finish();
 }
 
-void run(const Options& options) {
+void run(const Options& options, const Interrupt& interrupt) {
     switch (options.action) {
         case Action::Help:
             return tellText(helpText());
@@ -138,7 +142,7 @@ void run(const Options& options) {
         case Action::Version:
             return tell("smscan " SCANMODULE_VERSION_TEXT);
         default:
-            return useModule(options);
+            return useModule(options, interrupt);
     }
 }
 
@@ -163,9 +167,11 @@ int end(const Failure& failure) {
 }  // namespace smscan
 
 int main() {
+    smscan::prepareForcedEnd();
+    const smscan::Interrupt interrupt;
     smscan::writeWholeTexts();
     try {
-        smscan::run(smscan::parseOptions(smscan::commandLine()));
+        smscan::run(smscan::parseOptions(smscan::commandLine()), interrupt);
     } catch (const host::Failure& failure) {
         return smscan::end(failure);
     } catch (const std::exception&) {

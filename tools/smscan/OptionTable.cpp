@@ -92,8 +92,8 @@ std::vector<Option> makeTable() {
          "open the source, set everything and show what it made of it, but scan nothing", noWords,
          [](Options& o, Word) { o.action = Action::DryRun; }},
         {'\0', "timeout", "SECONDS", pages,
-         "give up when the source does nothing for so long; 0 is never. Default 120; not counted while the "
-         "source's window is open",
+         "give up when the source does nothing for so long, also within one call (a page by native, file or "
+         "--presto is one call); 0 is never. Default 120; not counted while the source's window is open",
          noWords, nullptr},
 
         {'o', "output", "PATTERN", files,
@@ -180,11 +180,11 @@ const char* titleOf(OptionGroup group) {
 const char* const afterOptions =
     "Values that are words may be written in any case. Each file is written under another name "
     "(name.part.bmp) and renamed when it is complete. Pages that are complete are kept, whatever happens "
-    "later. Ctrl+C ends the scan.";
+    "later. Ctrl+C ends the scan, a second one at once.";
 
 const std::vector<Explained> exitCodes{
     {"0", "done"},
-    {"1", "the source reported an error (named in words), or delivered nothing"},
+    {"1", "the source reported an error (named in words), delivered nothing, hangs or crashed"},
     {"2", "wrong use of the options, or a value that the source doesn't offer"},
     {"3", "no TWAIN manager, or no ScanModule.dll"},
     {"4", "no source, or none of that name"},

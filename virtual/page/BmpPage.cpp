@@ -15,9 +15,13 @@ public:
     }
 
     void paint(int y, Color* row) const override {
-        const int line = source(y + grid_.originY, grid_.yResolution, file_.yResolution(), file_.height());
+        const int line = look(y);
         for (std::size_t x = 0; x < columns_.size(); ++x)
             row[x] = line < 0 || columns_[x] < 0 ? lidColor : file_.colorAt(columns_[x], line);
+    }
+
+    int look(int y) const override {
+        return source(y + grid_.originY, grid_.yResolution, file_.yResolution(), file_.height());
     }
 
 private:

@@ -24,6 +24,8 @@ public:
     virtual ~RowPainter() = default;
     // Paints row `y` of the grid: `width` colours.
     virtual void paint(int y, Color* row) const = 0;
+    // Rows with the same number are painted alike.
+    virtual int look(int y) const = 0;
 };
 
 class PageContent {

@@ -86,8 +86,39 @@ public:
     const Grid& grid() const { return grid_; }
     PixelKind kind() const { return request_.kind; }
 
+    // Most rows of a page look like the one before. Those of 16-bit samples have a noise of their own.
     void render(int y, std::uint8_t* row) {
-        applyFilter(y);
+        const std::array<int, 3> looks = looksAround(y);
+        const bool isNoisy = request_.kind == PixelKind::Gray16 || request_.kind == PixelKind::Rgb48;
+        if (isNoisy || packed_.empty() || looks != packedLooks_) {
+            packed_.resize(packedRowBytes(request_.kind, grid_.width));
+            applyFilter(y);
+            pack(y, packed_.data());
+            packedLooks_ = looks;
+        }
+        std::memcpy(row, packed_.data(), packed_.size());
+    }
+
+private:
+    static int blockSize(double resolution) {
+        return std::max(2, static_cast<int>(std::lround(resolution / draftResolution)));
+    }
+
+    // The row of the page that the sensor sees for this one.
+    int sensorRow(int y) const {
+        y = std::clamp(y, 0, grid_.height - 1);
+        return y - y % rowsPerBlock_;
+    }
+
+    // Of all rows that a row's pixels come from.
+    std::array<int, 3> looksAround(int y) const {
+        const int middle = painter_->look(sensorRow(y));
+        if (!request_.unsharpMask && !request_.descreen) return {middle, middle, middle};
+        return {painter_->look(sensorRow(y - rowsPerBlock_)), middle,
+                painter_->look(sensorRow(y + rowsPerBlock_))};
+    }
+
+    void pack(int y, std::uint8_t* row) const {
         switch (request_.kind) {
             case PixelKind::Bw1:
                 return packBits(row);
@@ -108,15 +139,9 @@ public:
         }
     }
 
-private:
-    static int blockSize(double resolution) {
-        return std::max(2, static_cast<int>(std::lround(resolution / draftResolution)));
-    }
-
     // What the sensor sees in a row; the last few rows are kept for the filters.
     const Color* seen(int y) {
-        y = std::clamp(y, 0, grid_.height - 1);
-        y -= y % rowsPerBlock_;
+        y = sensorRow(y);
         const auto slot = static_cast<std::size_t>(y / rowsPerBlock_) % seen_.size();
         std::vector<Color>& row = seen_[slot];
         if (seenRow_[slot] == y) return row.data();
@@ -243,6 +268,8 @@ private:
     std::array<std::vector<Color>, 3> seen_;
     std::array<int, 3> seenRow_{-1, -1, -1};
     std::vector<Color> toned_;
+    std::vector<std::uint8_t> packed_;  // the last row that was worked out
+    std::array<int, 3> packedLooks_{};
 };
 
 PageRenderer::PageRenderer(const PageRequest& request, const PageContent& content)

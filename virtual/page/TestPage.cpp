@@ -224,6 +224,10 @@ public:
         std::fill(paper_.begin() + edge, paper_.end(), lidColor);
         top_ = canvas.row(0);
         bottom_ = canvas.row(height);
+        edges_ = {top_, bottom_};
+        for (const Band& band : bands_)
+            edges_.insert(edges_.end(), {band.top, band.bottom});
+        std::sort(edges_.begin(), edges_.end());
     }
 
     void paint(int y, Color* row) const override {
@@ -235,11 +239,15 @@ public:
                 std::fill(row + span.from, row + span.to, span.color);
         }
     }
+    int look(int y) const override {
+        return static_cast<int>(std::upper_bound(edges_.begin(), edges_.end(), y) - edges_.begin());
+    }
 
 private:
     std::vector<Color> paper_;
     std::vector<Color> lid_;
     std::vector<Band> bands_;
+    std::vector<int> edges_;  // rows where something begins or ends
     int top_ = 0;
     int bottom_ = 0;
 };

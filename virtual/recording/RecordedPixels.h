@@ -1,8 +1,7 @@
 // The side file of a recording.
 #pragma once
 
-#include <cstdio>
-#include <memory>
+#include <fstream>
 #include <optional>
 #include <string>
 
@@ -15,10 +14,10 @@ public:
     explicit RecordedPixels(const std::string& recordingPath);
 
     // A pattern where the recording left them out; nothing where they are missing or not those recorded.
-    std::optional<recording::Bytes> read(const recording::Pixels& pixels) const;
+    std::optional<recording::Bytes> read(const recording::Pixels& pixels);
 
 private:
-    std::unique_ptr<std::FILE, int (*)(std::FILE*)> file_;
+    std::ifstream file_;
 };
 
 }  // namespace vscan

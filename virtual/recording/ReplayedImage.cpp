@@ -25,7 +25,7 @@ TW_UINT16 failed() {
 }  // namespace
 
 // The answer and its pixels; false when there are none to deliver.
-bool ReplayedImage::beginTransfer(const RecordedPixels& pixels, Delivery& delivery) {
+bool ReplayedImage::beginTransfer(RecordedPixels& pixels, Delivery& delivery) {
     const RecordedOperation& recorded = *transfers_[at_];
     delivery.answer = *recorded.operation.answer;
     if (!delivery.answer.pixels) return false;
@@ -37,7 +37,7 @@ bool ReplayedImage::beginTransfer(const RecordedPixels& pixels, Delivery& delive
     return !delivery.damaged;
 }
 
-ReplayedImage::Delivery ReplayedImage::deliverStrip(const RecordedPixels& pixels, TW_MEMREF data) {
+ReplayedImage::Delivery ReplayedImage::deliverStrip(RecordedPixels& pixels, TW_MEMREF data) {
     Delivery delivery;
     auto* record = hostRecord<TW_IMAGEMEMXFER>(data, MSG_GET);
     if (!beginTransfer(pixels, delivery)) {
@@ -73,7 +73,7 @@ ReplayedImage::Delivery ReplayedImage::deliverStrip(const RecordedPixels& pixels
     return delivery;
 }
 
-ReplayedImage::Delivery ReplayedImage::deliverNative(const RecordedPixels& pixels, TW_MEMREF data) {
+ReplayedImage::Delivery ReplayedImage::deliverNative(RecordedPixels& pixels, TW_MEMREF data) {
     Delivery delivery;
     auto* handle = hostRecord<TW_UINT32>(data, MSG_GET);
     const bool hasPixels = handle && beginTransfer(pixels, delivery);
@@ -97,7 +97,7 @@ ReplayedImage::Delivery ReplayedImage::deliverNative(const RecordedPixels& pixel
     return delivery;
 }
 
-ReplayedImage::Delivery ReplayedImage::deliverFile(const RecordedPixels& pixels, const std::string& path) {
+ReplayedImage::Delivery ReplayedImage::deliverFile(RecordedPixels& pixels, const std::string& path) {
     Delivery delivery;
     const bool hasPixels = beginTransfer(pixels, delivery);
     ++at_;

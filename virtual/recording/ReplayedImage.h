@@ -25,13 +25,13 @@ public:
         bool misfits = false;  // not even a row fits
     };
     // Writes the next strip into the host's buffer.
-    Delivery deliverStrip(const RecordedPixels& pixels, TW_MEMREF data);
+    Delivery deliverStrip(RecordedPixels& pixels, TW_MEMREF data);
     // Puts the whole image into global memory, whose handle the host gets, or into a file.
-    Delivery deliverNative(const RecordedPixels& pixels, TW_MEMREF data);
-    Delivery deliverFile(const RecordedPixels& pixels, const std::string& path);
+    Delivery deliverNative(RecordedPixels& pixels, TW_MEMREF data);
+    Delivery deliverFile(RecordedPixels& pixels, const std::string& path);
 
 private:
-    bool beginTransfer(const RecordedPixels& pixels, Delivery& delivery);
+    bool beginTransfer(RecordedPixels& pixels, Delivery& delivery);
 
     std::vector<RecordedOperation*> transfers_;
     std::size_t at_ = 0;

@@ -11,7 +11,9 @@ namespace vscan {
 // When the source is enabled with nothing in the feeder.
 enum class EmptyFeeder { Refuse, CloseRequest, Cancel };
 // What goes wrong when the source is opened.
-enum class OpenFault { None, Offline, Busy, Brightness };
+enum class OpenFault { None, Offline, Busy, Brightness, Hang, Crash };
+// What happens at the page that fails.
+enum class FailBy { Code, Hang, Crash, Exit };
 // Does the scanner have a feeder, and is it chosen at first?
 enum class Feeder { On, Off, None };
 // The source's own window: there is none; it stays open for more batches until the person closes it; it
@@ -94,6 +96,7 @@ struct VirtualScannerSettings {
     int failAtPage = 0;
     int faultAfterStrip = 0;
     int failConditionCode = TWCC_OPERATIONERROR;
+    FailBy failBy = FailBy::Code;
     bool unknownLength = false;
     int lengthError = 0;  // rows that the announced length is too long (or, negative, too short)
     int delay = 0;        // milliseconds

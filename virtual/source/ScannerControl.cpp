@@ -7,6 +7,7 @@
 #include "source/Preview.h"
 #include "source/ScannerCore.h"
 #include "source/SourceIdentity.h"
+#include "transfer/SevereFaults.h"
 
 namespace vscan {
 
@@ -30,6 +31,8 @@ Outcome ScannerCore::identity(TW_UINT16 message, TW_MEMREF data) {
 }
 
 Outcome ScannerCore::open() {
+    if (settings_.openFault == OpenFault::Hang) hang();
+    if (settings_.openFault == OpenFault::Crash) crash();
     if (state_ != Closed || settings_.openFault == OpenFault::Busy) return failure(TWCC_MAXCONNECTIONS);
     if (settings_.openFault == OpenFault::Offline) return failure(TWCC_CHECKDEVICEONLINE);
     if (!pageComplaint_.empty()) return failure(TWCC_OPERATIONERROR);

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "transfer/SevereFaults.h"
+
 namespace vscan {
 
 Batch::Batch(const VirtualScannerSettings& settings) : settings_(settings) {
@@ -77,7 +79,12 @@ Outcome Batch::fault(int strips) {
     if (strips < settings_.faultAfterStrip) return success();
     const int page = pageNumber();
     if (page == settings_.jamAtPage) return failure(TWCC_PAPERJAM);
-    if (page == settings_.failAtPage) return failure(settings_.failConditionCode);
+    if (page == settings_.failAtPage) {
+        if (settings_.failBy == FailBy::Hang) hang();
+        if (settings_.failBy == FailBy::Crash) crash();
+        if (settings_.failBy == FailBy::Exit) ExitProcess(0);
+        return failure(settings_.failConditionCode);
+    }
     if (page != settings_.cancelAtPage) return success();
     cancelled_ = true;
     return returning(TWRC_CANCEL);
