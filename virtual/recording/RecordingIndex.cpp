@@ -63,8 +63,8 @@ RecordingIndex::RecordingIndex(recording::Recording recording) {
         }
         if (isStatus(triplet)) {
             // The reason of what failed just before.
-            const bool hasFailed = !operations_.empty() && operations_.back().operation.answer &&
-                                   operations_.back().operation.answer->returnCode == TWRC_FAILURE;
+            const bool hasFailed =
+                !operations_.empty() && operations_.back().operation.answer->returnCode == TWRC_FAILURE;
             TW_UINT16 code = 0;
             if (hasFailed && operation.answer && operation.answer->data.size() >= sizeof code) {
                 std::memcpy(&code, operation.answer->data.data(), sizeof code);
@@ -72,14 +72,11 @@ RecordingIndex::RecordingIndex(recording::Recording recording) {
             }
             continue;
         }
+        // The source never came back from it: nobody knows what it would have said.
+        if (!operation.answer) continue;
         moment.state = operation.state;
         operations_.push_back({std::move(operation), moment, settings, {}, {}, 0});
         RecordedOperation& recorded = operations_.back();
-        if (!recorded.operation.answer) {
-            // The source never came back from it. In a replay it does.
-            recorded.operation.answer.emplace();
-            recorded.operation.answer->returnCode = TWRC_FAILURE;
-        }
         const Answer& answer = *recorded.operation.answer;
         if (causesNotices(triplet)) cause_ = operations_.size();
         collectNotices(recorded.operation);
