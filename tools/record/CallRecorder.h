@@ -23,6 +23,7 @@ public:
     void notice(TW_UINT16 message);
 
     bool complete() const { return file_.complete(); }
+    bool hasPixels() const { return file_.hasPixels(); }
     int state() const { return state_; }
 
 private:

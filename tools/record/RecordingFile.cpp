@@ -16,11 +16,9 @@ HANDLE create(const std::wstring& path) {
 }  // namespace
 
 RecordingFile::RecordingFile(const std::wstring& path, PixelPolicy policy)
-    : lines_(create(path)), policy_(policy) {
-    const std::wstring pixelPath = recording::pixelFileOf(path);
-    if (lines_ != INVALID_HANDLE_VALUE && policy == PixelPolicy::Keep) pixels_ = create(pixelPath);
+    : lines_(create(path)), pixelPath_(recording::pixelFileOf(path)), policy_(policy) {
     // Pixels of an earlier recording would not go with this one.
-    if (policy != PixelPolicy::Keep) DeleteFileW(pixelPath.c_str());
+    if (lines_ != INVALID_HANDLE_VALUE) DeleteFileW(pixelPath_.c_str());
     line(recording::firstLine());
 }
 
@@ -48,6 +46,7 @@ recording::Pixels RecordingFile::pixels(const std::uint8_t* bytes, std::size_t c
     }
     kept.crc = recording::crc32(bytes, count);
     if (policy_ == PixelPolicy::Hash) return kept;
+    if (pixels_ == INVALID_HANDLE_VALUE) pixels_ = create(pixelPath_);
     write(pixels_, bytes, count);
     kept.at = pixelsWritten_;
     pixelsWritten_ += count;

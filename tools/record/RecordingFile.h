@@ -21,6 +21,7 @@ public:
 
     // Everything was written so far. When something could not, the recording ends there.
     bool complete() const { return complete_; }
+    bool hasPixels() const { return pixelsWritten_ > 0; }
     // Given to Windows at once: if the source takes the process with it, its last operation is in the file.
     void line(const std::string& text);
     recording::Pixels pixels(const std::uint8_t* bytes, std::size_t count);
@@ -29,7 +30,8 @@ private:
     void write(HANDLE file, const void* bytes, std::size_t count);
 
     HANDLE lines_ = INVALID_HANDLE_VALUE;
-    HANDLE pixels_ = INVALID_HANDLE_VALUE;
+    HANDLE pixels_ = INVALID_HANDLE_VALUE;  // made with the first page
+    std::wstring pixelPath_;
     PixelPolicy policy_;
     std::uint64_t pixelsWritten_ = 0;
     bool complete_ = true;

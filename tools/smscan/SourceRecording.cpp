@@ -8,10 +8,22 @@
 
 namespace smscan {
 
+namespace {
+
+std::wstring pathOf(const Options& options) {
+    const std::wstring path = wide(options.recording);
+    if (!options.output.force && GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES)
+        throw Failure{ExitCode::CannotWrite,
+                      format("\"%s\" is there already; --force replaces it.", options.recording.c_str())};
+    return path;
+}
+
+}  // namespace
+
 SourceRecording::SourceRecording(const Options& options, ScanListener& listener)
     : options_(options),
       listener_(listener),
-      recorder_(wide(options.recording), options.pixels),
+      recorder_(pathOf(options), options.pixels),
       tap_(L"ScanModule.dll", recorder_) {
     requireComplete();
 }
@@ -31,7 +43,7 @@ void SourceRecording::survey(const ModuleLibrary& module, HWND parent) {
 
 void SourceRecording::finish() const {
     requireComplete();
-    if (options_.pixels == record::PixelPolicy::Keep)
+    if (recorder_.hasPixels())
         listener_.note(format("the pages' pixels are in %s.pixels; --pixels blank leaves them out.",
                               options_.recording.c_str()));
 }
