@@ -150,6 +150,8 @@ inline DWORD GetLastError() { return ERROR_DISK_FULL; }
 enum { FORMAT_MESSAGE_FROM_SYSTEM = 0x1000, FORMAT_MESSAGE_IGNORE_INSERTS = 0x200 };
 inline DWORD FormatMessageA(DWORD, const void*, DWORD, DWORD, char*, DWORD, va_list*) { return 0; }
 inline void Sleep(DWORD) {}
+inline UINT_PTR SetTimer(HWND, UINT_PTR, UINT, void(CALLBACK*)(HWND, UINT, UINT_PTR, DWORD)) { return 0; }
+inline BOOL KillTimer(HWND, UINT_PTR) { return TRUE; }
 inline char* GetEnvironmentStringsA() { return nullptr; }
 inline BOOL FreeEnvironmentStringsA(char*) { return TRUE; }
 

@@ -46,7 +46,8 @@ ReplayedImage::Delivery ReplayedImage::deliverStrip(RecordedPixels& pixels, TW_M
     }
     const TransferBuffer buffer(record ? record->Memory : TW_MEMORY{});
     TW_IMAGEMEMXFER strip{};
-    std::memcpy(&strip, delivery.answer.data.data(), std::min(descriptionBytes, delivery.answer.data.size()));
+    std::copy_n(delivery.answer.data.begin(), std::min(descriptionBytes, delivery.answer.data.size()),
+                reinterpret_cast<std::uint8_t*>(&strip));
     const std::size_t rowBytes = strip.BytesPerRow;
     if (rowsDone_ == 0 && buffer.data() && bytes_.size() <= buffer.size()) {
         std::copy(bytes_.begin(), bytes_.end(), buffer.data());
