@@ -123,10 +123,9 @@ void useModule(const Options& options, const Interrupt& interrupt) {
     const CancelledWindow cancelled(window);
     if (recording) recording->requireTap();
     requireManager(module);
-    if (options.survey) {
-        chooseSource(module, window.handle(), options);
-        recording->survey(module, window.handle());
-    }
+    if (options.survey || options.surveyModes) chooseSource(module, window.handle(), options);
+    if (options.survey) recording->survey(module, window.handle());
+    if (options.surveyModes) recording->scanModes(module, window);
     perform(module, window, options, output, listener);
     if (recording) recording->finish();
 }

@@ -33,6 +33,7 @@ struct Options : host::ScanRequest {
     std::string recording;  // a file: what passes between module and source is written there
     record::PixelPolicy pixels = record::PixelPolicy::Keep;
     bool survey = false;
+    bool surveyModes = false;
 };
 
 // Reads the command line without the program's name. Throws Failure with ExitCode::Usage.

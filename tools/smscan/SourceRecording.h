@@ -1,6 +1,7 @@
 // --record: as long as it lives, what passes between the module and the source is written down.
 #pragma once
 
+#include "common/HostWindow.h"
 #include "common/ModuleLibrary.h"
 #include "common/ScanListener.h"
 #include "record/ManagerTap.h"
@@ -17,6 +18,8 @@ public:
     void requireTap() const;
     // Opens the chosen source and asks it for everything.
     void survey(const ModuleLibrary& module, HWND parent);
+    // Scans a page in each mode and some resolutions, as far as the source has them.
+    void scanModes(const ModuleLibrary& module, HostWindow& window);
     // Throws Failure when the files are not complete.
     void finish() const;
 

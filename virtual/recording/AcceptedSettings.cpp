@@ -65,14 +65,22 @@ bool affectsImage(std::uint32_t subject) {
 }
 
 std::string settingText(std::uint32_t subject, const Item* item) {
-    std::string text = subject == layoutSubject     ? "an area"
-                       : subject == responseSubject ? "response curves"
-                                                    : capabilityName(static_cast<int>(subject));
-    if (!item) return text + " as it was at first";
-    if (shared::itemSize(item->type) == 0 || item->bytes.size() < shared::itemSize(item->type)) return text;
-    char number[32];
-    std::snprintf(number, sizeof number, " %g", shared::itemNumber(item->type, item->bytes.data()));
-    return text + number;
+    if (subject == responseSubject) return item ? "other response curves" : "the first response curves";
+    char text[96];
+    if (subject == layoutSubject) {
+        TW_FRAME frame{};
+        if (!item || item->bytes.size() < sizeof frame) return "the first area";
+        std::memcpy(&frame, item->bytes.data(), sizeof frame);
+        std::snprintf(text, sizeof text, "the area %g,%g,%g,%g", shared::fromFix32(frame.Left),
+                      shared::fromFix32(frame.Top), shared::fromFix32(frame.Right),
+                      shared::fromFix32(frame.Bottom));
+        return text;
+    }
+    const std::string name = capabilityName(static_cast<int>(subject));
+    if (!item) return name + " as it was at first";
+    if (shared::itemSize(item->type) == 0 || item->bytes.size() < shared::itemSize(item->type)) return name;
+    std::snprintf(text, sizeof text, " %g", shared::itemNumber(item->type, item->bytes.data()));
+    return name + text;
 }
 
 }  // namespace vscan

@@ -28,7 +28,7 @@ recording::Item proposedItem(const recording::Question& question);
 // Whether pages can look otherwise with another value: not with those of counts, feeders and mechanisms.
 bool affectsImage(std::uint32_t subject);
 
-// "ICAP_XRESOLUTION 300"
+// "ICAP_XRESOLUTION 300", "the area 0,0,8.5,11"; null: what was in force before anything was set.
 std::string settingText(std::uint32_t subject, const recording::Item* item);
 
 }  // namespace vscan

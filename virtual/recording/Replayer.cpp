@@ -11,6 +11,7 @@
 #include "recording/HostMemory.h"
 #include "recording/RecordShapes.h"
 #include "recording/RecordingText.h"
+#include "settings/CapabilityText.h"
 #include "source/HostRecord.h"
 #include "source/SourceIdentity.h"
 
@@ -300,7 +301,8 @@ void Replayer::count(Grade grade, const Triplet& triplet, const Question& questi
                   static_cast<unsigned>(triplet.group), static_cast<unsigned>(triplet.argumentType),
                   static_cast<unsigned>(triplet.message));
     const bool isCapability = triplet.group == DG_CONTROL && triplet.argumentType == DAT_CAPABILITY;
-    remarks_.push_back(text + (isCapability ? " " + settingText(subjectOf(triplet, question), nullptr) : ""));
+    remarks_.push_back(
+        text + (isCapability ? " " + capabilityName(static_cast<int>(subjectOf(triplet, question))) : ""));
 }
 
 void Replayer::tellCounts() {
