@@ -161,7 +161,7 @@ TEST_CASE("a source that can't be opened; a second session; a refused setting") 
     CHECK_THROWS_AS(scan::Session(), scan::Error);
     const auto refused = session.apply(small(SM_PIXEL_GRAY));
     REQUIRE(refused.size() == 1);
-    CHECK(std::string(refused[0].setting) + " " + text(refused[0].why) == "dotsPerInch 6");
+    CHECK(std::string(refused[0].setting) + " " + text(refused[0].why) == "dotsPerInch 13");
 }
 
 TEST_CASE("what a handler throws comes out of the scan, and the session is as it was") {

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cwchar>
 #include <map>
 #include <vector>
 
@@ -45,6 +46,9 @@ OpenedFile* opened(HFILE file) {
     const bool is = file >= 0 && static_cast<size_t>(file) < openedFiles.size();
     return is && !openedFiles[file].path.empty() ? &openedFiles[file] : nullptr;
 }
+
+// The letters of the paths here are all ASCII.
+std::string narrow(const wchar_t* text) { return std::string(text, text + std::wcslen(text)); }
 
 DWORD copyText(char* target, const char* text, DWORD size) {
     lstrcpynA(target, text, static_cast<int>(size));
@@ -217,6 +221,13 @@ LONG _llseek(HFILE file, LONG distance, int) {
     return distance;
 }
 
+DWORD SetFilePointer(HANDLE file, LONG distance, LONG* high, DWORD) {
+    OpenedFile* at = opened(static_cast<HFILE>(reinterpret_cast<intptr_t>(file)));
+    if (at == nullptr || *high != 0) return INVALID_SET_FILE_POINTER;
+    at->position = static_cast<DWORD>(distance);
+    return at->position;
+}
+
 HFILE _lclose(HFILE file) {
     OpenedFile* closing = opened(file);
     if (closing == nullptr) return HFILE_ERROR;
@@ -229,6 +240,11 @@ BOOL DeleteFileA(const char* path) { return files.erase(path) != 0; }
 BOOL GetDiskFreeSpaceA(const char* root, DWORD* perCluster, DWORD* perSector, DWORD* freeOnes, DWORD* all) {
     *perCluster = 1, *perSector = 512, *freeOnes = diskSize / 512, *all = 2 * *freeOnes;
     return std::strlen(root) > 0;
+}
+
+BOOL GetDiskFreeSpaceExA(const char*, ULARGE_INTEGER* available, ULARGE_INTEGER*, ULARGE_INTEGER*) {
+    available->QuadPart = diskSize;
+    return !has(LittleMemory);
 }
 
 // A search finds two folders, the second with the longest name there is.
@@ -295,8 +311,12 @@ HMODULE LoadLibraryA(const char* path) {
 
 FARPROC GetProcAddress(HMODULE, const char*) { return has(NoEntry) ? nullptr : world.entry; }
 
-HANDLE CreateFileA(const char* path, DWORD, DWORD, void*, DWORD, DWORD, HANDLE) {
-    std::FILE* file = std::fopen(path, "w+b");
+std::FILE* _wfopen(const wchar_t* path, const wchar_t* mode) {
+    return std::fopen(narrow(path).c_str(), narrow(mode).c_str());
+}
+
+HANDLE CreateFileW(const wchar_t* path, DWORD, DWORD, void*, DWORD, DWORD, HANDLE) {
+    std::FILE* file = std::fopen(narrow(path).c_str(), "w+b");
     return file != nullptr ? file : INVALID_HANDLE_VALUE;
 }
 
@@ -324,6 +344,12 @@ BOOL CloseHandle(HANDLE handle) {
 }
 
 void* MapViewOfFile(HANDLE, DWORD, DWORD, DWORD, SIZE_T) { return std::malloc(1024); }
+
+// Of the views above.
+SIZE_T VirtualQuery(const void*, MEMORY_BASIC_INFORMATION* facts, SIZE_T size) {
+    *facts = {MEM_COMMIT, 1024};
+    return size;
+}
 
 BOOL UnmapViewOfFile(const void* view) {
     std::free(const_cast<void*>(view));

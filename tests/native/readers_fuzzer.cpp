@@ -12,9 +12,14 @@
 #include "common/PageFiles.h"
 #include "common/RawCapability.h"
 #include "common/Strips.h"
+#include "common/TextEncoding.h"
 #include "page/BmpPage.h"
 
 namespace host {
+
+// Windows' own conversions; here the letters of paths are ASCII, and those of texts don't count.
+std::wstring wide(const std::string& text) { return std::wstring(text.begin(), text.end()); }
+std::string utf8(const std::wstring& text) { return std::string(text.begin(), text.end()); }
 
 // The rest of PageFiles is about the folders of Windows.
 void failWrite(const std::string& path, const std::string& reason) {

@@ -16,17 +16,28 @@ vscan::SourceWindow* shown = nullptr;
 
 }  // namespace
 
-// The scanner's window without one: only what its buttons do.
+// The scanner's window without one: only what its controls do.
 namespace vscan {
 
-SourceWindow::SourceWindow(HWND, const std::string&, std::function<void()> scan, std::function<void()> cancel)
-    : scan_(std::move(scan)), cancel_(std::move(cancel)) {
+SourceWindow::SourceWindow(HWND, const VirtualScannerSettings&, const ScanChoices& choices,
+                           WindowHandlers handlers)
+    : window_(GetDesktopWindow()), choices_(choices), handlers_(std::move(handlers)) {
     shown = this;
 }
 SourceWindow::~SourceWindow() { shown = nullptr; }
 void SourceWindow::setBusy(bool, const std::string&) {}
 bool SourceWindow::takes(MSG& message) const {
-    const std::function<void()> handler = message.message & 1 ? scan_ : cancel_;
+    ScanChoices choices = choices_;
+    const unsigned number = message.message >> 3;
+    if (message.message & 4) {
+        const auto which = static_cast<ListChoice>(number % 3);
+        const auto places = choices.offer(which).texts.size();
+        if (places > 0) choices.choose(which, static_cast<int>(number % places));
+        choices.choose(static_cast<ScaleChoice>(number % 2), static_cast<int>(number % 2001) - 1000);
+        choices.summary();
+        handlers_.preview(static_cast<int>(number % 40) + 1, 30);
+    }
+    const std::function<void()> handler = message.message & 1 ? handlers_.scan : handlers_.cancel;
     if (message.message & 2) handler();
     return (message.message & 2) != 0;
 }
@@ -80,6 +91,9 @@ vscan::VirtualScannerSettings readSettings() {
     for (const vscan::SettingKey& key : vscan::settingKeys())
         if (!key.apply(settings, key.show(settings)) && key.name != "Manufacturer")
             complaints.push_back(key.name);
+    // These end or hold up whoever runs the scanner, on purpose.
+    if (settings.openFault >= vscan::OpenFault::Hang) settings.openFault = vscan::OpenFault::None;
+    settings.failBy = vscan::FailBy::Code;
     // Small pages only, so that many can be had.
     settings.bedWidth = settings.bedHeight = 1.5;
     settings.maxResolution = std::min(settings.maxResolution, 100);

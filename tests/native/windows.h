@@ -7,6 +7,8 @@
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #define WINAPI
@@ -75,7 +77,14 @@ struct OFSTRUCT {
 
 enum { GMEM_MOVEABLE = 2, GMEM_ZEROINIT = 0x40, GHND = 0x42, GMEM_DISCARDABLE = 0x100 };
 enum { DLL_PROCESS_DETACH, DLL_PROCESS_ATTACH };
-enum { WM_NULL = 0, WM_USER = 0x400, SMTO_ABORTIFHUNG = 2, GWL_STYLE = -16, WS_CHILD = 0x40000000 };
+enum {
+    WM_NULL = 0,
+    WM_COMMAND = 0x111,
+    WM_USER = 0x400,
+    SMTO_ABORTIFHUNG = 2,
+    GWL_STYLE = -16,
+    WS_CHILD = 0x40000000
+};
 enum { MB_OK = 0, MB_YESNO = 4, MB_TASKMODAL = 0x2000, IDOK = 1, IDCANCEL = 2 };
 enum { FILE_BEGIN = 0, FILE_MAP_ALL_ACCESS = 0xF001F, FILE_ATTRIBUTE_DIRECTORY = 0x10, OF_EXIST = 0x4000 };
 enum { ERROR_SUCCESS = 0, ERROR_FILE_NOT_FOUND = 2, ERROR_DISK_FULL = 112 };
@@ -110,6 +119,11 @@ LONG _llseek(HFILE file, LONG distance, int origin);
 HFILE _lclose(HFILE file);
 BOOL DeleteFileA(const char* path);
 BOOL GetDiskFreeSpaceA(const char* root, DWORD* perCluster, DWORD* perSector, DWORD* freeOnes, DWORD* all);
+union ULARGE_INTEGER {
+    unsigned long long QuadPart;
+};
+BOOL GetDiskFreeSpaceExA(const char* folder, ULARGE_INTEGER* available, ULARGE_INTEGER* all,
+                         ULARGE_INTEGER* freeOnes);
 HANDLE FindFirstFileA(const char* pattern, WIN32_FIND_DATAA* found);
 BOOL FindNextFileA(HANDLE search, WIN32_FIND_DATAA* found);
 BOOL FindClose(HANDLE search);
@@ -133,25 +147,37 @@ inline HANDLE OpenFileMappingA(DWORD, BOOL, const char*) {
 }
 void* MapViewOfFile(HANDLE mapping, DWORD access, DWORD high, DWORD low, SIZE_T size);
 BOOL UnmapViewOfFile(const void* view);
+struct MEMORY_BASIC_INFORMATION {
+    DWORD State;
+    SIZE_T RegionSize;
+};
+enum { MEM_COMMIT = 0x1000, MEM_RESERVE = 0x2000 };
+SIZE_T VirtualQuery(const void* address, MEMORY_BASIC_INFORMATION* facts, SIZE_T size);
 // Files by handle are the C library's.
 union LARGE_INTEGER {
     long long QuadPart;
 };
 enum { GENERIC_READ = 1, GENERIC_WRITE = 2, CREATE_ALWAYS = 2, FILE_ATTRIBUTE_NORMAL = 0x80 };
-HANDLE CreateFileA(const char* path, DWORD access, DWORD share, void* security, DWORD how, DWORD flags,
+std::FILE* _wfopen(const wchar_t* path, const wchar_t* mode);
+HANDLE CreateFileW(const wchar_t* path, DWORD access, DWORD share, void* security, DWORD how, DWORD flags,
                    HANDLE model);
 BOOL ReadFile(HANDLE file, void* bytes, DWORD size, DWORD* done, void* overlapped);
 BOOL WriteFile(HANDLE file, const void* bytes, DWORD size, DWORD* done, void* overlapped);
 BOOL SetFilePointerEx(HANDLE file, LARGE_INTEGER distance, LARGE_INTEGER* now, DWORD from);
 BOOL SetEndOfFile(HANDLE file);
+// Of a file with a number.
+enum : DWORD { INVALID_SET_FILE_POINTER = 0xffffffff };
+DWORD SetFilePointer(HANDLE file, LONG distance, LONG* high, DWORD from);
 BOOL CloseHandle(HANDLE handle);
 inline void SetLastError(DWORD) {}
 inline DWORD GetLastError() { return ERROR_DISK_FULL; }
 enum { FORMAT_MESSAGE_FROM_SYSTEM = 0x1000, FORMAT_MESSAGE_IGNORE_INSERTS = 0x200 };
-inline DWORD FormatMessageA(DWORD, const void*, DWORD, DWORD, char*, DWORD, va_list*) { return 0; }
+inline DWORD FormatMessageW(DWORD, const void*, DWORD, DWORD, wchar_t*, DWORD, va_list*) { return 0; }
+enum : DWORD { INFINITE = 0xffffffff };
 inline void Sleep(DWORD) {}
 inline UINT_PTR SetTimer(HWND, UINT_PTR, UINT, void(CALLBACK*)(HWND, UINT, UINT_PTR, DWORD)) { return 0; }
 inline BOOL KillTimer(HWND, UINT_PTR) { return TRUE; }
+[[noreturn]] inline void ExitProcess(UINT) { std::abort(); }
 inline char* GetEnvironmentStringsA() { return nullptr; }
 inline BOOL FreeEnvironmentStringsA(char*) { return TRUE; }
 
@@ -165,6 +191,8 @@ HWND FindWindowA(const char* className, const char* title);
 HWND GetDesktopWindow();
 inline HWND GetFocus() { return nullptr; }
 BOOL IsWindow(HWND window);
+struct DRAWITEMSTRUCT;
+inline HWND GetDlgItem(HWND, int) { return nullptr; }
 inline BOOL IsWindowEnabled(HWND) { return TRUE; }
 inline BOOL EnableWindow(HWND, BOOL) { return FALSE; }
 inline LONG GetWindowLongA(HWND, int) { return 0; }

@@ -114,7 +114,8 @@ std::optional<ProposedValue> readContainer(const TW_CAPABILITY& capability, TW_U
     }
     if (capability.ConType == TWON_RANGE && block.size() >= sizeof(TW_RANGE)) {
         const auto* range = reinterpret_cast<const TW_RANGE*>(block.data());
-        const auto number = [&](const TW_UINT32& item) { return itemNumber(itemType, &item); };
+        // By value: the fields of a packed structure lie where they lie.
+        const auto number = [&](TW_UINT32 item) { return itemNumber(itemType, &item); };
         if (range->ItemType == itemType)
             return ProposedValue{
                 number(range->CurrentValue), {}, {{number(range->MinValue), number(range->MaxValue)}}};

@@ -304,6 +304,13 @@ Picture renderPage(const PageRequest& request, const PageContent& content) {
     return picture;
 }
 
+PageRequest fitted(PageRequest request, int width, int height) {
+    const double x = width / (request.area.right - request.area.left);
+    const double y = height / (request.area.bottom - request.area.top);
+    request.xResolution = request.yResolution = std::min(x, y);
+    return request;
+}
+
 Picture renderPage(const PageRequest& request) {
     return renderPage(request, TestPage(a4Width, a4Height));
 }

@@ -37,6 +37,8 @@ struct PageRequest {
 // Size in pixels: the area's width and height times the resolution, rounded, at least 1.
 int pixelWidth(const PageRequest& request);
 int pixelHeight(const PageRequest& request);
+// The request at the resolution at which its area just fits into so many pixels.
+PageRequest fitted(PageRequest request, int width, int height);
 
 class PageRenderer {
 public:

@@ -1,5 +1,6 @@
 #include "recording/RecordingIndex.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -8,6 +9,7 @@
 namespace vscan {
 
 using recording::Answer;
+using recording::Bytes;
 using recording::Operation;
 using recording::Triplet;
 
@@ -121,17 +123,21 @@ void RecordingIndex::learnInitialValue(const RecordedOperation& recorded) {
     const bool isLayout = triplet.is(DG_IMAGE, DAT_IMAGELAYOUT, MSG_GET);
     if (!isLayout && (triplet.group != DG_CONTROL || triplet.argumentType != DAT_CAPABILITY)) return;
     const std::uint32_t subject = subjectOf(triplet, recorded.operation.question);
-    // Settings act on each other: only what was asked before any of them counts.
-    if (!recorded.settings->empty() && initial_.count(subject)) return;
     if (recorded.settings->count(subject)) return;
+    std::optional<recording::Item> item;
     if (isLayout) {
-        if (answer.data.size() < sizeof(TW_FRAME)) return;
-        initial_.emplace(subject, recording::Item{0xFFFF, {answer.data.begin(), answer.data.begin() + 16}});
-        return;
+        const Bytes& data = answer.data;
+        if (data.size() >= sizeof(TW_FRAME)) item = {0xFFFF, {data.begin(), data.begin() + sizeof(TW_FRAME)}};
+    } else {
+        TW_UINT16 kind = 0;
+        if (answer.data.size() >= 4) std::memcpy(&kind, answer.data.data() + 2, sizeof kind);
+        item = recording::Container{kind, answer.block.bytes}.current();
     }
-    TW_UINT16 kind = 0;
-    if (answer.data.size() >= 4) std::memcpy(&kind, answer.data.data() + 2, sizeof kind);
-    if (const auto item = recording::Container{kind, answer.block.bytes}.current())
+    if (!item) return;
+    // Settings act on each other: what was asked before any of them counts most.
+    if (recorded.settings->empty())
+        initial_.insert_or_assign(subject, *item);
+    else
         initial_.emplace(subject, *item);
 }
 

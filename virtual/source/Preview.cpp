@@ -1,6 +1,5 @@
 #include "source/Preview.h"
 
-#include <algorithm>
 #include <vector>
 
 namespace vscan {
@@ -22,13 +21,6 @@ DWORD meanColor(const Picture& picture, int left, int top) {
 }
 
 }  // namespace
-
-PageRequest fitted(PageRequest request, int width, int height) {
-    const double x = width / (request.area.right - request.area.left);
-    const double y = height / (request.area.bottom - request.area.top);
-    request.xResolution = request.yResolution = std::min(x, y);
-    return request;
-}
 
 void paintPreview(HDC context, const RECT& place, const Picture& picture) {
     FillRect(context, &place, GetSysColorBrush(COLOR_APPWORKSPACE));

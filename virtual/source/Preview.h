@@ -3,12 +3,9 @@
 
 #include <windows.h>
 
-#include "page/PageRenderer.h"
+#include "page/Picture.h"
 
 namespace vscan {
-
-// The request at the resolution at which its area just fits into so many pixels.
-PageRequest fitted(PageRequest request, int width, int height);
 
 // A preview is painted from a picture with so many times the pixels in each direction: thin strokes become
 // gray instead of broken.

@@ -4,7 +4,6 @@
 
 #include "capabilities/CapabilityOperations.h"
 #include "source/HostRecord.h"
-#include "source/Preview.h"
 #include "source/ScannerCore.h"
 #include "source/SourceIdentity.h"
 #include "transfer/SevereFaults.h"
