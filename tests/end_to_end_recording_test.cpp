@@ -133,6 +133,20 @@ TEST_CASE("a surveyed scanner answers hosts that were not recorded, and delivers
     }
 }
 
+TEST_CASE("pixels that are not those recorded are not delivered") {
+    ScanFolder folder;
+    const std::string scan = "--resolution 50 --mode gray --mech memory --force --output p.bmp";
+    folder.smscan("--record a.rec " + scan);
+    // What was written, not what the host's buffer had room for.
+    CHECK(contentOf(folder.path("a.rec.pixels")).size() == 416 * 585);
+    std::fstream(folder.path("a.rec.pixels"), std::ios::in | std::ios::out | std::ios::binary).seekp(5)
+        << 'x';
+    std::string told;
+    const std::string remarks = remarksOf(folder.smscan(scan, "Replay=" + folder.path("a.rec")), told);
+    CHECK(remarks.rfind("the recording's pixels are missing or damaged: ", 0) == 0);
+    CHECK(told.substr(told.rfind("exit")) == "exit 1\n");
+}
+
 TEST_CASE("a recording tells nothing of the host and its files, nor of the pages when they are left out") {
     ScanFolder folder;
     const std::string scan =

@@ -16,8 +16,8 @@ std::string hexOf(const Record& record) {
     return hex(reinterpret_cast<const std::uint8_t*>(&record), sizeof record);
 }
 
-// A scanner with two strips of two rows a page, resolutions from 50 to 200, and three modes; gray was
-// scanned.
+// A scanner with two strips of two rows a page, resolutions from 50 to 200, and three modes; the first
+// of two gray pages was scanned.
 std::string smallRecording() {
     TW_IDENTITY own{};
     std::strcpy(own.ProductName, "Recorded");
@@ -38,6 +38,8 @@ std::string smallRecording() {
            "< 3 rc=0 data=0101040000000000 block=0400030000000200000002000000000001000200\n"
            "> 4 s4 1/0001/0001 data=0811ffff00000000 @2\n< 4 rc=1\n"
            "> 5 s4 1/0008/0001 @2\n< 5 rc=0 data=0d000000\n"
+           "> 12 s4 1/0001/0002 data=0310ffff00000000\n< 12 rc=0 data=0310050000000000 block=060001000000\n"
+           "> 13 s4 1/0001/0002 data=0310ffff00000000\n< 13 rc=0 data=0310050000000000 block=060000000000\n"
            "> 6 s4 1/0001/0006 data=0101050000000000 block=040001000000 @2\n< 6 rc=0\n"
            "> 7 s4 1/0009/0502 data=0000000000000000 @3\n! 7 0101 @3\n< 7 rc=0\n"
            "> 8 s6 2/0103/0001 @4\n< 8 rc=0 data=" +
@@ -46,8 +48,8 @@ std::string smallRecording() {
            "> 9 s7 2/0103/0001 @4\n< 9 rc=6 data=" +
            strip(2) +
            " px=8 crc=0\n"
-           "> 10 s7 1/0005/0701 @5\n< 10 rc=0 data=000000000000\n"
-           "> 11 s5 1/0009/0501 data=0000000000000000 @6\n";
+           "> 10 s7 1/0005/0701 @5\n< 10 rc=0 data=010000000000\n"
+           "> 11 s6 1/0009/0501 data=0000000000000000 @6\n";
 }
 
 class RecordingFile {
@@ -94,7 +96,12 @@ TEST_CASE("what was not recorded is derived from what was, or refused, and nothi
     const RecordingFile file(smallRecording());
     const std::string gray = "ICAP_PIXELTYPE 1: success; ";
     const Story stories[] = {
-        {"", gray + "enable: success; notes: ready ; strip: success; strip: done; end: 0; state: 5"},
+        {"", gray + "enable: success; notes: ready ; strip: success; strip: done; end: 1; state: 6"},
+        // The second page was announced, but is not there; nor is its end, which could announce a third.
+        {"",
+         gray + "enable: success; strip: success; strip: done; end: 1; strip: failure 5; end: 0; state: 5"},
+        // Asked twice, it was answered twice.
+        {"", "CAP_FEEDERLOADED: one BOOL 1; CAP_FEEDERLOADED: one BOOL 0"},
         // A range and a list say what else could be set; then it is in force.
         {"",
          "ICAP_XRESOLUTION 100: success; ICAP_XRESOLUTION: one FIX32 100; ICAP_XRESOLUTION 300: failure 10"},
@@ -104,7 +111,7 @@ TEST_CASE("what was not recorded is derived from what was, or refused, and nothi
         {"", "ICAP_GAMMA: failure 13; ICAP_GAMMA 2: failure 13; ICAP_UNITS: failure 13; palette: failure 9"},
         // A page of another resolution or mode is not this page.
         {"",
-         gray + "ICAP_XRESOLUTION 100: success; enable: success; strip: failure 5; end: 0; disable: success"},
+         gray + "ICAP_XRESOLUTION 100: success; enable: success; strip: failure 5; end: 1; disable: success"},
         {"", "enable: success; strip: failure 5; reset: 0; disable: success; close: success"},
         {"ReplayImages=any", "enable: success; strip: success; strip: done"},
         {"",
@@ -114,6 +121,19 @@ TEST_CASE("what was not recorded is derived from what was, or refused, and nothi
         CAPTURE(story.steps);
         VirtualHost("Replay=" + file.path + " " + story.settings).check(story.steps);
     }
+}
+
+TEST_CASE("a notice that came later comes later") {
+    std::string text = smallRecording();
+    const std::string inside = "! 7 0101 @3\n< 7 rc=0\n";
+    text.replace(text.find(inside), inside.size(), "< 7 rc=0\n! 0 0101 @60\n");
+    const RecordingFile file(text);
+    VirtualHost host("Replay=" + file.path);
+    host.check("ICAP_PIXELTYPE 1: success; enable: success; notes: ; state: 5");
+    MSG message;
+    while (host.notes.empty() && GetMessageA(&message, nullptr, 0, 0))
+        DispatchMessageA(&message);
+    host.check("notes: ready ; state: 6; strip: success");
 }
 
 TEST_CASE("strips are cut for a host with a smaller buffer") {
