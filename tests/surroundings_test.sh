@@ -59,7 +59,9 @@ ended() {
     --mode gray --resolution 50 $5 --output "$out/p%d.bmp" >"$out.log" 2>&1 &
   local program=$!
   (
-    sleep 60
+    trap 'kill $!' TERM
+    sleep 60 &
+    wait $! || exit 0
     expect "$name" "how it ends" "by itself" "not within a minute"
     kill -KILL -- "-$program"
   ) &
