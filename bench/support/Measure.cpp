@@ -124,7 +124,10 @@ void Verdicts::row(const std::string& name, double limit, const Measured& measur
     const bool good = measured.value <= limit;
     good_ = good_ && good;
     std::printf("%-44s %8.3f %8.2f  %s", name.c_str(), measured.value, limit, good ? "good" : "TOO MUCH");
-    if (measured.spread != 0) std::printf("  within %.0f %%", measured.spread * 100);
+    constexpr double closeEnough = 0.25;
+    if (measured.spread != 0)
+        std::printf("  half the rounds within %.0f %%%s", measured.spread * 100,
+                    measured.spread > closeEnough ? ", too uneven to judge by" : "");
     std::printf("%s%s\n", measured.remark.empty() ? "" : "; ", measured.remark.c_str());
 }
 
