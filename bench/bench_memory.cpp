@@ -148,12 +148,13 @@ int main() try {
     SetEnvironmentVariableA("VSCAN_PAPER", "A3");
     bench::Verdicts verdicts{"A colour A3 page at 600 dpi, 199 MiB: growth of the peak working set in MiB"};
     constexpr double few = 2;
-    verdicts.row("strips pushed", PageScan{}.byBatch(SM_MECH_MEMORY), few);
-    verdicts.row("blocks pulled", PageScan{}.byBatch(SM_MECH_MEMORY, true), few);
-    verdicts.row("file", PageScan{}.byBatch(SM_MECH_FILE), few);
-    verdicts.row("native: the page itself", PageScan{}.byBatch(SM_MECH_NATIVE), pageBytes / 1048576.0 + few);
+    verdicts.row("strips pushed", few, bench::Measured{PageScan{}.byBatch(SM_MECH_MEMORY)});
+    verdicts.row("blocks pulled", few, bench::Measured{PageScan{}.byBatch(SM_MECH_MEMORY, true)});
+    verdicts.row("file", few, bench::Measured{PageScan{}.byBatch(SM_MECH_FILE)});
+    verdicts.row("native: the page itself", pageBytes / 1048576.0 + few,
+                 bench::Measured{PageScan{}.byBatch(SM_MECH_NATIVE)});
     // Last, as it makes all later scans of the loaded library one-shot scans.
-    verdicts.row("one-shot file", PageScan{}.byOneShot(), few);
+    verdicts.row("one-shot file", few, bench::Measured{PageScan{}.byOneShot()});
     return verdicts.end();
 } catch (const std::exception& error) {
     std::printf("%s\n", error.what());

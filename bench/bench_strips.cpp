@@ -30,18 +30,21 @@ void measure(bench::Verdicts& verdicts, const Exchange& exchange, uint32_t strip
     const uint32_t rowCount = stripBytes / rowBytes;
     const StripRows rows = {strip.data(), size_t{rowBytes} * rowCount, rowBytes, rowCount, columns};
     const ConversionPath path = fastestConversionPath();
-    bench::Race race;
-    const size_t conversion = race.add([&] { exchange.run(rows, path); });
-    const size_t plain = race.add([&] { exchange.run(rows, ConversionPath::Plain); });
-    const size_t pass = race.add([&] { invert(rows.bytes, rows.size); });
-    race.run(201);
-    char name[40], remark[60];
-    std::snprintf(name, sizeof name, "%s, %u KiB", exchange.name, static_cast<unsigned>(stripBytes >> 10));
-    const auto speed = [&](size_t contestant) {
-        return static_cast<double>(rows.size) / race.seconds(contestant) / 1e9;
+    const auto time = [&]() -> bench::Measured {
+        bench::Race race;
+        const size_t conversion = race.add([&] { exchange.run(rows, path); });
+        const size_t plain = race.add([&] { exchange.run(rows, ConversionPath::Plain); });
+        const size_t pass = race.add([&] { invert(rows.bytes, rows.size); });
+        race.run(201);
+        const auto speed = [&](size_t contestant) {
+            return static_cast<double>(rows.size) / race.seconds(contestant) / 1e9;
+        };
+        char remark[60];
+        std::snprintf(remark, sizeof remark, "%.1f GB/s; %.1f without SSSE3", speed(conversion),
+                      speed(plain));
+        return race.ratio(conversion, pass, remark);
     };
-    std::snprintf(remark, sizeof remark, "%.1f GB/s; %.1f without SSSE3", speed(conversion), speed(plain));
-    verdicts.row(name, race.ratio(conversion, pass), 2, remark);
+    verdicts.row(std::string(exchange.name) + ", " + std::to_string(stripBytes >> 10) + " KiB", 2, time);
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 # install_product(<target> [DESCRIPTION <text>])
 #
 # Installs a program or library into bin/ as it was built: stripped, what was stripped beside it as <file>.debug, where
-# debuggers find it; in the package a component of its own. A program has no resource script with a version of its own; DESCRIPTION gives it one.
+# debuggers find it; in the package a component of its own. What has no resource script with a version of its own gets one with DESCRIPTION.
 # The target "products" builds all of them.
 add_custom_target(products)
 function(install_product target)
@@ -10,6 +10,13 @@ function(install_product target)
   if(arg_DESCRIPTION)
     set(PROGRAM ${target})
     set(DESCRIPTION ${arg_DESCRIPTION})
+    get_target_property(SUFFIX ${target} SUFFIX)
+    get_target_property(type ${target} TYPE)
+    set(FILETYPE VFT_DLL)
+    if(type STREQUAL EXECUTABLE)
+      set(FILETYPE VFT_APP)
+      set(SUFFIX .exe)
+    endif()
     configure_file(${PROJECT_SOURCE_DIR}/cmake/ProgramVersion.rc.in ${CMAKE_CURRENT_BINARY_DIR}/${target}.rc @ONLY)
     target_sources(${target} PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/${target}.rc)
   endif()

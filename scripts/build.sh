@@ -38,7 +38,7 @@ configure() {
 # When the last build of these targets began, and what it left: where nothing has changed since, nothing is started.
 # The time of a change (-cnewer) tells also of a file that an older one took the place of, and of what was deleted.
 began=$build_dir/built/$(IFS=-; printf '%s' "${targets[*]:-all}")
-readonly inputs=(CMakeLists.txt CMakePresets.json bench cmake examples include shared sm tests tools virtual)
+readonly inputs=(CMakeLists.txt CMakePresets.json bench cmake examples include recorder shared sm tests tools virtual)
 products() { stat -c '%n %s %.Y' -- "$build_dir"/bin/*.*; }
 is_up_to_date() {
   [[ -z $with_tests && -f $build_dir/build.ninja && -f $began && -f $began.products ]] &&

@@ -5,7 +5,7 @@ set -euo pipefail
 # shellcheck source-path=SCRIPTDIR source=lib.sh
 source "$(dirname -- "${BASH_SOURCE[0]}")/lib.sh"
 
-readonly TARGETS=(module scanner readers)
+readonly TARGETS=(module scanner readers recording)
 readonly COMPILER=clang++-14
 # New inputs may be as long as the longest kept ones; a run takes a millisecond or two.
 readonly LIMITS=(-max_len=2048 -len_control=0 -timeout=20 -rss_limit_mb=2560)

@@ -52,7 +52,8 @@ def run(command, place, folder):
         printed = output.read()
     if done.returncode == 0:
         return printed
-    fail(place, f"ends with {done.returncode}\n{printed}")
+    last_lines = "\n".join(printed.splitlines()[-30:])
+    fail(place, f"ends with {done.returncode}\n{last_lines}")
     return None
 
 
@@ -131,9 +132,17 @@ def is_excerpt(file, body):
     return lines(body) in lines((SOURCE / file).read_text().splitlines())
 
 
+def try_in_turn(pages, folder):
+    """Each page begins with what is there for all."""
+    there = set(folder.iterdir())
+    for page in pages:
+        try_page(page, folder)
+        for entry in set(folder.iterdir()) - there:
+            shutil.rmtree(entry, ignore_errors=True) if entry.is_dir() else entry.unlink()
+
+
 def try_page(page, folder):
     exported = folder / "exported"  # what a block exports holds for the next ones of its page
-    exported.unlink(missing_ok=True)
     printed = ""
     for place, language, marker, value, body in blocks(page):
         if marker == "not run":
@@ -202,10 +211,11 @@ def main():
         by_folder[PACKAGE if "<!-- blocks run in the package -->" in page.read_text() else TREE].append(page)
     try:
         with ThreadPoolExecutor() as pool:
-            list(pool.map(lambda folder: [try_page(page, folder) for page in by_folder[folder]], by_folder))
+            list(pool.map(lambda folder: try_in_turn(by_folder[folder], folder), by_folder))
     finally:
-        for prefix in PREFIXES:
-            subprocess.run(["wineserver", "-k"], env=dict(ENVIRONMENT, WINEPREFIX=str(prefix)), check=False)
+        for prefix in filter(Path.exists, PREFIXES):
+            for option in ("-k", "-w"):
+                subprocess.run(["wineserver", option], env=dict(ENVIRONMENT, WINEPREFIX=str(prefix)), check=False)
     for page in [*pages, SOURCE / "CONTRIBUTING.md", SOURCE / "CHANGELOG.md"]:
         check_links(page, SOURCE)
     for page in [PACKAGE / "README.md", PACKAGE / "CHANGELOG.md", *sorted((PACKAGE / "docs").glob("*.md"))]:

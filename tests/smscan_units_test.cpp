@@ -146,7 +146,7 @@ TEST_CASE(
         CAPTURE(option.name);
         std::istringstream words(option.words);
         for (std::string word; words >> word;)
-            CHECK_NOTHROW(parseOptions({std::string("--") + option.name, word}));
+            CHECK_NOTHROW(parseOptions({"--record", "a.rec", std::string("--") + option.name, word}));
         Options request;
         if (!option.apply) CHECK_THROWS_AS(setRequestValue(request, option.name, "no value of it"), Failure);
     }

@@ -58,10 +58,19 @@ ended() {
   env $4 setsid "$wine_sh" --build-dir "$build_dir" --prefix scan-tests "$build_dir/bin/smscan.exe" \
     --mode gray --resolution 50 $5 --output "$out/p%d.bmp" >"$out.log" 2>&1 &
   local program=$!
+  (
+    trap 'kill $!' TERM
+    sleep 60 &
+    wait $! || exit 0
+    expect "$name" "how it ends" "by itself" "not within a minute"
+    kill -KILL -- "-$program"
+  ) &
+  local patience=$!
   await "$name" wine_of "$program"
   await "$name" "$1"
   send "$2" "$program"
   wait "$program" || rc=$?
+  kill "$patience"
   expect "$name" "the exit code" 5 "$rc"
   expect "$name" "what is left" "$3" "$(cd "$out" && echo *)"
   # Only a source that hangs needs force.

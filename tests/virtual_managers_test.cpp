@@ -3,7 +3,10 @@
 #include <scanmodule/twain_types.h>
 
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 
+#include "recording/RecordingText.h"
 #include "support/WindowsFiles.h"
 
 namespace {
@@ -96,4 +99,47 @@ TEST_CASE("of two managers the one that opened the source is told, and bad setti
               "virtual scanner: environment VSCAN_NONSENSE: there is no setting \"NONSENSE\"\r\n");
     }
     SetEnvironmentVariableA("VSCAN_NONSENSE", nullptr);
+}
+
+TEST_CASE(
+    "the recorder before a source: all passes, the manager's notice too, whenever it is freed and loaded") {
+    const std::string path = temporaryFolder() + "proxy.scanrec";
+    const std::pair<const char*, std::string> variables[] = {
+        {"RECORDER_SOURCE", programFolder() + "\\..\\vscan.ds"}, {"RECORDER_OUTPUT", path}};
+    for (const auto& [name, value] : variables)
+        SetEnvironmentVariableA(name, value.c_str());
+    const NamedManager manager("TWAIN_32.DLL");
+    TW_IDENTITY identity{};
+    for (int time = 0; time < 2; ++time) {
+        HMODULE source = loadBuilt("..\\recorder.ds");
+        CHECK(manager.call(source, DAT_IDENTITY, MSG_GET, &identity) == TWRC_SUCCESS);
+        FreeLibrary(source);
+        source = loadBuilt("..\\recorder.ds");
+        identity.Id = 7;
+        CHECK(std::string(identity.ProductName) == "Rec KAVRO Virtual Scanner");
+        TW_USERINTERFACE hidden{};
+        CHECK(manager.call(source, DAT_IDENTITY, MSG_OPENDS, &identity) == TWRC_SUCCESS);
+        CHECK(std::string(identity.ProductName) == "Rec KAVRO Virtual Scanner");
+        CHECK(manager.call(source, DAT_USERINTERFACE, MSG_ENABLEDS, &hidden) == TWRC_SUCCESS);
+        CHECK(manager.lastNote() == MSG_XFERREADY);
+        CHECK(manager.call(source, DAT_USERINTERFACE, MSG_DISABLEDS, &hidden) == TWRC_SUCCESS);
+        CHECK(manager.call(source, DAT_IDENTITY, MSG_CLOSEDS, &identity) == TWRC_SUCCESS);
+        FreeLibrary(source);
+    }
+    for (const auto& [name, value] : variables)
+        SetEnvironmentVariableA(name, nullptr);
+
+    std::ifstream file(path, std::ios::binary);
+    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    std::string told;
+    for (const recording::Operation& operation : recording::readRecording(text).operations) {
+        told += std::to_string(operation.state) + " " + std::to_string(operation.triplet.message);
+        for (const recording::Notice& notice : operation.notices)
+            told += std::string(notice.inside ? " inside " : " after ") + std::to_string(notice.message);
+        told += "; ";
+    }
+    const std::string session =
+        "3 1025; 4 1282 inside 257; 6 1281; 4 1026; ";  // open, enable, disable, close
+    CHECK(told == session + session);
+    CHECK(text.find("52656320") == std::string::npos);  // "Rec "
 }

@@ -8,13 +8,16 @@ constexpr DWORD timeLimit = 60000;
 
 }  // namespace
 
+Host* Host::current = nullptr;
+
 Host::Host() {
     WNDCLASSA definition = {};
     definition.lpfnWndProc = windowProcedure;
     definition.lpszClassName = "scan module benchmark";
     RegisterClassA(&definition);
     window_ = CreateWindowA(definition.lpszClassName, "", WS_OVERLAPPEDWINDOW, 0, 0, 0, 0, nullptr, nullptr,
-                            nullptr, this);
+                            nullptr, nullptr);
+    current = this;
     require(window_ != nullptr, "CreateWindow");
     // Wakes the loop when no messages come, so that the time limit is seen.
     SetTimer(window_, 1, 500, nullptr);
@@ -30,12 +33,9 @@ void Host::run(const ScanModule& module) {
 }
 
 LRESULT CALLBACK Host::windowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    if (message == WM_NCCREATE) {
-        const auto* creation = reinterpret_cast<const CREATESTRUCTA*>(lParam);
-        SetWindowLongPtrA(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(creation->lpCreateParams));
-    } else if (auto* host = reinterpret_cast<Host*>(GetWindowLongPtrA(window, GWLP_USERDATA))) {
-        const auto found = host->handlers_.find(message);
-        if (found != host->handlers_.end()) {
+    if (current != nullptr) {
+        const auto found = current->handlers_.find(message);
+        if (found != current->handlers_.end()) {
             found->second(wParam, lParam);
             return 0;
         }

@@ -52,7 +52,10 @@ public:
     using Handler = std::function<void(WPARAM, LPARAM)>;
 
     Host();
-    ~Host() { DestroyWindow(window_); }
+    ~Host() {
+        DestroyWindow(window_);
+        current = nullptr;
+    }
     Host(const Host&) = delete;
     Host& operator=(const Host&) = delete;
 
@@ -66,6 +69,9 @@ public:
 
 private:
     static LRESULT CALLBACK windowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+
+    // One at a time. Not kept with the window: to look it up there would count as the module's time.
+    static Host* current;
 
     HWND window_ = nullptr;
     std::map<UINT, Handler> handlers_;

@@ -82,9 +82,7 @@ void TableSource::put(const Image& image, uint32_t stripBytes) {
     image_ = image;
     stripBytes_ = stripBytes;
     row_ = 0;
-    // As from a device, pixels come out of memory, not out of the processor's cache: more than that holds.
-    constexpr size_t plenty = 128 << 20;
-    if (image.copiesPixels) pixels_.resize(plenty, 0x5A);
+    pixels_.resize(plenty, 0x5A);
 }
 
 TW_UINT16 TableSource::capability(TW_UINT16 message, TW_CAPABILITY& cap) {
@@ -99,6 +97,12 @@ TW_UINT16 TableSource::capability(TW_UINT16 message, TW_CAPABILITY& cap) {
     return TWRC_SUCCESS;
 }
 
+void TableSource::copyPixels(void* destination, uint32_t size) {
+    if (at_ + size > pixels_.size()) at_ = 0;
+    std::memcpy(destination, pixels_.data() + at_, size);
+    at_ += size;
+}
+
 TW_UINT16 TableSource::nextStrip(TW_IMAGEMEMXFER& strip) {
     const uint32_t fitting = std::min<uint32_t>(strip.Memory.Length, stripBytes_) / image_.bytesPerRow;
     const auto length = static_cast<uint32_t>(image_.info.ImageLength);
@@ -109,11 +113,7 @@ TW_UINT16 TableSource::nextStrip(TW_IMAGEMEMXFER& strip) {
     strip.XOffset = 0;
     strip.YOffset = row_;
     strip.BytesWritten = strip.Rows * image_.bytesPerRow;
-    if (image_.copiesPixels) {
-        if (at_ + strip.BytesWritten > pixels_.size()) at_ = 0;
-        std::memcpy(strip.Memory.TheMem, pixels_.data() + at_, strip.BytesWritten);
-        at_ += strip.BytesWritten;
-    }
+    copyPixels(strip.Memory.TheMem, strip.BytesWritten);
     row_ += strip.Rows;
     if (row_ < length) return TWRC_SUCCESS;
     row_ = 0;

@@ -33,10 +33,10 @@ public:
     struct Image {
         TW_IMAGEINFO info;
         uint32_t bytesPerRow;
-        // Without, strips are given as they lie in the buffer: they take no time at all.
-        bool copiesPixels;
     };
     void put(const Image& image, uint32_t stripBytes);
+    // More pixels of it.
+    void copyPixels(void* destination, uint32_t size);
     // The next message is told to be "ready".
     void signalReady() { ready_ = true; }
 
@@ -67,6 +67,8 @@ private:
     Image image_ = {};
     uint32_t stripBytes_ = 0;
     uint32_t row_ = 0;
+    // As from a device, pixels come out of memory, not out of the processor's cache: more than that holds.
+    static constexpr size_t plenty = 128 << 20;
     std::vector<uint8_t> pixels_;
     size_t at_ = 0;
     bool ready_ = false;

@@ -73,11 +73,6 @@ TW_UINT16 Link::manager(TW_UINT16 argumentType, TW_UINT16 message, void* data) {
     return entry_(&application, nullptr, DG_CONTROL, argumentType, message, data);
 }
 
-TW_UINT16 Link::source(TW_UINT32 group, TW_UINT16 argumentType, TW_UINT16 message, void* data) {
-    if (entry_ == nullptr) return TWRC_FAILURE;
-    return entry_(&application, &dataSource, group, argumentType, message, data);
-}
-
 TW_UINT16 Link::identity(TW_UINT16 message, TW_IDENTITY& identity) {
     const TW_UINT16 code = manager(DAT_IDENTITY, message, &identity);
     // A careless source fills its texts to the brim.

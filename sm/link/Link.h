@@ -39,7 +39,10 @@ public:
     // An operation of the manager itself, and one with the source as the destination. Failure when the
     // manager is not loaded.
     TW_UINT16 manager(TW_UINT16 argumentType, TW_UINT16 message, void* data);
-    TW_UINT16 source(TW_UINT32 group, TW_UINT16 argumentType, TW_UINT16 message, void* data);
+    TW_UINT16 source(TW_UINT32 group, TW_UINT16 argumentType, TW_UINT16 message, void* data) {
+        if (entry_ == nullptr) return TWRC_FAILURE;
+        return entry_(&application, &dataSource, group, argumentType, message, data);
+    }
     // An operation of the manager on the identity of a source; its texts come back terminated.
     TW_UINT16 identity(TW_UINT16 message, TW_IDENTITY& identity);
     TW_UINT16 imageInfo(TW_IMAGEINFO& info) { return source(DG_IMAGE, DAT_IMAGEINFO, MSG_GET, &info); }

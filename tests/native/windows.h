@@ -175,6 +175,8 @@ enum { FORMAT_MESSAGE_FROM_SYSTEM = 0x1000, FORMAT_MESSAGE_IGNORE_INSERTS = 0x20
 inline DWORD FormatMessageW(DWORD, const void*, DWORD, DWORD, wchar_t*, DWORD, va_list*) { return 0; }
 enum : DWORD { INFINITE = 0xffffffff };
 inline void Sleep(DWORD) {}
+inline UINT_PTR SetTimer(HWND, UINT_PTR, UINT, void(CALLBACK*)(HWND, UINT, UINT_PTR, DWORD)) { return 0; }
+inline BOOL KillTimer(HWND, UINT_PTR) { return TRUE; }
 [[noreturn]] inline void ExitProcess(UINT) { std::abort(); }
 inline char* GetEnvironmentStringsA() { return nullptr; }
 inline BOOL FreeEnvironmentStringsA(char*) { return TRUE; }

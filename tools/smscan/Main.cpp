@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <optional>
 
 #include "common/CapsQuery.h"
 #include "common/Display.h"
@@ -26,6 +27,7 @@
 #include "smscan/Help.h"
 #include "smscan/Interrupt.h"
 #include "smscan/Options.h"
+#include "smscan/SourceRecording.h"
 #include "smscan/Watchdog.h"
 
 namespace smscan {
@@ -91,17 +93,8 @@ void scan(const ModuleLibrary& module, HostWindow& window, const Options& option
         scanPages(module, options, output, window, listener);
 }
 
-void useModule(const Options& options, const Interrupt& interrupt) {
-    OutputRequest request = options.output;
-    request.stream = GetStdHandle(STD_OUTPUT_HANDLE);
-    PageOutput output(request, options.pages != 1 && !options.oneShot);
-    // The user is at work in the manager's dialog, too.
-    const Watchdog watchdog(interrupt, options.timeoutSeconds, options.ui || options.select);
-    const ModuleLibrary module;
-    HostWindow window;
-    const CancelledWindow cancelled(window);
-    ConsoleListener listener(options);
-    requireManager(module);
+void perform(const ModuleLibrary& module, HostWindow& window, const Options& options, PageOutput& output,
+             ScanListener& listener) {
     switch (options.action) {
         case Action::MakeDefault:
             return tell(makeDefault(module, window.handle(), options.defaultName) +
@@ -114,6 +107,27 @@ void useModule(const Options& options, const Interrupt& interrupt) {
         default:
             return scan(module, window, options, output, listener);
     }
+}
+
+void useModule(const Options& options, const Interrupt& interrupt) {
+    OutputRequest request = options.output;
+    request.stream = GetStdHandle(STD_OUTPUT_HANDLE);
+    PageOutput output(request, options.pages != 1 && !options.oneShot);
+    // The user is at work in the manager's dialog, too.
+    const Watchdog watchdog(interrupt, options.timeoutSeconds, options.ui || options.select);
+    ConsoleListener listener(options);
+    std::optional<SourceRecording> recording;
+    if (!options.recording.empty()) recording.emplace(options, listener);
+    const ModuleLibrary module;
+    HostWindow window;
+    const CancelledWindow cancelled(window);
+    if (recording) recording->requireTap();
+    requireManager(module);
+    if (options.survey || options.surveyModes) chooseSource(module, window.handle(), options);
+    if (options.survey) recording->survey(module, window.handle());
+    if (options.surveyModes) recording->scanModes(module, window);
+    perform(module, window, options, output, listener);
+    if (recording) recording->finish();
 }
 
 void run(const Options& options, const Interrupt& interrupt) {

@@ -20,6 +20,12 @@ const pages::FormatTraits& parseFormat(Word text) {
     return pages::fileFormats()[parseWord("--format", names, text)];
 }
 
+constexpr const char* pixelWords = "keep hash blank";
+
+record::PixelPolicy parsePixels(Word text) {
+    return static_cast<record::PixelPolicy>(parseWord("--pixels", {"keep", "hash", "blank"}, text));
+}
+
 std::vector<Option> makeTable() {
     const OptionGroup source = OptionGroup::Source;
     const OptionGroup scan = OptionGroup::Scan;
@@ -116,6 +122,20 @@ std::vector<Option> makeTable() {
         {'\0', "progress", nullptr, program,
          "show how far the page is: a bar on a terminal, else plain lines", noWords,
          [](Options& o, Word) { o.progress = true; }},
+        {'\0', "record", "FILE", program,
+         "write down all that passes between the module and the source, for the virtual scanner to answer "
+         "like it; the pixels go to FILE.pixels",
+         "<file>", [](Options& o, Word value) { o.recording = value; }},
+        {'\0', "pixels", "POLICY", program,
+         "what a recording holds of the pages: keep, hash (only a checksum) or blank (a pattern in their "
+         "place). Default keep",
+         pixelWords, [](Options& o, Word value) { o.pixels = parsePixels(value); }},
+        {'\0', "survey", nullptr, program,
+         "ask the source for everything before the scan, so that a recording answers other hosts, too",
+         noWords, [](Options& o, Word) { o.survey = true; }},
+        {'\0', "survey-modes", nullptr, program,
+         "before the scan, a page in each mode at 75, 150 and 300 dots per inch, for the recording only",
+         noWords, [](Options& o, Word) { o.surveyModes = true; }},
         {'q', "quiet", nullptr, program, "say nothing of pages, notes and progress; errors are told", noWords,
          [](Options& o, Word) { o.quiet = true; }},
         {'V', "version", nullptr, program, "print the version", noWords,
@@ -181,6 +201,7 @@ const std::vector<Explained> examples{
     {"smscan --feeder -n all -o \"page%03d.png\"", "the same as files with numbers"},
     {"smscan --size 100x150mm -r 600 -o photo.bmp", "a photo in the glass's top left corner"},
     {"smscan -d 2 --caps", "what the second source of --list offers"},
+    {"smscan --record my.scanrec --survey -o page.bmp", "the scanner on record, with one page"},
     {"smscan --dry-run -m bw -r 240 --json", "what the source would make of it, for a program"},
 };
 

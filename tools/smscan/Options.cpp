@@ -95,6 +95,10 @@ void checkTogether(const Options& options) {
     checkRequest(options);
     if (options.select && !options.source.empty())
         refuse("--select and --source exclude each other: both choose the source.");
+    const bool asksMore = options.survey || options.surveyModes;
+    if (options.recording.empty() && (asksMore || options.pixels != record::PixelPolicy::Keep))
+        refuse("--survey, --survey-modes and --pixels go with --record FILE.");
+    if (asksMore && options.select) refuse("--survey takes --source NAME, not --select.");
     const bool unsettable = options.bitDepth || options.scale || options.paper || options.area ||
                             options.feeder || options.threshold || options.gamma ||
                             !options.switches.empty() || options.mechanism ||

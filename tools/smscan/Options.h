@@ -6,6 +6,7 @@
 #include "common/Failure.h"
 #include "common/PageOutput.h"
 #include "common/ScanRequest.h"
+#include "record/RecordingFile.h"
 
 namespace smscan {
 
@@ -28,6 +29,11 @@ struct Options : host::ScanRequest {
     bool oneShot = false;
     OutputRequest output;
     bool progress = false;
+
+    std::string recording;  // a file: what passes between module and source is written there
+    record::PixelPolicy pixels = record::PixelPolicy::Keep;
+    bool survey = false;
+    bool surveyModes = false;
 };
 
 // Reads the command line without the program's name. Throws Failure with ExitCode::Usage.

@@ -23,9 +23,15 @@ _smscan() {
       return
       ;;
     -f | --format) words='bmp png tiff jpeg pdf' ;;
+    --record)
+      compopt -o filenames
+      mapfile -t COMPREPLY < <(compgen -f -- "$current")
+      return
+      ;;
+    --pixels) words='keep hash blank' ;;
     --set) words='unsharp-mask draft-scan descreening exposure-mode ui-mode clear-page pim light-path indicators feeder auto-feed' ;;
     -d | --source | --default | --area | --size | --brightness | --contrast | --highlight | --shadow | --threshold | --gamma | --timeout | --start | --quality) words= ;;
-    *) words='--list --source --select --default --caps --mode --depth --resolution --scale --paper --area --size --source-type --feeder --flatbed --brightness --contrast --highlight --shadow --threshold --gamma --set --pages --mech --presto --ui --dry-run --timeout --output --format --multipage --start --force --quality --lossless --json --progress --quiet --version --help --help-man --help-bash' ;;
+    *) words='--list --source --select --default --caps --mode --depth --resolution --scale --paper --area --size --source-type --feeder --flatbed --brightness --contrast --highlight --shadow --threshold --gamma --set --pages --mech --presto --ui --dry-run --timeout --output --format --multipage --start --force --quality --lossless --json --progress --record --pixels --survey --survey-modes --quiet --version --help --help-man --help-bash' ;;
   esac
   mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
 }

@@ -243,6 +243,11 @@ std::vector<SettingKey> makeKeys() {
                    {"index", static_cast<int>(OddContainers::Index)},
                    {"count", static_cast<int>(OddContainers::Count)},
                    {"nohandle", static_cast<int>(OddContainers::NoHandle)}}),
+        textKey("Replay", &Settings::replay, 259),
+        choiceKey("ReplayImages", &Settings::replayImages,
+                  {{"matching", static_cast<int>(ReplayImages::Matching)},
+                   {"any", static_cast<int>(ReplayImages::Any)}}),
+        switchKey("ReplayDelays", &Settings::replayDelays),
     };
 }
 

@@ -19,6 +19,8 @@ enum class Feeder { On, Off, None };
 // The source's own window: there is none; it stays open for more batches until the person closes it; it
 // closes by itself after a batch; it stays, but opens behind the host's window.
 enum class WindowBehavior { None, Stay, Close, Behind };
+// Which recorded pages a replay delivers: those recorded under the host's settings, or the nearest.
+enum class ReplayImages { Matching, Any };
 // Ways to answer a capability with a container that hosts don't expect.
 enum class OddContainers { None, Array, ItemType, Truncated, Index, Count, NoHandle };
 
@@ -102,6 +104,11 @@ struct VirtualScannerSettings {
     std::vector<int> refusedCapabilities;
     std::vector<int> readOnlyCapabilities;
     OddContainers oddContainers = OddContainers::None;
+
+    // Replay
+    std::string replay;  // a recording; empty: the scanner answers for itself
+    ReplayImages replayImages = ReplayImages::Matching;
+    bool replayDelays = false;
 };
 
 }  // namespace vscan

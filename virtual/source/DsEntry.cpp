@@ -59,6 +59,8 @@ public:
         // Not when the source is loaded: managers do that once more, only to ask for its name.
         if (opens) reportComplaints();
         const TW_UINT16 result = scanner_.call(group, argumentType, message, data);
+        for (const std::string& remark : scanner_.takeRemarks())
+            report(remark);
         if (!opens || result != TWRC_SUCCESS) return result;
         manager_ = moduleOf(caller);
         if (const auto* host = vscan::hostRecord<TW_IDENTITY>(origin, MSG_SET)) host_ = *host;

@@ -3,18 +3,23 @@
 #include <new>
 #include <utility>
 
+#include "recording/Replayer.h"
 #include "source/ScannerCore.h"
 
 namespace vscan {
 
 VirtualScanner::VirtualScanner(VirtualScannerSettings settings, Notify notify)
-    : core_(std::make_unique<ScannerCore>(std::move(settings), std::move(notify))) {}
+    : core_(std::make_unique<ScannerCore>(std::move(settings), notify)) {
+    if (!core_->settings_.replay.empty())
+        replayer_ = std::make_unique<Replayer>(core_->settings_, std::move(notify));
+}
 VirtualScanner::~VirtualScanner() = default;
 
 TW_UINT16 VirtualScanner::call(TW_UINT32 group, TW_UINT16 argumentType, TW_UINT16 message,
                                TW_MEMREF data) noexcept {
     Outcome outcome;
     try {
+        if (replayer_) return replayer_->call({group, argumentType, message}, data);
         outcome = core_->dispatch(group, argumentType, message, data);
     } catch (const std::bad_alloc&) {
         outcome = failure(TWCC_LOWMEMORY);
@@ -27,7 +32,7 @@ TW_UINT16 VirtualScanner::call(TW_UINT32 group, TW_UINT16 argumentType, TW_UINT1
 }
 
 int VirtualScanner::state() const {
-    return core_->state_;
+    return replayer_ ? replayer_->state() : core_->state_;
 }
 HWND VirtualScanner::window() const {
     return core_->window_ ? core_->window_->handle() : nullptr;
@@ -45,7 +50,10 @@ const VirtualScannerSettings& VirtualScanner::settings() const {
     return core_->settings_;
 }
 const std::string& VirtualScanner::pageComplaint() const {
-    return core_->pageComplaint_;
+    return replayer_ ? replayer_->complaint() : core_->pageComplaint_;
+}
+std::vector<std::string> VirtualScanner::takeRemarks() {
+    return replayer_ ? replayer_->takeRemarks() : std::vector<std::string>{};
 }
 
 }  // namespace vscan

@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "page/PageRenderer.h"
 #include "scanmodule/twain_types.h"
@@ -13,6 +14,7 @@
 
 namespace vscan {
 
+class Replayer;
 class ScannerCore;
 
 class VirtualScanner {
@@ -36,11 +38,14 @@ public:
     const PageContent& content() const;
     Picture expectedPage() const;  // request() rendered: what a memory transfer delivers
     const VirtualScannerSettings& settings() const;
-    // Why the user's page can't be scanned (the source then doesn't open), or an empty text.
+    // Why the user's page or recording can't be used (the source then doesn't open), or an empty text.
     const std::string& pageComplaint() const;
+    // What a replay has to tell since the last time.
+    std::vector<std::string> takeRemarks();
 
 private:
     std::unique_ptr<ScannerCore> core_;
+    std::unique_ptr<Replayer> replayer_;  // answers in the core's place
 };
 
 }  // namespace vscan
