@@ -65,6 +65,7 @@ int main(int argumentCount, char** arguments) {
     }
     if (!isWritten()) {
         fprintf(stderr, "The source gave no image.\n");
+        DeleteFileA(path);
         return 1;
     }
     return 0;

@@ -1,5 +1,4 @@
-// The windows that a scan can show, with their buttons pressed; what the one-shot scan leaves; the small
-// hosts in C.
+// The windows that a scan can show, with their buttons pressed; what the one-shot scan leaves.
 #include <doctest.h>
 #include <source/SourceWindow.h>
 
@@ -57,23 +56,4 @@ TEST_CASE("the source's window: Scan brings the page, Cancel ends the scan") {
     CHECK(scan.count() == 1);
     CHECK(scanned(scanGray + "--ui", "", gray, std::ref(cancel)) ==
           unseen + "! smscan: The source's window was closed. No page was scanned.\nexit 5");
-}
-
-TEST_CASE("the small hosts in C") {
-    ScanFolder folder;
-    CHECK(folder.run("oneshot.exe", "p.bmp color 60") == "exit 0");
-    CHECK(pagesIn(folder, pageOf(PixelKind::Rgb24, 60)) == page(PixelKind::Rgb24));
-    CHECK(folder.run("oneshot.exe", "p.bmp bw 70") == "exit 0");  // over the old one
-    CHECK(pagesIn(folder, pageOf(PixelKind::Bw1, 70)) == page(PixelKind::Bw1));
-    CHECK(folder.run("oneshot.exe", "p.bmp", "JamAtPage=1") == "! The scan ended with code 20.\nexit 1");
-    CHECK(folder.files() == "");
-    const char* const noReason =
-        "RefusedMechanisms=Memory;TransferMechanism=File;FailAtPage=1;FailConditionCode=0";
-    CHECK(folder.run("oneshot.exe", "page.bmp", noReason) == "! The source gave no image.\nexit 1");
-    CHECK(folder.run("oneshot.exe", "") == "! usage: oneshot FILE.BMP [bw|gray|color] [DPI]\nexit 2");
-    CHECK(folder.run("oneshot.exe", "p.bmp", "OpenFault=busy") == "! The scan can't start.\nexit 1");
-
-    // Header, then 585 rows of 413 pixels and a byte.
-    CHECK(folder.run("simplest.exe", "", "Resolution=50") ==
-          "A page of " + std::to_string(40 + 585 * 1240) + " bytes.\nexit 0");
 }

@@ -68,7 +68,7 @@ extern "C" {
 /* Results of the module's own. */
 enum SmResult {
     SM_RESULT_OK = 0,
-    SM_RESULT_NOT_AVAILABLE = -1,   /* TWAIN_32.DLL isn't in the Windows directory or isn't a TWAIN manager */
+    SM_RESULT_NOT_AVAILABLE = -1,   /* TWAIN_32.DLL isn't in the Windows folder or isn't a TWAIN manager */
     SM_RESULT_SELECT_CANCELLED = -6 /* smSelectDS: the user closed the dialog without a choice */
 };
 
@@ -455,7 +455,7 @@ int WINAPI smGetAllDS(const char* profilePath);
 /* Makes the source of that product name (case ignored) the one that the next smOpenDS opens: for one session,
  * as smCloseDS forgets the choice. 0 when it is the default already or was found; 12 when there is none of
  * that name, and then an earlier choice is forgotten too. parent may be null (the desktop).
- * With Regional=J in section Aboutdlg of <AppData>\Lumivo\Applet.ini the driver directories are searched
+ * With Regional=J in section Aboutdlg of <AppData>\Lumivo\Applet.ini the driver folders are searched
  * instead of the manager's list, and the system's default source is changed; without a find the result may
  * then also be the last condition code. A list that can't be begun gives its condition code. States: 2, 3.
  * Ordinal 58. */
