@@ -17,6 +17,7 @@ static LRESULT CALLBACK onMessage(HWND window, UINT message, WPARAM wParam, LPAR
 int main(void) {
     MSG message;
     HWND window = CreateWindowA("STATIC", "", 0, 0, 0, 0, 0, NULL, NULL, NULL, NULL);
+    if (!window) return 1; /* Wine without a display */
     SetWindowLongA(window, GWL_WNDPROC, (LONG)onMessage);
     xferStart = RegisterWindowMessageA(SM_MESSAGE_XFERSTART);
     closeRequest = RegisterWindowMessageA(SM_MESSAGE_CLOSEDSREQ);

@@ -116,7 +116,7 @@ TEST_CASE("what can't be meant is refused, with the range, the choices or the op
         {{"--source-type", "glass"}, "--source-type takes one of flatbed, adf, feeder, not \"glass\"."},
         {{"--scale", "0"}, "--scale takes a number from 0.01 to 100, not \"0\"."},
         {{"--gamma", "nan"}, "--gamma takes a number from 0.1 to 10, not \"nan\"."},
-        {{"--pages", "0"}, "--pages (or \"all\") takes a whole number from 1 to 32767, not \"0\"."},
+        {{"--pages", "0"}, "--pages takes all, or a whole number from 1 to 32767, not \"0\"."},
         {{"--set", "pim"}, "--set pim lacks its value: NAME=VALUE."},
         {{"--set", "pim=2"}, "--set pim takes on or off (1 or 0), not \"2\"."},
         {{"--set", "pin=on"}, "--set knows no \"pin\"; there are unsharp-mask, "},

@@ -126,6 +126,8 @@ TEST_CASE("a preview, an area dragged on it, and the scan of that area") {
 TEST_CASE("several pages from the feeder, the first deleted; cancel in the middle keeps what is complete") {
     const Setting pages("Pages", "3"), mode("PixelType", "Gray");
     const Program program;
+    program.press(IDC_PREVIEW);  // takes none of them
+    REQUIRE(becomes([&] { return program.says("Drag an area"); }));
     program.type(IDC_PAGES, "all");
     program.type(IDC_RESOLUTION, "75");
     program.press(IDC_SCAN);

@@ -42,6 +42,15 @@ same() { diff <(printf '%s\n' "$1") <("${@:2}"); }
 
 is_whole() { (cd -- "$package" && sha256sum --quiet -c SHA256SUMS); }
 libraries() { same $'ScanModule.lib\ncmake\nlibScanModule.dll.a\npkgconfig' env LC_ALL=C ls "$package/lib"; }
+# Every file that a text of the package links to is in it.
+links_lead_somewhere() {
+  local text link
+  for text in "$package"/*.md "$package"/docs/*.md; do
+    for link in $(grep -oP '\]\((?!http|#)\K[^)#]+' "$text"); do
+      [[ -e ${text%/*}/$link ]] || { echo "$text links to $link"; return 1; }
+    done
+  done
+}
 # Neither the builder's folders nor symbols; nothing but the debug files has them.
 holds_no_path() { ! grep -rlF -- "$source_dir" "$package"; }
 is_stripped() {
@@ -114,6 +123,7 @@ for component in product debug; do
 done
 check 'SHA256SUMS holds for all files' is_whole
 check 'lib/ holds the import libraries and nothing that looks like one' libraries
+check 'links in texts lead somewhere' links_lead_somewhere
 check 'no file names a folder of the build machine' holds_no_path
 check 'what is shipped is stripped, has a version, and its debug information beside it' is_stripped
 check 'the debug information names lines' debug_names_lines

@@ -55,7 +55,9 @@ HostWindow::HostWindow() {
     window_ = CreateWindowA(windowClass.c_str(), wording.program, WS_OVERLAPPEDWINDOW, 0, 0, 0, 0, nullptr,
                             nullptr, definition.hInstance, this);
     if (!window_)
-        throw Failure{FailureCode::SourceError, "Windows gives no window to receive the pages with."};
+        throw Failure{FailureCode::SourceError,
+                      "Windows gives no window to receive the pages with. Under Wine, run it on a desktop or "
+                      "with xvfb-run."};
     SetTimer(window_, loopTimer, loopMilliseconds, nullptr);
 }
 

@@ -62,7 +62,7 @@ const RequestValue requestValues[] = {
     {"ui", [](ScanRequest& r, Text what, Text text) { r.ui = parseOnOff(what, text); }},
     {"pages",
      [](ScanRequest& r, Text what, Text text) {
-         r.pages = sameWord(text, "all") ? allPages : parseWhole(what + " (or \"all\")", text, 1, mostPages);
+         r.pages = sameWord(text, "all") ? allPages : parseWhole(what, text, 1, mostPages, "all, or ");
      }},
     {"timeout",
      [](ScanRequest& r, Text what, Text text) { r.timeoutSeconds = parseWhole(what, text, 0, mostSeconds); }},

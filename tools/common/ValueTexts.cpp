@@ -94,11 +94,12 @@ Area checkedArea(const std::string& what, const std::string& text, const Area& a
 
 }  // namespace
 
-int parseWhole(const std::string& what, const std::string& text, int lowest, int highest) {
+int parseWhole(const std::string& what, const std::string& text, int lowest, int highest,
+               const char* besides) {
     char* end = nullptr;
     const long value = std::strtol(text.c_str(), &end, 10);
     if (text.empty() || *end != '\0' || value < lowest || value > highest)
-        refuseValue(what, format("a whole number from %d to %d", lowest, highest), text);
+        refuseValue(what, format("%sa whole number from %d to %d", besides, lowest, highest), text);
     return static_cast<int>(value);
 }
 

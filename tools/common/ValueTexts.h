@@ -10,7 +10,9 @@ namespace host {
 // Values as people type them: words in any case. `what` is the setting's name for the texts ("--mode"). All
 // throw Failure with FailureCode::Usage, which says what can be given.
 
-int parseWhole(const std::string& what, const std::string& text, int lowest, int highest);
+// `besides`: what the caller takes as well ("all, or ").
+int parseWhole(const std::string& what, const std::string& text, int lowest, int highest,
+               const char* besides = "");
 double parseDecimal(const std::string& what, const std::string& text, double lowest, double highest);
 
 // "on" and "off", and what else people write for them.

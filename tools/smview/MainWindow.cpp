@@ -226,6 +226,8 @@ void MainWindow::preview() {
     request.area = form_->glass();
     if (request.area) request.paper.reset();
     request.pages = 1;
+    // A page that the feeder gave for the preview would be missing in the scan.
+    if (request.feeder) request.feeder = false;
     request.ui = false;
     previewing_ = true;
     try {
