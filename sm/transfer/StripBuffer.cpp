@@ -1,14 +1,10 @@
 #include "transfer/StripBuffer.h"
 
-#include <cstring>
 #include <initializer_list>
 
 bool allocateStripBuffer(const Caller& caller, const StripBufferSizes& sizes, GlobalBuffer& buffer) {
     for (const uint32_t size : {sizes.preferred, sizes.min, sizes.max}) {
-        if (buffer.size() != size)
-            buffer.Allocate(size);
-        else if (size != 0)
-            std::memset(buffer.data(), 0, size);
+        if (buffer.size() != size) buffer.Allocate(size);
         if (buffer.size() == 0) continue;
         trace::write(TraceLevel::Trace, caller.at(), "Memory buffer size = ", size, " in ", caller.method());
         return true;

@@ -18,8 +18,7 @@ struct StripBufferSizes {
 };
 
 // Tries the preferred size, the minimum, the maximum; reports low memory when none can be had. A buffer that
-// has the size already is kept, but zeroed like a new one: of packed depths, and of rows that aren't written,
-// hosts see what lies behind a strip.
+// has the size already is left as it is.
 bool allocateStripBuffer(const Caller& caller, const StripBufferSizes& sizes, GlobalBuffer& buffer);
 
 TW_IMAGEMEMXFER makeStripRequest(void* buffer, uint32_t size);
