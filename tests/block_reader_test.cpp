@@ -239,3 +239,23 @@ TEST_CASE("one buffer serves all strips of an image, but never two of them at a 
     CHECK(nested == pieces({{24, 36}}));
     CHECK(stage.windows.memoryComplaints() == storyOf("kept"));
 }
+
+TEST_CASE("what lies behind a strip is not of the one before it") {
+    // Of 1 bit a row counts as 8 bytes; of two rows the second isn't written. The strip before it, the strip,
+    // and how many bytes are of it.
+    const std::tuple<TW_INT16, StripFacts, StripFacts, size_t> rows[] = {
+        {TWPT_BW, {10, 80, 1, 0, 0, 10}, {1, 8, 1, 0, 0, 1}, 1},
+        {TWPT_GRAY, {5, 4, 3, 0, 0, 10}, {5, 4, 2, 0, 0, 5}, 4},
+    };
+    for (const auto& [type, before, facts, written] : rows) {
+        CAPTURE(type);
+        const TW_INT16 bits = type == TWPT_BW ? 1 : 8;
+        PullStage stage({{imageInfo(type, bits, 80, 9),
+                          {{before, Bytes(10, 0xAA)}, {facts, pattern(facts.bytesWritten)}}}});
+        stage.pull(10);
+        stage.pull(10);
+        Bytes delivered = pattern(static_cast<int>(written));
+        delivered.resize(8);
+        CHECK(stage.pulled() == delivered);
+    }
+}

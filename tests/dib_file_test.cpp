@@ -246,8 +246,9 @@ TEST_CASE("a disk that fills up, and memory that runs out") {
         {true, any, 90000, 2, low + "BufferToFileForPlanar", true, 1},
         {true, any, 90001, 0, "", true, 2},
     };
-    for (size_t i = 0; i < 2 * std::size(rows); ++i) {
-        const auto& [planar, room, largest, result, warnings, stays, closed] = rows[i / 2];
+    // On a disk that refuses, on one that only promises, and on one of these that says nothing of its room.
+    for (size_t i = 0; i < 3 * std::size(rows); ++i) {
+        const auto& [planar, room, largest, result, warnings, stays, closed] = rows[i / 3];
         CAPTURE(room);
         CAPTURE(largest);
         const Page colors = imagePage(TWPT_RGB, 24, 300, 100, 300, 100, true);
@@ -255,7 +256,8 @@ TEST_CASE("a disk that fills up, and memory that runs out") {
         stage.source.bufferSizes = {64, 30000, 100};
         stage.start();
         stage.windows.diskRoom = room;
-        stage.windows.diskIsSparse = i % 2 != 0;
+        stage.windows.diskIsSparse = i % 3 != 0;
+        stage.windows.diskSaysNothing = i % 3 == 2;
         stage.windows.largestAllocation = largest;
         stage.windows.filesClosed = 0;
         CHECK(stage.finish() == result);

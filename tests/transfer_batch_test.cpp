@@ -233,6 +233,25 @@ TEST_CASE("the name of a file is a format text, and no longer than its field") {
                file.method);
 }
 
+TEST_CASE("a host that names no file") {
+    BatchStage stage({grayPage()}, file);
+    stage.run();
+    HGLOBAL dib = nullptr, found = nullptr;
+    stage.host.onXferStart = [&](TXferImageInfo& image) {
+        if (image.XferMech == SM_MECH_NATIVE) image.Target.Dib = &dib;
+        if (image.XferMech == SM_MECH_FILE) std::memcpy(&found, image.Target.FileName, sizeof found);
+    };
+    // Finds the last name, and after a native transfer the handle in front.
+    stage.run({grayPage()});
+    CHECK(std::memcmp(&found, "C:\\p", sizeof found) == 0);
+    for (const Mechanism* by : {&native, &file}) {
+        stage.manager.answer(operation::getCurrent(ICAP_XFERMECH), give(oneValue(TWTY_UINT16, by->twain)));
+        stage.run({grayPage()});
+    }
+    CHECK((dib != nullptr && found == dib));
+    GlobalFree(dib);
+}
+
 TEST_CASE("an image too large for memory comes by file where the source can") {
     constexpr SIZE_T headroom = 0x39000;
     const std::tuple<TW_INT16, TW_INT32, TW_INT32, SIZE_T> sizes[] = {

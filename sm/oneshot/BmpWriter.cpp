@@ -128,7 +128,7 @@ int32_t TScanModule::WriteDIBHeader(HFILE file, const char* path, const TW_IMAGE
     const uint32_t offset = pixelOffset(*info);
     const BITMAPFILEHEADER header = fileHeader(ImageDataSize(info) + offset, offset);
     // The file has its full size from the start; merging planes reads what is not yet written.
-    if (!reserve(file, path, header.bfSize)) return failed();
+    if (!reserve(file, path, header.bfSize, oneShot_.rows)) return failed();
     seekTo(file, 0);
     if (!writeAll(file, &header, sizeof header)) {
         // Kept: only this failure closes the file, which the caller then does again.

@@ -7,8 +7,10 @@
 
 namespace {
 
-// Some file systems promise room that isn't there; a disk that says nothing is taken to have it.
-bool hasRoom(const char* path, uint32_t size) {
+enum class Room { Enough, TooLittle, Unknown };
+
+// Some file systems promise room that isn't there.
+Room roomFor(const char* path, uint32_t size) {
     char folder[SM_FILE_NAME_SIZE];
     lstrcpynA(folder, path, sizeof folder);
     const char* name = folder;
@@ -17,8 +19,16 @@ bool hasRoom(const char* path, uint32_t size) {
     }
     folder[name - folder] = '\0';
     ULARGE_INTEGER available;
-    return !GetDiskFreeSpaceExA(folder[0] != '\0' ? folder : nullptr, &available, nullptr, nullptr) ||
-           available.QuadPart >= size;
+    if (!GetDiskFreeSpaceExA(folder[0] != '\0' ? folder : nullptr, &available, nullptr, nullptr))
+        return Room::Unknown;
+    return available.QuadPart >= size ? Room::Enough : Room::TooLittle;
+}
+
+bool writeZeros(HFILE file, uint32_t count, const GlobalBuffer& zeros) {
+    for (; count > zeros.size(); count -= zeros.size()) {
+        if (!writeAll(file, zeros.data(), zeros.size())) return false;
+    }
+    return writeAll(file, zeros.data(), count);
 }
 
 bool seekTo32(HFILE file, uint32_t position) {
@@ -80,9 +90,16 @@ bool seekTo(HFILE file, int64_t position) {
            _llseek(file, static_cast<LONG>(position), FILE_BEGIN) != HFILE_ERROR;
 }
 
-bool reserve(HFILE file, const char* path, uint32_t size) {
-    // Writing nothing ends the file at its present position.
-    return hasRoom(path, size) && seekTo32(file, size) && writeAll(file, "", 0);
+bool reserve(HFILE file, const char* path, uint32_t size, const GlobalBuffer& zeros) {
+    switch (roomFor(path, size)) {
+        case Room::TooLittle:
+            return false;
+        case Room::Unknown:
+            return writeZeros(file, size, zeros);
+        default:
+            // Writing nothing ends the file at its present position.
+            return seekTo32(file, size) && writeAll(file, "", 0);
+    }
 }
 
 bool writeRows(HFILE file, const DescendingRows& rows, const GlobalBuffer& work) {

@@ -14,8 +14,9 @@ void deleteFile(const char* path);
 
 bool writeAll(HFILE file, const void* bytes, uint32_t size);
 bool seekTo(HFILE file, int64_t position);
-// Gives a new file its size, all zeros, without writing them. Fails where they would find no room.
-bool reserve(HFILE file, const char* path, uint32_t size);
+// Gives a new file its size, all zeros, which are written only where the disk doesn't say whether they find
+// room. Fails where they find none.
+bool reserve(HFILE file, const char* path, uint32_t size, const GlobalBuffer& zeros);
 
 // Rows of a bottom-up image as they come: the next one lies in front of the one before.
 struct DescendingRows {

@@ -50,6 +50,13 @@ uint32_t copyStrip(const PulledImage& image, uint8_t* destination, uint32_t size
     return count;
 }
 
+// Whether a host may be given what lies behind a strip: rows of packed depths and of planes count more bytes
+// than they have.
+bool showsMore(const PulledImage& image, const TW_IMAGEMEMXFER& strip) {
+    return static_cast<uint64_t>(image.bytesPerPixel) * strip.Columns > strip.BytesPerRow ||
+           static_cast<uint64_t>(strip.Rows) * strip.BytesPerRow > strip.BytesWritten;
+}
+
 // One strip; the result decides only whether all images end.
 int32_t pullStrip(TScanModule& module, Link& link, Transfers& transfers, const MethodTrace& trace,
                   GlobalBuffer& buffer, uint8_t* destination, uint32_t size, uint32_t* count) {
@@ -62,6 +69,8 @@ int32_t pullStrip(TScanModule& module, Link& link, Transfers& transfers, const M
     }
     transfers.clearCancel();
     transfers.area.buffer = SmBufferDescriptor{};
+    // A new one is all zeros.
+    if (image.showsMore) buffer.Free();
     if (!allocateStripBuffer(trace, sizes, buffer)) return TWCC_LOWMEMORY;
 
     uint16_t pending;
@@ -86,6 +95,7 @@ int32_t pullStrip(TScanModule& module, Link& link, Transfers& transfers, const M
         return result;
     }
     *count = copyStrip(image, destination, size, strip, buffer);
+    image.showsMore = image.showsMore || showsMore(image, strip);
     image.emptyStrips = strip.BytesWritten == 0 ? image.emptyStrips + 1 : 0;
     if (code == TWRC_SUCCESS && image.emptyStrips == mostEmptyStrips) {
         trace.warn(endlessStrips);
@@ -118,6 +128,7 @@ void TScanModule::ReadBlock(uint8_t* destination, uint32_t size, uint32_t* count
         image.bytesPerPixel = info.PixelType == TWPT_RGB ? 3 : 1;
         image.width = info.ImageWidth;
         image.bitsPerPixel = static_cast<uint16_t>(info.BitsPerPixel);
+        image.showsMore = false;
     }
     // Kept for the next strip, but nobody else's meanwhile: what the source calls may come here again.
     GlobalBuffer buffer;

@@ -13,6 +13,7 @@ struct PulledImage {
     uint32_t bitsPerPixel;   // of the source's rows
     StripBufferSizes sizes;
     int emptyStrips;  // in a row
+    bool showsMore;   // its strips let the host see what lies behind them
 };
 // What the block reader counts when an image is over.
 constexpr uint32_t imageOver = 0xFFFFFFFF;

@@ -17,8 +17,11 @@ struct TransferRecords {
 };
 
 // One area for what the host is pointed to: it is never asked for a file and for a buffer at the same time.
+// Kept: the last DIB's handle lies in it too, so it is what a host finds at the start of its next file's
+// name.
 union TransferArea {
     char fileName[SM_FILE_NAME_SIZE];
+    HGLOBAL dib;
     SmBufferDescriptor buffer;
 };
 

@@ -89,6 +89,7 @@ void TScanModule::DoNativeXfer() {
         trace.note("MSG_GET DAT_IMAGENATIVEXFER");
         HGLOBAL dib = nullptr;
         const TW_UINT16 code = link_.source(DG_IMAGE, DAT_IMAGENATIVEXFER, MSG_GET, &dib);
+        transfers_.area.dib = dib;
         if (code != TWRC_XFERDONE) return transferFailed(link_, trace, code);
         // Kept: the word "error" on success; log readers know it.
         trace.warn("MSG_GET DAT_IMAGENATIVEXFER error");

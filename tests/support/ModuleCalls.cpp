@@ -93,8 +93,8 @@ struct ModuleCallsHooks {
     static BOOL WINAPI getDiskFreeSpaceEx(LPCSTR folder, PULARGE_INTEGER available, PULARGE_INTEGER,
                                           PULARGE_INTEGER) {
         current->folderAsked = folder != nullptr ? folder : "";
-        available->QuadPart = current->diskRoom;
-        return current->diskIsSparse;
+        available->QuadPart = current->diskIsSparse ? current->diskRoom : ~ULONGLONG{0};
+        return current->diskSaysNothing ? FALSE : TRUE;
     }
 
     static UINT WINAPI getPrivateProfileInt(LPCSTR section, LPCSTR key, INT fallback, LPCSTR file) {

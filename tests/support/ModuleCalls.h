@@ -60,7 +60,7 @@ public:
 
     // So many bytes still find room on the disk, then it is full.
     size_t diskRoom = ~size_t{0};
-    // Then it promises more room than it has, but tells when it is asked of a folder; else it says nothing.
+    // Then it promises more room than it has, but tells when it is asked of a folder; else it doesn't know.
     bool diskIsSparse = false;
     std::string folderAsked;
     // What the disk says of itself, plenty unless a test says otherwise; and which disk was asked last.
