@@ -6,6 +6,7 @@
 
 #include "smtrace/LineText.h"
 #include "smtrace/LogWriter.h"
+#include "smtrace/Receiver.h"
 #include "smtrace/Resources.h"
 #include "smtrace/SwitchFile.h"
 #include "windows/Controls.h"
@@ -38,6 +39,7 @@ void MainWindow::run() {
     const HINSTANCE instance = GetModuleHandleW(nullptr);
     CreateDialogParamW(instance, MAKEINTRESOURCEW(IDD_MAIN), nullptr, onMessage,
                        reinterpret_cast<LPARAM>(this));
+    if (window_ == nullptr) throw StartFailure{L"Cannot make the window: " + lastErrorText()};
     ShowWindow(window_, SW_SHOWDEFAULT);
     const HACCEL accelerators = LoadAcceleratorsW(instance, MAKEINTRESOURCEW(IDR_ACCELERATORS));
     MSG message;
