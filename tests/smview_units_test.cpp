@@ -1,10 +1,14 @@
 // The parts of smview that need neither a window nor a source.
 #include <doctest.h>
 
+#include "common/Failure.h"
 #include "smview/AreaSelection.h"
 #include "smview/CapabilityFacts.h"
 #include "smview/PagePicture.h"
+#include "smview/PageSaver.h"
 #include "support/ContainerImage.h"
+#include "support/WindowsFiles.h"
+#include "windows/WideText.h"
 
 using namespace smview;
 
@@ -137,4 +141,26 @@ TEST_CASE("a value is sent in the type that the source answers with; a text that
     CHECK(set("one FIX32 7", "1.5") == "one FIX32 1+32768/65536");
     for (const char* const wrong : {"", "x", "1x", "nan", "1e300"})
         CHECK(set("one UINT16 7", wrong) == "\"" + std::string(wrong) + "\" is no value of type UINT16.");
+}
+
+TEST_CASE("pages are saved as the name's extension says; a file with a number replaces none that is there") {
+    const std::string base = temporaryFolder() + "smview-save";
+    SavedFile page(base + ".bmp"), first(base + "-001.png"), second(base + "-002.png"), all(base + ".pdf");
+    const shared::BmpFormat format = {8, 1, 300, 300, {{0, 0, 0, 0}, {255, 255, 255, 0}}};
+    std::vector<uint8_t> bmp = shared::bmpHeader(format, 1);
+    bmp.insert(bmp.end(), {0xF0, 0, 0, 0});
+    page.set(std::string(bmp.begin(), bmp.end()));
+    const auto save = [&, two = std::vector<PageList::Page>(2, {gui::wide(page.path()), {300, 300}})](
+                          const char* extension) { return savePages(two, gui::wide(base + extension)); };
+
+    CHECK(save(".pdf") == "Saved as " + all.path());
+    CHECK(readFile(all.path()).find("/Count 2") != std::string::npos);
+    second.set("older");
+    CHECK_THROWS_AS(save(".png"), host::Failure);
+    CHECK(readFile(second.path()) == "older");
+    CHECK_FALSE(fileExists(first.path()));
+    second.set(std::nullopt);
+    CHECK(save(".png") == "2 files saved, the first as " + first.path());
+    CHECK(readFile(second.path()).substr(1, 3) == "PNG");
+    CHECK_THROWS_AS(save(".gif"), host::Failure);
 }
