@@ -147,11 +147,11 @@ TEST_CASE("pages are saved as the name's extension says; a file with a number re
     const std::string base = temporaryFolder() + "smview-save";
     SavedFile page(base + ".bmp"), first(base + "-001.png"), second(base + "-002.png"), all(base + ".pdf");
     const shared::BmpFormat format = {8, 1, 300, 300, {{0, 0, 0, 0}, {255, 255, 255, 0}}};
-    std::vector<uint8_t> bmp = shared::bmpHeader(format, 1);
+    std::vector<uint8_t> bmp = shared::bmpHeader(format, 1, false);
     bmp.insert(bmp.end(), {0xF0, 0, 0, 0});
     page.set(std::string(bmp.begin(), bmp.end()));
-    const auto save = [&, two = std::vector<PageList::Page>(2, {gui::wide(page.path()), {300, 300}})](
-                          const char* extension) { return savePages(two, gui::wide(base + extension)); };
+    const auto save = [&, two = std::vector<PageList::Page>(2, {gui::fromAnsi(page.path()), {300, 300}})](
+                          const char* extension) { return savePages(two, gui::fromAnsi(base + extension)); };
 
     CHECK(save(".pdf") == "Saved as " + all.path());
     CHECK(readFile(all.path()).find("/Count 2") != std::string::npos);
