@@ -113,7 +113,7 @@ DWORD run() {
     useConsoleOfCaller();
     const Options options = parseOptions(commandLineWords());
     if (options.help || options.version) {
-        const std::wstring version = L"smtrace " + wide(SCANMODULE_VERSION_TEXT) + L"\n";
+        const std::wstring version = L"smtrace " + fromAnsi(SCANMODULE_VERSION_TEXT) + L"\n";
         print(STD_OUTPUT_HANDLE, options.help ? helpText : version);
         return Done;
     }
