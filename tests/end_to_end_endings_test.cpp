@@ -60,3 +60,14 @@ TEST_CASE("a file that has the name of an unfinished page is somebody's, and sta
         CHECK(folder.files() == "p1.bmp p1.part.bmp");
     }
 }
+
+TEST_CASE("a file of many pages has its name and those that were complete, though the process is ended") {
+    for (const char* const fault : {"hang", "crash"}) {
+        CAPTURE(fault);
+        ScanFolder folder;
+        folder.smscan("--resolution 50 --mode gray --output all.pdf --pages all --timeout 1",
+                      secondOfThree + fault);
+        CHECK(folder.files() == "all.pdf");
+        CHECK(readFile(folder.path("all.pdf")).find("/Count 1 ") != std::string::npos);
+    }
+}

@@ -1,14 +1,14 @@
 // The parts of smview that need neither a window nor a source.
 #include <doctest.h>
 
-#include "WindowsFiles.h"
-#include "common/BmpRowFile.h"
 #include "common/Failure.h"
 #include "smview/AreaSelection.h"
 #include "smview/CapabilityFacts.h"
 #include "smview/PagePicture.h"
 #include "smview/PageSaver.h"
 #include "support/ContainerImage.h"
+#include "support/WindowsFiles.h"
+#include "windows/WideText.h"
 
 using namespace smview;
 
@@ -143,37 +143,24 @@ TEST_CASE("a value is sent in the type that the source answers with; a text that
         CHECK(set("one UINT16 7", wrong) == "\"" + std::string(wrong) + "\" is no value of type UINT16.");
 }
 
-TEST_CASE(
-    "pages are saved by the name's ending: in one file where it holds them, else one each; a wrong name is "
-    "told") {
-    const std::string folder = temporaryFolder(), bmp = folder + "saver.bmp";
-    host::BmpFormat format;
-    format.width = 8;
-    format.bits = 24;
-    host::BmpRowFile file(bmp, format, 4);
-    file.finish();
-    const std::wstring path(bmp.begin(), bmp.end());
-    const std::vector<PageList::Page> pages(2, {path, {100, 100}});
-    const auto saved = [&](const std::string& name, const std::vector<std::string>& files) {
-        const std::string target = folder + name;
-        std::string told;
-        try {
-            told = savePages(pages, std::wstring(target.begin(), target.end()));
-        } catch (const host::Failure& failure) {
-            told = failure.text;
-        }
-        for (const std::string& each : files) {
-            CHECK_MESSAGE(readFile(folder + each).size() > 60, each);
-            DeleteFileA((folder + each).c_str());
-        }
-        return told;
-    };
-    CHECK(saved("saver.pdf", {"saver.pdf"}) == "Saved as " + folder + "saver.pdf");
-    CHECK(saved("saver.png", {"saver-001.png", "saver-002.png"}) ==
-          "2 files saved, the first as " + folder + "saver-001.png");
-    CHECK(saved("saver2.bmp", {"saver2-001.bmp", "saver2-002.bmp"}).substr(0, 8) == "2 files ");
-    CHECK(saved("saver.gif", {}).find("must end in one of .bmp") != std::string::npos);
-    CHECK(saved("saver", {}).find("must end in one of") != std::string::npos);
-    CHECK(saved("no-such-folder\\x.pdf", {}).find("Cannot write") == 0);
-    DeleteFileA(bmp.c_str());
+TEST_CASE("pages are saved as the name's extension says; a file with a number replaces none that is there") {
+    const std::string base = temporaryFolder() + "smview-save";
+    SavedFile page(base + ".bmp"), first(base + "-001.png"), second(base + "-002.png"), all(base + ".pdf");
+    const shared::BmpFormat format = {8, 1, 300, 300, {{0, 0, 0, 0}, {255, 255, 255, 0}}};
+    std::vector<uint8_t> bmp = shared::bmpHeader(format, 1, false);
+    bmp.insert(bmp.end(), {0xF0, 0, 0, 0});
+    page.set(std::string(bmp.begin(), bmp.end()));
+    const auto save = [&, two = std::vector<PageList::Page>(2, {gui::fromAnsi(page.path()), {300, 300}})](
+                          const char* extension) { return savePages(two, gui::fromAnsi(base + extension)); };
+
+    CHECK(save(".pdf") == "Saved as " + all.path());
+    CHECK(readFile(all.path()).find("/Count 2") != std::string::npos);
+    second.set("older");
+    CHECK_THROWS_AS(save(".png"), host::Failure);
+    CHECK(readFile(second.path()) == "older");
+    CHECK_FALSE(fileExists(first.path()));
+    second.set(std::nullopt);
+    CHECK(save(".png") == "2 files saved, the first as " + first.path());
+    CHECK(readFile(second.path()).substr(1, 3) == "PNG");
+    CHECK_THROWS_AS(save(".gif"), host::Failure);
 }

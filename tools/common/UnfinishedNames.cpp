@@ -6,31 +6,13 @@
 #include <vector>
 
 #include "common/TextEncoding.h"
+#include "windows/CriticalSection.h"
 
 namespace host {
 
 namespace {
 
-class Lock {
-public:
-    Lock() { InitializeCriticalSection(&section_); }
-    void enter() { EnterCriticalSection(&section_); }
-    void leave() { LeaveCriticalSection(&section_); }
-
-    class Hold {
-    public:
-        explicit Hold(Lock& lock) : lock_(lock) { lock_.enter(); }
-        ~Hold() { lock_.leave(); }
-        Hold(const Hold&) = delete;
-        Hold& operator=(const Hold&) = delete;
-
-    private:
-        Lock& lock_;
-    };
-
-private:
-    CRITICAL_SECTION section_;
-};
+using gui::CriticalSection;
 
 bool sameFile(const BY_HANDLE_FILE_INFORMATION& one, const BY_HANDLE_FILE_INFORMATION& other) {
     return one.dwVolumeSerialNumber == other.dwVolumeSerialNumber &&
@@ -82,7 +64,7 @@ struct UnfinishedName::Entry {
 namespace {
 
 // Never destroyed, as they serve to the very end.
-Lock& lock = *new Lock;
+CriticalSection& section = *new CriticalSection;
 std::vector<UnfinishedName::Entry*>& entries = *new std::vector<UnfinishedName::Entry*>;
 
 }  // namespace
@@ -92,27 +74,27 @@ void removeThoughOpen(const std::string& path) {
 }
 
 UnfinishedName::UnfinishedName(const std::string& path) : entry_(new Entry{wide(path), {}}) {
-    const Lock::Hold hold(lock);
+    const CriticalSection::Hold hold(section);
     entries.push_back(entry_.get());
 }
 
 UnfinishedName::~UnfinishedName() {
-    const Lock::Hold hold(lock);
+    const CriticalSection::Hold hold(section);
     entries.erase(std::find(entries.begin(), entries.end(), entry_.get()));
 }
 
 void UnfinishedName::rename(const std::string& path) {
-    const Lock::Hold hold(lock);
+    const CriticalSection::Hold hold(section);
     entry_->path = wide(path);
 }
 
 void UnfinishedName::keepAs(const std::string& finalPath) {
-    const Lock::Hold hold(lock);
+    const CriticalSection::Hold hold(section);
     entry_->finalPath = wide(finalPath);
 }
 
 UnfinishedFilesHeld::UnfinishedFilesHeld() {
-    lock.enter();
+    new CriticalSection::Hold(section);  // never let go
     // Whoever is stopped from now on doesn't hold the heap, which Windows itself needs.
     HeapLock(GetProcessHeap());
 }

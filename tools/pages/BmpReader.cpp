@@ -54,6 +54,8 @@ void BmpReader::readHeaders() {
     fileBits_ = header.biBitCount;
     if (fileBits_ != 1 && fileBits_ != 4 && fileBits_ != 8 && fileBits_ != 24 && fileBits_ != 32)
         refuse("has an uncommon number of bits per pixel");
+    // Rows are counted in 32 bits.
+    if (shared::bmpRowBytes(header.biWidth, 32) > INT_MAX) refuse("is wider than any scanner's");
     format_.width = header.biWidth;
     format_.height = std::abs(static_cast<int>(header.biHeight));
     format_.xDotsPerInch = header.biXPelsPerMeter * 0.0254;

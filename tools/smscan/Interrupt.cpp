@@ -3,12 +3,15 @@
 #include <atomic>
 
 #include "smscan/ForcedEnd.h"
+#include "windows/CriticalSection.h"
 
 namespace smscan {
 
 namespace {
 
-std::atomic<host::HostWindow*> cancelled{nullptr};
+// Never destroyed: the handler may run until the process ends. It keeps the window while that is told.
+gui::CriticalSection& section = *new gui::CriticalSection;
+host::HostWindow* cancelled = nullptr;
 std::atomic<bool> came{false};
 std::atomic<DWORD> cameAt{0};
 
@@ -18,17 +21,21 @@ constexpr DWORD samePress = 500;
 const host::Failure cancelledAtOnce{host::FailureCode::Cancelled,
                                     "Cancelled at once. Pages that are complete are kept."};
 
+// The first time; false if there is none.
+bool cancelWindow() {
+    const gui::CriticalSection::Hold hold(section);
+    if (!cancelled) return false;
+    if (came) return true;
+    cameAt = GetTickCount();
+    came = true;
+    cancelled->cancel();
+    return true;
+}
+
 // Runs on a thread of the system's.
 BOOL WINAPI onConsoleEvent(DWORD event) {
-    host::HostWindow* const window = cancelled;
-    if (!window) endAtOnce({host::FailureCode::Cancelled, "Cancelled."});
-    if (!came) {
-        cameAt = GetTickCount();
-        came = true;
-        window->cancel();
-    } else if (GetTickCount() - cameAt > samePress) {
-        endAtOnce(cancelledAtOnce);
-    }
+    if (!cancelWindow()) endAtOnce({host::FailureCode::Cancelled, "Cancelled."});
+    if (came && GetTickCount() - cameAt > samePress) endAtOnce(cancelledAtOnce);
     // After these Windows ends the process as soon as this function returns.
     if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) Sleep(INFINITE);
     return TRUE;
@@ -50,10 +57,12 @@ std::optional<DWORD> Interrupt::age() const {
 }
 
 CancelledWindow::CancelledWindow(host::HostWindow& window) {
+    const gui::CriticalSection::Hold hold(section);
     cancelled = &window;
 }
 
 CancelledWindow::~CancelledWindow() {
+    const gui::CriticalSection::Hold hold(section);
     cancelled = nullptr;
 }
 

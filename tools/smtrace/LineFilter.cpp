@@ -34,8 +34,8 @@ bool FilteredLines::update() {
 }
 
 void FilteredLines::forget() {
+    // seen_ stays: a line that came since the store was cleared is still to be taken in.
     numbers_.clear();
-    seen_ = store_.end();
 }
 
 std::optional<StoredLine> FilteredLines::line(size_t row) const {

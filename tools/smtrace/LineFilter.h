@@ -28,6 +28,7 @@ public:
     void setFilter(const LineFilter& filter);
     // Takes in what has come since; tells whether that was anything.
     bool update();
+    // For a store that was cleared.
     void forget();
 
     size_t size() const { return numbers_.size(); }

@@ -6,8 +6,8 @@
 
 namespace smtrace {
 
+using gui::fromAnsi;
 using gui::utf8;
-using gui::wide;
 
 namespace {
 
@@ -26,11 +26,11 @@ std::wstring shownText(const StoredLine& line) {
     const std::wstring indent(line.depth * indentation, L' ');
     switch (parsed.kind) {
         case Kind::Call:
-            return indent + L"\x2192 " + wide(parsed.method);
+            return indent + L"\x2192 " + fromAnsi(parsed.method);
         case Kind::Return:
-            return indent + L"\x2190 " + wide(parsed.method);
+            return indent + L"\x2190 " + fromAnsi(parsed.method);
         default:
-            return indent + wide(parsed.text);
+            return indent + fromAnsi(parsed.text);
     }
 }
 
@@ -40,8 +40,8 @@ std::string logText(const StoredLine& line) {
     std::snprintf(start, sizeof start, "%s%10s %6lu %-8s", line.beginsCall ? "\n" : "",
                   utf8(L"+" + milliseconds(line.sinceLast)).c_str(), static_cast<unsigned long>(line.sender),
                   utf8(levelNames[static_cast<size_t>(parsed.level)]).c_str());
-    std::string text = start + std::string(line.depth * indentation, ' ') + utf8(wide(parsed.text));
-    if (!parsed.place.empty()) text += "  (" + utf8(wide(parsed.place)) + ")";
+    std::string text = start + std::string(line.depth * indentation, ' ') + utf8(fromAnsi(parsed.text));
+    if (!parsed.place.empty()) text += "  (" + utf8(fromAnsi(parsed.place)) + ")";
     return text + "\n";
 }
 
@@ -53,7 +53,7 @@ std::string statisticsText(const std::vector<MethodStatistics>& methods) {
         std::snprintf(row, sizeof row, "%8lu %9.1f %10.3f %11.3f  ", static_cast<unsigned long>(each.calls),
                       total, each.returns == 0 ? 0.0 : total / each.returns,
                       static_cast<double>(each.longest) / 1000);
-        text += row + utf8(wide(each.method)) + "\n";
+        text += row + utf8(fromAnsi(each.method)) + "\n";
     }
     return text;
 }

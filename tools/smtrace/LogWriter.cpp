@@ -1,5 +1,7 @@
 #include "smtrace/LogWriter.h"
 
+#include <new>
+
 #include "smtrace/LineText.h"
 #include "windows/WideText.h"
 
@@ -24,7 +26,8 @@ bool writeAll(HANDLE file, std::string_view bytes) {
 LogWriter::LogWriter(LineStore& store, std::vector<Output> outputs, bool forgetful)
     : store_(store), outputs_(std::move(outputs)), forgetful_(forgetful), next_(store.end()) {
     stop_ = gui::owned(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-    thread_ = gui::owned(CreateThread(nullptr, 0, run, this, 0, nullptr));
+    if (stop_) thread_ = gui::owned(CreateThread(nullptr, 0, run, this, 0, nullptr));
+    if (!thread_) throw std::bad_alloc();
 }
 
 LogWriter::~LogWriter() {
@@ -49,14 +52,15 @@ DWORD WINAPI LogWriter::run(void* self) {
 
 void LogWriter::writeNew() {
     const size_t end = store_.end();
-    while (next_ < end && !failed_) {
+    while (next_ < end) {
         std::string block;
         for (; next_ < end && block.size() < blockSize; ++next_)
             if (const std::optional<StoredLine> line = store_.line(next_)) block += logText(*line);
-        for (const Output& output : outputs_) {
-            if (writeAll(output.handle, block)) continue;
+        // One that fails doesn't stop the others.
+        for (Output& output : outputs_) {
+            if (output.failed || writeAll(output.handle, block)) continue;
             failure_ = L"Cannot write to " + output.name + L": " + gui::lastErrorText();
-            failed_ = true;
+            output.failed = true;
         }
         if (forgetful_) store_.dropBefore(next_);
     }

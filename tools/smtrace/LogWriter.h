@@ -2,7 +2,6 @@
 
 #include <windows.h>
 
-#include <atomic>
 #include <string>
 #include <vector>
 
@@ -17,6 +16,7 @@ public:
     struct Output {
         std::wstring name;  // as a message tells of it
         HANDLE handle;      // the caller's
+        bool failed = false;
     };
 
     // forgetful: what is written is dropped from the store, as nobody will show it.
@@ -28,17 +28,15 @@ public:
 
     // Writes the rest, and ends. Empty, or what went wrong.
     std::wstring finish();
-    bool hasFailed() const { return failed_; }
 
 private:
     static DWORD WINAPI run(void* self);
     void writeNew();
 
     LineStore& store_;
-    const std::vector<Output> outputs_;
+    std::vector<Output> outputs_;
     const bool forgetful_;
     size_t next_ = 0;
-    std::atomic<bool> failed_{false};
     std::wstring failure_;  // read when the thread has ended
     gui::Handle stop_;
     gui::Handle thread_;

@@ -22,10 +22,14 @@ namespace {
 
 enum ExitCode : DWORD { Done = 0, Failed = 1, Usage = 2 };
 
+// Never closed: the handler may run until the process ends.
 HANDLE stopped = nullptr;
 
-BOOL WINAPI onConsoleEvent(DWORD) {
+BOOL WINAPI onConsoleEvent(DWORD event) {
     SetEvent(stopped);
+    // After the others Windows ends the process as soon as this returns; the last lines are still to be
+    // written.
+    if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) Sleep(INFINITE);
     return TRUE;
 }
 
@@ -92,8 +96,7 @@ DWORD runWithoutWindow(const Options& options) {
     }
     if (options.console) outputs.push_back({L"the standard output", GetStdHandle(STD_OUTPUT_HANDLE)});
 
-    const Handle stop = owned(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-    stopped = stop.get();
+    stopped = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     SetConsoleCtrlHandler(onConsoleEvent, TRUE);
     LogWriter writer(store, outputs, true);
     const auto receiver = std::make_unique<Receiver>(store, senders);
@@ -110,7 +113,7 @@ DWORD run() {
     useConsoleOfCaller();
     const Options options = parseOptions(commandLineWords());
     if (options.help || options.version) {
-        const std::wstring version = L"smtrace " + wide(SCANMODULE_VERSION_TEXT) + L"\n";
+        const std::wstring version = L"smtrace " + fromAnsi(SCANMODULE_VERSION_TEXT) + L"\n";
         print(STD_OUTPUT_HANDLE, options.help ? helpText : version);
         return Done;
     }

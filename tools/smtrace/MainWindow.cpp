@@ -6,6 +6,7 @@
 
 #include "smtrace/LineText.h"
 #include "smtrace/LogWriter.h"
+#include "smtrace/Receiver.h"
 #include "smtrace/Resources.h"
 #include "smtrace/SwitchFile.h"
 #include "windows/Controls.h"
@@ -38,6 +39,7 @@ void MainWindow::run() {
     const HINSTANCE instance = GetModuleHandleW(nullptr);
     CreateDialogParamW(instance, MAKEINTRESOURCEW(IDD_MAIN), nullptr, onMessage,
                        reinterpret_cast<LPARAM>(this));
+    if (window_ == nullptr) throw StartFailure{L"Cannot make the window: " + lastErrorText()};
     ShowWindow(window_, SW_SHOWDEFAULT);
     const HACCEL accelerators = LoadAcceleratorsW(instance, MAKEINTRESOURCEW(IDR_ACCELERATORS));
     MSG message;
@@ -180,7 +182,7 @@ void MainWindow::describeCell(NMLVDISPINFOW& info) {
                 cell_ = shownText(*line);
                 break;
             case Place:
-                cell_ = wide(parsed.place);
+                cell_ = fromAnsi(parsed.place);
                 break;
         }
     }
@@ -219,7 +221,7 @@ void MainWindow::filter() {
     filter.levels[static_cast<size_t>(Level::Trace)] = isChecked(IDC_SHOW_TRACE);
     filter.levels[static_cast<size_t>(Level::Warning)] = isChecked(IDC_SHOW_WARNINGS);
     filter.levels[static_cast<size_t>(Level::Fatal)] = isChecked(IDC_SHOW_FATAL);
-    filter.text = ansi(textOf(GetDlgItem(window_, IDC_FILTER)));
+    filter.text = toAnsi(textOf(GetDlgItem(window_, IDC_FILTER)));
     lines_.setFilter(filter);
     ListView_SetItemCountEx(list_, lines_.size(), 0);
     ListView_EnsureVisible(list_, static_cast<int>(lines_.size()) - 1, FALSE);
@@ -230,7 +232,7 @@ void MainWindow::findNext() {
     const std::wstring text = textOf(GetDlgItem(window_, IDC_FIND));
     if (text.empty()) return;
     const int focused = ListView_GetNextItem(list_, -1, LVNI_FOCUSED);
-    const std::optional<size_t> row = lines_.find(ansi(text), focused + 1);
+    const std::optional<size_t> row = lines_.find(toAnsi(text), focused + 1);
     report(row ? L"" : L"Not found: " + text);
     if (row) {
         const int found = static_cast<int>(*row);

@@ -67,11 +67,13 @@ DWORD WINAPI Receiver::run(void* self) {
     windowClass.lpszClassName = viewerClass;
     RegisterClassW(&windowClass);
     // Never shown, yet no message-only window: those can't be found by their class.
-    receiver.window_ = CreateWindowW(viewerClass, L"", WS_POPUP, 0, 0, 0, 0, nullptr, nullptr,
-                                     windowClass.hInstance, &receiver);
+    const HWND window = CreateWindowW(viewerClass, L"", WS_POPUP, 0, 0, 0, 0, nullptr, nullptr,
+                                      windowClass.hInstance, &receiver);
+    receiver.window_ = window;
     SetEvent(receiver.ready_.get());
+    // From here on a receiver without a window may be gone.
     MSG message;
-    while (receiver.window_ != nullptr && GetMessageW(&message, nullptr, 0, 0) > 0)
+    while (window != nullptr && GetMessageW(&message, nullptr, 0, 0) > 0)
         DispatchMessageW(&message);
     return 0;
 }

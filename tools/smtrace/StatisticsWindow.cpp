@@ -62,7 +62,7 @@ bool StatisticsWindow::handle(UINT message, WPARAM wParam, LPARAM lParam) {
             if (anchors_) anchors_->limit(*reinterpret_cast<MINMAXINFO*>(lParam));
             return true;
         case WM_COMMAND:
-            if (LOWORD(wParam) == IDC_COPY) copyText(window_, wide(statisticsText(store_.statistics())));
+            if (LOWORD(wParam) == IDC_COPY) copyText(window_, fromAnsi(statisticsText(store_.statistics())));
             if (LOWORD(wParam) == IDCANCEL) DestroyWindow(window_);
             return true;
         case WM_DESTROY:
@@ -83,7 +83,7 @@ void StatisticsWindow::fill() {
     for (int row = 0; row < static_cast<int>(methods.size()); ++row) {
         const MethodStatistics& method = methods[row];
         const std::wstring cells[] = {
-            wide(method.method), std::to_wstring(method.calls), milliseconds(method.inside),
+            fromAnsi(method.method), std::to_wstring(method.calls), milliseconds(method.inside),
             method.returns == 0 ? L"" : milliseconds(method.inside / method.returns),
             milliseconds(method.longest)};
         LVITEMW item = {};

@@ -17,9 +17,9 @@ constexpr size_t columnCount = 6;
 
 std::array<std::wstring, columnCount> cellsOf(const CapabilityFacts& facts) {
     const bool told = facts.problem.empty();
-    return {gui::wide(facts.name),      gui::wide(facts.type),
-            gui::wide(facts.container), gui::wide(told ? facts.current : "(" + facts.problem + ")"),
-            gui::wide(facts.offered),   gui::wide(facts.operations)};
+    return {gui::fromAnsi(facts.name),      gui::fromAnsi(facts.type),
+            gui::fromAnsi(facts.container), gui::fromAnsi(told ? facts.current : "(" + facts.problem + ")"),
+            gui::fromAnsi(facts.offered),   gui::fromAnsi(facts.operations)};
 }
 
 }  // namespace
@@ -129,8 +129,8 @@ void CapabilityWindow::choose(int row) {
     if (row >= static_cast<int>(capabilities_.size())) return;
     chosen_ = row;
     const CapabilityFacts& facts = capabilities_[row];
-    SetDlgItemTextW(window_, IDC_CHOSEN, gui::wide(facts.name).c_str());
-    SetDlgItemTextW(window_, IDC_VALUE, gui::wide(facts.current).c_str());
+    SetDlgItemTextW(window_, IDC_CHOSEN, gui::fromAnsi(facts.name).c_str());
+    SetDlgItemTextW(window_, IDC_VALUE, gui::fromAnsi(facts.current).c_str());
     SetDlgItemTextW(window_, IDC_RESULT, L"");
 }
 
@@ -141,7 +141,7 @@ void CapabilityWindow::change(int control) {
     const ChangeResult result = control == IDC_RESET
                                     ? resetCapability(module_.smCapNegotiate, before.id)
                                     : setCapability(module_.smCapNegotiate, before,
-                                                    gui::ansi(gui::textOf(GetDlgItem(window_, IDC_VALUE))));
+                                                    gui::toAnsi(gui::textOf(GetDlgItem(window_, IDC_VALUE))));
     std::wstring changed;
     for (int row = 0; row < static_cast<int>(capabilities_.size()); ++row) {
         CapabilityFacts& facts = capabilities_[row];
@@ -149,11 +149,11 @@ void CapabilityWindow::change(int control) {
         facts = describeCapability(module_.smCapNegotiate, facts.id);
         showRow(row);
         if (facts.current != current)
-            changed += L" " + gui::wide(facts.name + " is now " + facts.current + ".");
+            changed += L" " + gui::fromAnsi(facts.name + " is now " + facts.current + ".");
     }
-    SetDlgItemTextW(window_, IDC_VALUE, gui::wide(capabilities_[chosen_].current).c_str());
+    SetDlgItemTextW(window_, IDC_VALUE, gui::fromAnsi(capabilities_[chosen_].current).c_str());
     if (result.taken && changed.empty()) changed = L" Nothing has changed.";
-    SetDlgItemTextW(window_, IDC_RESULT, (gui::wide(result.words) + changed).c_str());
+    SetDlgItemTextW(window_, IDC_RESULT, (gui::fromAnsi(result.words) + changed).c_str());
 }
 
 // As a table that a spreadsheet takes.

@@ -12,7 +12,7 @@
 #include "common/PageScan.h"
 #include "common/ScanPreparation.h"
 #include "common/SourceChoice.h"
-#include "pages/PageWriter.h"
+#include "common/Text.h"
 #include "smview/CapabilityWindow.h"
 #include "smview/PageSaver.h"
 #include "smview/QuietWindows.h"
@@ -49,6 +49,11 @@ void MainWindow::run() {
     PageView::registerClass();
     CreateDialogParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDD_MAIN), nullptr, onMessage,
                        reinterpret_cast<LPARAM>(this));
+    if (window_ == nullptr)
+        throw Failure{FailureCode::SourceError, "Cannot make the window: " + host::lastErrorText()};
+    pages_ = std::make_unique<PageList>(control(IDC_PAGE_LIST));
+    host_ = std::make_unique<host::HostWindow>();
+    host_->setFilter([this](MSG& message) { return IsDialogMessageW(window_, &message) != FALSE; });
     ShowWindow(window_, SW_SHOWDEFAULT);
     attempt([&] { listSources(); });
     MSG message;
@@ -92,10 +97,8 @@ bool MainWindow::handle(UINT message, WPARAM wParam, LPARAM lParam) {
         }
         case WM_CLOSE:
             closing_ = true;
-            if (busy_)
-                host_->cancel();
-            else
-                DestroyWindow(window_);
+            if (busy_) host_->cancel();
+            if (!attempting_) DestroyWindow(window_);
             return true;
         case WM_DESTROY:
             source_.reset();
@@ -119,11 +122,6 @@ void MainWindow::setUp() {
                                                                         {IDC_STATUS, Left | Right | Bottom}});
     SendMessageW(control(IDC_PROGRESS), PBM_SETRANGE32, 0, wholeProgress);
     form_ = std::make_unique<ScanForm>(window_);
-    attempt([&] {
-        pages_ = std::make_unique<PageList>(control(IDC_PAGE_LIST));
-        host_ = std::make_unique<host::HostWindow>();
-        host_->setFilter([this](MSG& message) { return IsDialogMessageW(window_, &message) != FALSE; });
-    });
 }
 
 void MainWindow::command(int id, int notification) {
@@ -135,8 +133,7 @@ void MainWindow::command(int id, int notification) {
             return attempt([&] { preview(); });
         case IDOK:
         case IDC_SCAN:
-            if (!busy_) attempt([&] { scan(); });
-            return;
+            return attempt([&] { scan(); });
         case IDCANCEL:
             if (busy_) host_->cancel();
             return;
@@ -156,6 +153,8 @@ void MainWindow::command(int id, int notification) {
 
 template <class Step>
 void MainWindow::attempt(Step step) {
+    if (attempting_) return;
+    attempting_ = true;
     notes_.clear();
     try {
         step();
@@ -165,6 +164,7 @@ void MainWindow::attempt(Step step) {
         tell(host::outOfMemory().text);
     }
     setBusy(false);
+    attempting_ = false;
     if (closing_) DestroyWindow(window_);
 }
 
@@ -294,8 +294,8 @@ void MainWindow::showFocusedPage() {
     try {
         loadPicture(page->path, page_);
         showPicture(page_, std::nullopt);
-    } catch (const pages::WriteError& error) {
-        tell("Cannot read the page: " + error.text);
+    } catch (const Failure& failure) {
+        tell(failure.text);
     }
 }
 
@@ -352,7 +352,13 @@ void MainWindow::pageDone(const host::ScannedPage& page) {
         showPicture(preview_, previewed_);
         return;
     }
-    loadPicture(path, page_);
+    // A page that can't be shown can still be saved.
+    try {
+        loadPicture(path, page_);
+    } catch (const Failure& failure) {
+        page_ = {};
+        note(failure.text);
+    }
     pages_->add(page, page_);
     showPicture(page_, std::nullopt);
     pump();

@@ -35,7 +35,8 @@ private:
     void setUp();
     void command(int control, int notification);
 
-    // Runs a step that a person has asked for; a Failure in it becomes the status text.
+    // Runs a step that a person has asked for; a Failure in it becomes the status text. Not within another:
+    // a source that opens may let messages through.
     template <class Step>
     void attempt(Step step);
     void listSources();
@@ -81,7 +82,8 @@ private:
     DWORD drawPause_ = 0;
     int shownProgress_ = 0;
     bool previewing_ = false;
-    bool busy_ = false;
+    bool attempting_ = false;
+    bool busy_ = false;  // a page is on its way
     bool closing_ = false;
     std::string notes_;
 };

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "common/Failure.h"
+#include "common/Text.h"
 #include "pages/BmpReader.h"
 #include "smview/AreaSelection.h"
 #include "windows/WideText.h"
@@ -25,9 +26,8 @@ std::wstring makeFolder() {
     GetTempPathW(MAX_PATH, temporary);
     const std::wstring path = temporary + (L"smview-" + std::to_wstring(GetCurrentProcessId()));
     if (!CreateDirectoryW(path.c_str(), nullptr) && GetLastError() != ERROR_ALREADY_EXISTS)
-        throw host::Failure{host::FailureCode::CannotWrite,
-                            "Cannot make the folder " + gui::utf8(path) +
-                                " for the pages: " + gui::utf8(gui::lastErrorText())};
+        throw host::Failure{host::FailureCode::CannotWrite, "Cannot make the folder " + gui::utf8(path) +
+                                                                " for the pages: " + host::lastErrorText()};
     return path + L"\\";
 }
 
@@ -100,7 +100,7 @@ const PageList::Page* PageList::focused() const {
     return row < 0 || row >= static_cast<int>(pages_.size()) ? nullptr : &pages_[row];
 }
 
-void loadPicture(const std::wstring& path, PagePicture& picture) {
+void loadPicture(const std::wstring& path, PagePicture& picture) try {
     pages::BmpReader reader(path);
     const pages::PageFormat& format = reader.format();
     std::vector<uint32_t> palette = colorsOf(format.palette);
@@ -118,6 +118,10 @@ void loadPicture(const std::wstring& path, PagePicture& picture) {
         picture.addFileRow(row.data(), y);
     }
     picture.finish();
+} catch (const pages::WriteError& error) {
+    throw host::Failure{host::FailureCode::CannotWrite,
+                        "Cannot show the page: " +
+                            (error.windowsError != 0 ? host::errorText(error.windowsError) : error.text)};
 }
 
 }  // namespace smview

@@ -49,7 +49,7 @@ private:
     int number_ = 0;
 };
 
-// Reads a BMP file, made small. Throws pages::WriteError.
+// Reads a BMP file, made small. Throws Failure.
 void loadPicture(const std::wstring& path, PagePicture& picture);
 
 }  // namespace smview

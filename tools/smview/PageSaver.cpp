@@ -45,7 +45,7 @@ void saveFile(const PageList::Page* first, const PageList::Page* last, const std
     try {
         if (format == pages::FileFormat::Bmp) {
             if (!CopyFileW(first->path.c_str(), unfinished.c_str(), FALSE))
-                host::failWrite(gui::utf8(path), gui::utf8(gui::lastErrorText()));
+                host::failWrite(gui::utf8(path), host::lastErrorText());
         } else {
             const std::unique_ptr<pages::PageWriter> writer = pages::makePageWriter(format, unfinished, {});
             for (const PageList::Page* page = first; page != last; ++page)
@@ -53,9 +53,8 @@ void saveFile(const PageList::Page* first, const PageList::Page* last, const std
             writer->close();
         }
     } catch (const pages::WriteError& error) {
-        SetLastError(error.windowsError);
         host::failWrite(gui::utf8(path),
-                        error.windowsError != 0 ? gui::utf8(gui::lastErrorText()) : error.text);
+                        error.windowsError != 0 ? host::errorText(error.windowsError) : error.text);
     }
     file.keep(true);  // the person has said so
 }
@@ -80,6 +79,11 @@ std::wstring askForName(HWND owner, bool severalPages) {
     if (dialog.nFileExtension == 0 && dialog.nFilterIndex >= 1 && dialog.nFilterIndex <= formats.size()) {
         const std::string extensions = formats[dialog.nFilterIndex - 1].extensions;
         name += gui::fromUtf8(extensions.substr(0, extensions.find(' ')));
+        // The dialog has asked about the name as it was typed.
+        const std::wstring question = name + L" exists already. Replace it?";
+        if (host::fileExists(gui::utf8(name)) &&
+            MessageBoxW(owner, question.c_str(), L"Save as", MB_YESNO | MB_ICONWARNING) != IDYES)
+            return L"";
     }
     return name;
 }
@@ -100,6 +104,10 @@ std::string savePages(const std::vector<PageList::Page>& pages, const std::wstri
         saveFile(first, first + pages.size(), path, format->format);
         return "Saved as " + gui::utf8(path);
     }
+    // Nobody was asked about names with a number.
+    for (size_t i = 0; i < pages.size(); ++i)
+        if (const std::string name = gui::utf8(numbered(path, dot, i + 1)); host::fileExists(name))
+            host::failWrite(name, "the file is there already. Choose another name.");
     for (size_t i = 0; i < pages.size(); ++i)
         saveFile(first + i, first + i + 1, numbered(path, dot, i + 1), format->format);
     return host::format("%u files saved, the first as ", static_cast<unsigned>(pages.size())) +

@@ -24,11 +24,11 @@ std::string encoded(UINT codePage, std::wstring_view text) {
 
 }  // namespace
 
-std::wstring wide(std::string_view ansi) {
+std::wstring fromAnsi(std::string_view ansi) {
     return decoded(CP_ACP, ansi);
 }
 
-std::string ansi(std::wstring_view text) {
+std::string toAnsi(std::wstring_view text) {
     return encoded(CP_ACP, text);
 }
 

@@ -6,8 +6,8 @@
 namespace gui {
 
 // From and to the code page of programs that have no other, as sources and the module are.
-std::wstring wide(std::string_view ansi);
-std::string ansi(std::wstring_view text);
+std::wstring fromAnsi(std::string_view ansi);
+std::string toAnsi(std::wstring_view text);
 
 std::string utf8(std::wstring_view text);
 std::wstring fromUtf8(std::string_view text);
