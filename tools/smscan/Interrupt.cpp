@@ -2,7 +2,7 @@
 
 #include <atomic>
 
-#include "smscan/ForcedEnd.h"
+#include "common/ForcedEnd.h"
 
 namespace smscan {
 
@@ -21,13 +21,13 @@ const host::Failure cancelledAtOnce{host::FailureCode::Cancelled,
 // Runs on a thread of the system's.
 BOOL WINAPI onConsoleEvent(DWORD event) {
     host::HostWindow* const window = cancelled;
-    if (!window) endAtOnce({host::FailureCode::Cancelled, "Cancelled."});
+    if (!window) host::endAtOnce({host::FailureCode::Cancelled, "Cancelled."});
     if (!came) {
         cameAt = GetTickCount();
         came = true;
         window->cancel();
     } else if (GetTickCount() - cameAt > samePress) {
-        endAtOnce(cancelledAtOnce);
+        host::endAtOnce(cancelledAtOnce);
     }
     // After these Windows ends the process as soon as this function returns.
     if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) Sleep(INFINITE);
