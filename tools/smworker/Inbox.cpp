@@ -10,7 +10,7 @@ using Hold = gui::CriticalSection::Hold;
 
 Inbox::Inbox() : changed_(CreateEventA(nullptr, FALSE, FALSE, nullptr)) {}
 
-void Inbox::add(Request request) {
+void Inbox::add(const Request& request) {
     constexpr size_t mostRequests = 100;
     const Hold hold(lock_);
     const bool isScan = request.method == "scan";
@@ -20,7 +20,7 @@ void Inbox::add(Request request) {
         throw ProtocolError{ErrorCode::Busy, host::format("%d requests wait; wait for an answer, too.",
                                                           static_cast<int>(mostRequests))};
     if (isScan) scan_ = Scan{request.id.value_or(nullptr), ended_};
-    requests_.push_back(std::move(request));
+    requests_.push_back(request);
     SetEvent(changed_.get());
 }
 

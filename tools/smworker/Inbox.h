@@ -19,7 +19,7 @@ public:
     Inbox& operator=(const Inbox&) = delete;
 
     // From any thread: throws ProtocolError when there is no room, or for a second scan.
-    void add(Request request);
+    void add(const Request& request);
     // Cancels the scan of that id, or whichever there is; false when it isn't here.
     bool cancel(const Json* id);
     // No more comes; the scan is cancelled.

@@ -25,9 +25,6 @@ std::optional<std::string> LineReader::next() {
         place_ = end + (ended ? 1 : 0);
         if (ended) break;
     }
-    constexpr char byteOrderMark[] = "\xEF\xBB\xBF";
-    if (atStart_ && line.compare(0, 3, byteOrderMark) == 0) line.erase(0, 3);
-    atStart_ = false;
     if (!line.empty() && line.back() == '\r') line.pop_back();
     return line;
 }

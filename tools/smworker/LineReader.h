@@ -9,8 +9,8 @@ namespace smworker {
 
 constexpr size_t longestLine = 1 << 20;
 
-// The lines of a pipe, without what ends them. What a line has beyond longestLine and a byte more is lost, so
-// that it is seen to be too long. A byte order mark at the beginning is none of the text.
+// The lines of a pipe, without what ends them. Of a line that is longer than longestLine only a byte more is
+// kept, by which it is seen to be too long.
 class LineReader {
 public:
     explicit LineReader(HANDLE pipe) : pipe_(pipe) {}
@@ -24,7 +24,6 @@ private:
     HANDLE pipe_;
     std::string block_;
     size_t place_ = 0;
-    bool atStart_ = true;
 };
 
 }  // namespace smworker

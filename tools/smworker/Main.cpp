@@ -68,9 +68,8 @@ bool take(const std::string& line) {
             if (request.id) worker.outbox->send(resultLine(*request.id, std::move(result)));
             return true;
         }
-        const bool isEnd = request.method == "shutdown";
-        worker.inbox.add(std::move(request));
-        return !isEnd;
+        worker.inbox.add(request);
+        return request.method != "shutdown";
     } catch (const ProtocolError& error) {
         worker.outbox->send(errorLine(request.id.value_or(nullptr), error));
     } catch (const std::exception&) {
