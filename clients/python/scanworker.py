@@ -16,7 +16,7 @@ import sys
 import threading
 from pathlib import Path
 
-END = object()
+END, USUAL = object(), object()
 
 
 class ScanError(Exception):
@@ -38,7 +38,7 @@ class WorkerSilent(Exception):
 def default_command():
     """SMWORKER in the environment, or smworker.exe beside this file or in the package that it came with."""
     here = Path(__file__).resolve().parent
-    places = [here, here.parents[1] / "bin", here.parents[1] / "build/mingw32/bin"]
+    places = [here, here / "../../bin", here / "../../build/mingw32/bin"]
     found = [str(place / "smworker.exe") for place in places if (place / "smworker.exe").exists()]
     program = os.environ.get("SMWORKER") or (found or ["smworker.exe"])[0]
     return [program] if os.name == "nt" else ["wine", program]
@@ -66,10 +66,12 @@ class Worker:
         self.close()
 
     def _read(self):
-        for line in self.process.stdout:
-            if line.endswith(b"\n"):  # else it was cut off in the midst
-                self._lines.put(json.loads(line))
-        self._lines.put(END)
+        try:
+            for line in self.process.stdout:
+                if line.endswith(b"\n"):  # else it was cut off in the midst
+                    self._lines.put(json.loads(line))
+        finally:
+            self._lines.put(END)
 
     def send(self, method, **params):
         """Sends a request without waiting; returns its id."""
@@ -82,18 +84,19 @@ class Worker:
             raise WorkerGone("the worker is gone") from None
         return self._id
 
-    def receive(self, timeout=None):
-        """The next message, whatever it is."""
+    def receive(self, timeout=USUAL):
+        """The next message, whatever it is. A timeout of None is none."""
+        limit = self.timeout if timeout is USUAL else timeout
         try:
-            message = self._lines.get(timeout=timeout or self.timeout)
+            message = self._lines.get(timeout=limit)
         except queue.Empty:
-            raise WorkerSilent(f"nothing from the worker in {timeout or self.timeout} seconds") from None
+            raise WorkerSilent(f"nothing from the worker in {limit} seconds") from None
         if message is END:
             self._lines.put(END)
             raise WorkerGone("the worker is gone")
         return message
 
-    def answer(self, request, timeout=None):
+    def answer(self, request, timeout=USUAL):
         """Waits for the result of a request; notifications that come before are kept in `events`."""
         while True:
             message = self.receive(timeout)
@@ -117,7 +120,7 @@ class Worker:
         request, done = self.send("scan", **for_worker(order)), False
         try:
             while True:
-                message = self.receive()
+                message = self.receive(None if order.get("ui") else USUAL)  # people take their time
                 if message.get("method") == "page":
                     yield from_worker(message["params"])
                 elif "method" in message:
@@ -135,7 +138,7 @@ class Worker:
                 self.send("cancel", id=request)
                 try:
                     self.answer(request, timeout=10)
-                except (ScanError, WorkerGone):
+                except (ScanError, WorkerGone, WorkerSilent):
                     pass
 
     def close(self):
@@ -156,7 +159,8 @@ class Worker:
 
 def result_of(message):
     if "error" in message:
-        raise ScanError(**message["error"])
+        error = message["error"]
+        raise ScanError(error["code"], error["message"], error.get("data"))
     return message["result"]
 
 

@@ -133,6 +133,7 @@ Json Session::open(const Request& request) {
     const bool byDialog = select && select->get<bool>();
     if (byDialog && !source.empty())
         refuse(ErrorCode::InvalidParams, "select and source exclude each other: both choose the source.");
+    if (byDialog && !host::hasDisplay()) outbox_.send(notificationLine("note", {{"text", host::noDisplay}}));
     const host::ModuleLibrary& loaded = module();
     const std::vector<std::string> makers = host::makersSources(loaded);  // asked while no source is chosen
     if (byDialog)
