@@ -87,7 +87,7 @@ public sealed class ScanWorker : IDisposable {
             Values message = Receive();
             if (message.ContainsKey("method")) {
                 if (onEvent != null) onEvent((string)message["method"], (Values)message["params"]);
-            } else if (message["id"] != null && Convert.ToInt32(message["id"]) == id) {
+            } else if (message["id"] == null || Convert.ToInt32(message["id"]) == id) {  // null: it couldn't be read
                 if (message.ContainsKey("error")) throw new ScanException((Values)message["error"]);
                 return (Values)message["result"];
             }

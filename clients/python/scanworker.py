@@ -102,7 +102,7 @@ class Worker:
             message = self.receive(timeout)
             if "method" in message:
                 self.events.append(message)
-            elif message["id"] == request:
+            elif message["id"] in (request, None):  # none: it couldn't be read
                 return result_of(message)
 
     def call(self, method, **params):
@@ -126,7 +126,7 @@ class Worker:
                 elif "method" in message:
                     if on_event:
                         on_event(message["method"], message["params"])
-                elif message["id"] == request:
+                elif message["id"] in (request, None):
                     done = True
                     result_of(message)
                     return

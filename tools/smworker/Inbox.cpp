@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "common/ModuleActivity.h"
 #include "common/Text.h"
 
 namespace smworker {
@@ -53,6 +54,7 @@ std::optional<Request> Inbox::next() {
     if (requests_.empty()) return std::nullopt;
     Request request = std::move(requests_.front());
     requests_.pop_front();
+    host::noteActivity();  // what ping counts from
     running_ = request.method;
     return request;
 }

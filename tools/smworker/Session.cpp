@@ -7,7 +7,6 @@
 
 #include "common/CapsQuery.h"
 #include "common/Display.h"
-#include "common/ModuleActivity.h"
 #include "common/PageScan.h"
 #include "common/ScanPreparation.h"
 #include "common/SourceChoice.h"
@@ -69,7 +68,6 @@ const Session::Method& Session::methodOf(const Request& request) const {
 }
 
 void Session::answer(const Request& request) {
-    host::noteActivity();
     const std::string line = lineFor(request);
     // Who has the answer can send the next scan.
     inbox_.done();
