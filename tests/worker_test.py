@@ -93,11 +93,11 @@ class WorkerTest(unittest.TestCase):
         self.assertGreaterEqual(time.monotonic() - start, seconds[0])
 
     def test_examples_of_the_docs(self):
-        blocks = re.findall(r"```\n(> .*?)```", (SOURCES / "docs/worker.md").read_text(), re.S)
-        self.assertGreater(len(blocks), 3)
-        for block in blocks:
+        blocks = re.findall(r"```text(.*)\n((?:[<>] .*\n)+)```", (SOURCES / "docs/worker.md").read_text())
+        self.assertGreater(len(blocks), 7)
+        for settings, block in blocks:
             opened = [] if "initialize" in block else [("initialize", {"protocolVersion": 1}), ("open", {})]
-            worker = self.raw(dict(Pages=2), *opened)
+            worker = self.raw({"Pages": 2, **dict(word.split("=") for word in settings.split())}, *opened)
             for _ in opened:
                 worker.stdout.readline()
             for line in block.splitlines():
@@ -106,13 +106,13 @@ class WorkerTest(unittest.TestCase):
                     worker.stdin.flush()
                     continue
                 message = json.loads(worker.stdout.readline())
-                while message.get("method") == "progress":
+                while message.get("method") == "progress" and '"progress"' not in line:
                     message = json.loads(worker.stdout.readline())
                 expected = ".*".join(re.escape(part) for part in line[2:].split("..."))
                 self.assertRegex(json.dumps(message), f"^{expected}$")
             worker.stdin.close()
             self.assertEqual(worker.wait(5), 0)
-        self.assertEqual(self.files(), ["letter.png", "two.pdf"])
+        self.assertEqual(self.files(), ["glass1.png", "jam1.png", "jam2.png", "letter.png", "two.pdf"])
 
     def test_pages_are_those_of_smscan(self):
         rows = [
