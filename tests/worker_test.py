@@ -9,6 +9,7 @@ import os
 import random
 import re
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
@@ -314,7 +315,7 @@ class WorkerTest(unittest.TestCase):
         self.assertEqual(self.files(), [])
 
     def test_one_scan_at_a_time(self):
-        worker = self.worker(**SLOW)
+        worker = self.worker(Delay=10, StripRows=20)
         one = worker.send("scan", output="p.bmp", resolution=50)
         self.fails(-32001, lambda: worker.call("scan", output="q.bmp"))
         self.assertIn("capabilities", worker.call("capabilities"))  # waits its turn
@@ -412,7 +413,14 @@ class WorkerTest(unittest.TestCase):
         for code, words in ((6, [file]), (2, ["--mode", "red", file]), (2, ["--mode"]), (4, ["--source", "no such", file]),
                             (0, ["--help"])):
             self.assertEqual(run(*words)[0], code)
-        self.assertEqual(self.files(), ["p.png"])
+        command = [sys.executable, str(SOURCES / "clients/python/scanworker.py"), "--pages", "all", "--resolution", "50", "c%d.png"]
+        started = subprocess.Popen(command, cwd=self.folder, stdout=subprocess.PIPE, stderr=self.errors,
+                                   env={**environment(dict(SLOW, Pages=9)), "SMWORKER": " ".join(WORKER)}, text=True)
+        self.assertIn("c1.png", started.stdout.readline())
+        started.send_signal(signal.SIGINT)
+        self.assertEqual((started.communicate(timeout=10), started.returncode), (("", None), 5), self.log())
+        self.assertIn("Cancelled.", self.log())
+        self.assertEqual(self.files(), ["c1.png", "p.png"])
 
     @unittest.skipUnless(shutil.which("mcs") and shutil.which("mono"), "LEFT OUT: mono-mcs isn't installed")
     def test_the_client_in_csharp(self):

@@ -36,12 +36,14 @@ class WorkerSilent(Exception):
 
 
 def default_command():
-    """SMWORKER in the environment, or smworker.exe beside this file or in the package that it came with."""
+    """SMWORKER in the environment ("wine smworker.exe"), or smworker.exe beside this file or in its package."""
+    given = os.environ.get("SMWORKER")
+    if given:
+        return [given] if Path(given).exists() else given.split(" ")
     here = Path(__file__).resolve().parent
     places = [here, here / "../../bin", here / "../../build/mingw32/bin"]
     found = [str(place / "smworker.exe") for place in places if (place / "smworker.exe").exists()]
-    program = os.environ.get("SMWORKER") or (found or ["smworker.exe"])[0]
-    return [program] if os.name == "nt" else ["wine", program]
+    return ([] if os.name == "nt" else ["wine"]) + [(found or ["smworker.exe"])[0]]
 
 
 class Worker:
@@ -200,6 +202,9 @@ def main(words=None, command=None):
     except ScanError as error:
         print(error, file=sys.stderr)
         return error.code if 0 < error.code < 7 else 5 if error.code == -32800 else 2
+    except KeyboardInterrupt:
+        print("Cancelled. Pages that are complete are kept.", file=sys.stderr)
+        return 5
     except (WorkerGone, WorkerSilent, OSError) as error:
         print(error, file=sys.stderr)
         return 1
