@@ -292,6 +292,7 @@ class WorkerTest(unittest.TestCase):
             ('"id": 1, "method": "set", "params": {"switches": {"no-such": true}}', -32602),
             ('"id": 1, "method": "set", "params": {"pages": 2}', -32602),
             ('"id": 1, "method": "scan", "params": {"output": "-"}', -32602),
+            ('"id": 1, "method": "scan", "params": {"output": "p\\u0000.bmp"}', -32602),
             ('"id": 1, "method": "scan", "params": {"output": "p.bmp", "progressMs": -1}', -32602),
             ('"id": 1, "method": "scan", "params": {"output": "p.xyz"}', 2),
             ('"id": 1, "method": "scan", "params": {"output": "nowhere/p.bmp"}', 6),

@@ -20,24 +20,26 @@ namespace {
 
 // As people would type it.
 std::string textOf(const std::string& name, const Json& value) {
-    if (value.is_string()) return value.get<std::string>();
+    if (value.is_string()) {
+        const auto text = value.get<std::string>();
+        // For Windows the text would end there.
+        if (text.find('\0') != std::string::npos)
+            refuse(format("%s has a null character in it.", name.c_str()));
+        return text;
+    }
     if (value.is_boolean()) return value.get<bool>() ? "on" : "off";
     if (value.is_number_integer()) return value.dump();
     if (value.is_number()) {
         const double number = value.get<double>();
         return std::floor(number) == number ? format("%.0f", number) : format("%.10g", number);
     }
-    if (value.is_array() &&
-        std::all_of(value.begin(), value.end(), [](const Json& e) { return e.is_number(); })) {
-        std::vector<std::string> words;
-        for (const Json& item : value)
-            words.push_back(textOf(name, item));
-        std::string text;
-        for (const std::string& word : words)
-            text += (text.empty() ? "" : ",") + word;
-        return text;
-    }
-    refuse(format("%s takes a text, a number, true or false.", name.c_str()));
+    const auto isNumber = [](const Json& item) { return item.is_number(); };
+    if (!value.is_array() || !std::all_of(value.begin(), value.end(), isNumber))
+        refuse(format("%s takes a text, a number, true or false.", name.c_str()));
+    std::string text;
+    for (const Json& item : value)
+        text += (text.empty() ? "" : ",") + textOf(name, item);
+    return text;
 }
 
 void readSwitches(const Json& switches, host::ScanRequest& request) {
