@@ -9,7 +9,7 @@ usage() {
 usage: bench.sh [--prefix NAME] [BENCHMARK...]
 Runs all benchmarks, or those named ("strips" is bench_strips.exe), in one of the prefixes of wine.sh; without
 --prefix in scan-tests, with Wine's own TWAIN manager and the virtual scanner at its defaults. "commands" measures
-scan.sh and the size of the library. Ends with exit code 1 and names the rows when values are above their limits.
+scan.sh and the size of the library, "worker" smworker beside smscan. Ends with exit code 1 and names the rows when values are above their limits.
 EOF
 }
 
@@ -36,7 +36,7 @@ if ((${#names[@]} == 0)); then
     names+=("${name%.exe}")
   done
   ((${#names[@]} > 0)) || fail "there are no benchmarks: $bin/bench_*.exe matches nothing"
-  names+=(commands)
+  names+=(commands worker)
 fi
 
 # The virtual scanner's settings of whoever calls this would change what is measured.
@@ -102,6 +102,8 @@ for name in "${names[@]}"; do
   printf '== %s\n' "$name"
   if [[ $name == commands ]]; then
     measure_commands
+  elif [[ $name == worker ]]; then
+    python3 "$REPO/bench/worker.py" "$REPO" "$REPO/scripts/wine.sh" --prefix "$prefix" --exec || failed+=("$name")
   else
     [[ -f bench_$name.exe ]] || fail "there is no benchmark '$name' ($bin/bench_$name.exe is not built)"
     run_program "$name"

@@ -12,13 +12,14 @@ Installs what is missing for building the programs and running them ("scan"; ben
   test     the tests and the checks of the sources
   package  the package
   screens  taking pictures of windows
+  csharp   the test of the worker's C# client, which is left out otherwise
   fuzz     the native build with sanitizers; this one alone needs nothing of a scan's
 EOF
 }
 
 job=${1-}
 case $job in
-  scan | test | package | screens | fuzz) (($# == 1)) || { usage >&2; exit 2; } ;;
+  scan | test | package | screens | csharp | fuzz) (($# == 1)) || { usage >&2; exit 2; } ;;
   --help) usage; exit 0 ;;
   *) usage >&2; exit 2 ;;
 esac
@@ -49,6 +50,10 @@ readonly REQUIREMENTS=(
   'screens xdotool               xdotool'
   'screens fonts-wine            /usr/share/wine/fonts/marlett.ttf'
   'screens fonts-liberation      /usr/share/fonts/truetype/liberation/LiberationSans-Regular.ttf'
+  'csharp mono-mcs               mcs'
+  'csharp mono-runtime           mono'
+  'csharp libmono-system-xml-linq4.0-cil               /usr/lib/mono/4.5/System.Xml.Linq.dll'
+  'csharp libmono-system-runtime-serialization4.0-cil  /usr/lib/mono/4.5/System.Runtime.Serialization.dll'
   # Not gcc-multilib: it can't be installed beside other cross compilers.
   'fuzz clang-14                 clang++-14'
   'fuzz libclang-rt-14-dev       /usr/lib/llvm-14/lib/clang/14.0.6/lib/linux/libclang_rt.fuzzer-i386.a'

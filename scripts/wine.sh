@@ -6,7 +6,7 @@ source "$(dirname -- "${BASH_SOURCE[0]}")/lib.sh"
 
 usage() {
   cat <<'EOF'
-usage: wine.sh [--build-dir DIR] [--prefix NAME] [--hold-stderr] PROGRAM [ARGUMENT...]
+usage: wine.sh [--build-dir DIR] [--prefix NAME] [--hold-stderr|--exec] PROGRAM [ARGUMENT...]
 Runs PROGRAM in one of the project's Wine prefixes and ends with its exit code.
 
   --prefix scan        Wine's own TWAIN manager and the virtual scanner; vscan.ini there is yours (the default)
@@ -17,6 +17,7 @@ Runs PROGRAM in one of the project's Wine prefixes and ends with its exit code.
   --build-dir DIR      where bin/ and the prefixes (wine/NAME) are; default: build/mingw32 of the source tree
   --hold-stderr        shows what the program writes to stderr when it has ended: Wine's desktop process keeps
                        stderr open for a second or two, for which whoever reads a pipe would have to wait
+  --exec               becomes Wine itself, for a program that its caller talks to and may kill
 WINEDEBUG is passed on when it is set.
 EOF
 }
@@ -24,11 +25,13 @@ EOF
 build_dir=$REPO/build/mingw32
 prefix_name=scan
 hold_stderr=
+become=
 while (($# > 0)); do
   case $1 in
     --build-dir) need_value "$@"; build_dir=$2; shift 2 ;;
     --prefix) need_value "$@"; prefix_name=$2; shift 2 ;;
     --hold-stderr) hold_stderr=yes; shift ;;
+    --exec) become=yes; shift ;;
     --help) usage; exit 0 ;;
     --) shift; break ;;
     -*) fail "unknown option $1 (wine.sh --help lists the options)" ;;
@@ -64,6 +67,12 @@ export WINEPREFIX=$wine_dir/$prefix_name WINEARCH=win32 WINEDEBUG=${WINEDEBUG:--
 # one in which Wine could not read names beyond ASCII: no UTF-8, or never generated on this machine.
 if [[ $prefix_name == *tests* || $(locale charmap 2>/dev/null) != UTF-8 ]]; then
   export LC_ALL=C.UTF-8
+fi
+
+if [[ -n $become ]]; then
+  # Wine's server would inherit the lock and never let go of it.
+  [[ $prefix_name != tests-* ]] || fail "--exec doesn't go with the prefix 'tests'"
+  exec wine "$@"
 fi
 
 # Wine lets SIGTERM and SIGHUP kill the program on the spot; SIGINT reaches it as Ctrl+C, which it can handle. So

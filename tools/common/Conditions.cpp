@@ -53,9 +53,13 @@ const Condition* find(int code) {
 
 }  // namespace
 
-std::string conditionWords(int code) {
+std::string conditionName(int code) {
     const Condition* condition = find(code);
-    return format("%s (condition code %d)", condition ? condition->words : "unknown failure", code);
+    return condition ? condition->words : "unknown failure";
+}
+
+std::string conditionWords(int code) {
+    return format("%s (condition code %d)", conditionName(code).c_str(), code);
 }
 
 std::string conditionSentence(int code) {

@@ -6,7 +6,10 @@
 
 namespace host {
 
-// A condition code in words with its number: "paper jam (condition code 20)".
+// A condition code in words: "paper jam".
+std::string conditionName(int code);
+
+// The same with its number: "paper jam (condition code 20)".
 std::string conditionWords(int code);
 
 // The same with a full stop, and what the user can do about it, where there is something to say.

@@ -6,6 +6,10 @@
 
 namespace host {
 
+const char* const noDisplay =
+    "there is no display, so nobody sees the window that this waits for. With Wine: scripts/wine.sh --prefix "
+    "screen, on a desktop or with xvfb-run.";
+
 bool hasDisplay() {
     char driver[16] = {};
     DWORD size = sizeof driver - 1;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 namespace host {
@@ -18,6 +19,9 @@ enum class FailureCode {
 struct Failure {
     FailureCode code;
     std::string text;
+    std::optional<int> condition{};  // the source's, where it gave one
+    int page = 0;                    // at which it happened; 0: at none
+    int pagesKept = 0;
 };
 
 // What stands for any other exception: the C++ library throws hardly anything else.

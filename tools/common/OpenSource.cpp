@@ -16,10 +16,11 @@ OpenSource::OpenSource(const ModuleLibrary& module, HWND parent) : module_(modul
     // This one is asked after the opening, and so the source is closed and its name gone.
     if (result == SM_CONDITION_OPERATION_ERROR && name.empty())
         throw Failure{FailureCode::SourceError,
-                      "The source opens, but can't be used: " + conditionSentence(result)};
+                      "The source opens, but can't be used: " + conditionSentence(result), result};
     if (name.empty()) throw Failure{FailureCode::NoSource, explainNoSource(result, "")};
-    throw Failure{FailureCode::SourceError, format("Cannot open the source \"%s\": %s", name.c_str(),
-                                                   conditionSentence(result).c_str())};
+    throw Failure{
+        FailureCode::SourceError,
+        format("Cannot open the source \"%s\": %s", name.c_str(), conditionSentence(result).c_str()), result};
 }
 
 void OpenSource::enable(bool showWindow) {
@@ -28,7 +29,8 @@ void OpenSource::enable(bool showWindow) {
     if (!enabled_)
         throw Failure{FailureCode::SourceError,
                       format("The source \"%s\" can't start the scan: %s", productName(module_).c_str(),
-                             conditionSentence(result).c_str())};
+                             conditionSentence(result).c_str()),
+                      result};
 }
 
 void OpenSource::disable() {

@@ -54,7 +54,9 @@ void PageReceiver::guarded(Step step) {
 void PageReceiver::giveUp(const Failure& failure) {
     listener_.progressOver();
     dropPage();
-    window_.keepFailure({failure.code, format("Page %d: %s", pages_ + 1, failure.text.c_str())});
+    const int page = pages_ + 1;
+    window_.keepFailure(
+        {failure.code, format("Page %d: %s", page, failure.text.c_str()), failure.condition, page});
     expectCancel_ = true;
     module_.smCancelAllXfer();
     window_.finish();
@@ -78,6 +80,7 @@ void PageReceiver::start(TXferImageInfo& info) {
         module_.smCancelAllXfer();
         return;
     }
+    listener_.pageStarts(pages_ + 1, info.ImageWidth, info.ImageLength);
     file_.emplace(output_.nextBmp());
     if (info.XferMech == SM_MECH_NATIVE) {
         dib_ = nullptr;
@@ -136,7 +139,7 @@ void PageReceiver::onEnd(int result, const TXferImageInfo& info) {
 void PageReceiver::failTransfer(int result) const {
     if (result == SM_XFEREND_CANCELLED_BY_SOURCE)
         throw Failure{FailureCode::Cancelled, "cancelled at the source."};
-    throw Failure{failureCodeOf(result), conditionSentence(result)};
+    throw Failure{failureCodeOf(result), conditionSentence(result), result};
 }
 
 void PageReceiver::finishPage(const TXferImageInfo& info) {
@@ -227,6 +230,7 @@ void PageReceiver::pullPages(const TXferImageInfo& info) {
         PageImage image = planImage(module_, info);
         image.format.width = width;
         const int page = pages_ + 1;
+        listener_.pageStarts(page, width, height);
         const auto writer =
             pullPage(module_, window_, image, info.BitsPerPixel, height, file_->name(), [&](int rows) {
                 window_.touch();

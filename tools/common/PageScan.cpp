@@ -18,22 +18,29 @@ std::string keptPages(int pages) {
 void reportEnd(HostWindow::End end, const PageReceiver& receiver, const HostWindow& window,
                const ScanRequest& request, ScanListener& listener) {
     const int pages = receiver.pages();
-    if (window.failure())
-        throw Failure{window.failure()->code, window.failure()->text + " " + keptPages(pages)};
+    if (window.failure()) {
+        Failure failure = *window.failure();
+        failure.text += " " + keptPages(pages);
+        failure.pagesKept = pages;
+        throw failure;
+    }
     if (end == HostWindow::End::Cancelled || window.cancelRequested())
-        throw Failure{FailureCode::Cancelled, "Cancelled. " + keptPages(pages)};
+        throw Failure{FailureCode::Cancelled, "Cancelled. " + keptPages(pages), {}, 0, pages};
     if (end == HostWindow::End::TimedOut)
         throw Failure{
             FailureCode::SourceError,
             format("The source did nothing for %d seconds. %s %stimeout changes how long is waited.",
-                   request.timeoutSeconds, keptPages(pages).c_str(), wording.option)};
+                   request.timeoutSeconds, keptPages(pages).c_str(), wording.option),
+            {},
+            0,
+            pages};
     if (pages == 0 && request.ui)
         throw Failure{FailureCode::Cancelled, "The source's window was closed. No page was scanned."};
     if (pages == 0)
         throw Failure{FailureCode::SourceError,
                       "The source ended without a page. Look whether there is paper in it."};
     if (!receiver.incomplete().empty())
-        throw Failure{FailureCode::SourceError, receiver.incomplete() + keptPages(pages)};
+        throw Failure{FailureCode::SourceError, receiver.incomplete() + keptPages(pages), {}, 0, pages};
     if (request.pages > pages)
         listener.note(format("the source had %s, not %d.", counted(pages, "page").c_str(), request.pages));
 }
@@ -57,7 +64,10 @@ void scanOpened(const ModuleLibrary& module, OpenSource& source, const ScanReque
             FailureCode::SourceError,
             format("The source waits in a window of its own, though it was told to do without. With "
                    "%sui it can be used. %s",
-                   wording.option, keptPages(receiver.pages()).c_str())};
+                   wording.option, keptPages(receiver.pages()).c_str()),
+            {},
+            0,
+            receiver.pages()};
     reportEnd(end, receiver, window, request, listener);
 }
 

@@ -25,6 +25,9 @@ public:
     // Something is otherwise than it was asked for.
     virtual void note(const std::string& text) = 0;
 
+    // The source has announced a page; a height below 0 isn't known.
+    virtual void pageStarts(int /*page*/, int /*width*/, int /*height*/) {}
+
     // A page comes strip by strip, for whoever shows it meanwhile. The strip is cut to the page's width; its
     // first row is yOffset, of the plane (0 to 2, for planar layouts).
     virtual void pageBegins(const PageImage&, int /*height*/) {}

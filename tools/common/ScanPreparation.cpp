@@ -85,12 +85,16 @@ void prepareFeeder(const ModuleLibrary& module, const ScanRequest& request, Scan
         requireSet("its feeder", module.smSetADFEnable(1));
     if (request.pages != 1 && hasFeeder && request.feeder.value_or(true))
         module.smSetAutoFeedEnable(1);  // not every feeder has this switch
+}
+
+void requirePaper(const ModuleLibrary& module) {
+    unsigned short available = 0;
     unsigned short enabled = 0;
     unsigned short loaded = 1;
+    const bool hasFeeder = module.smIsADFAvailable(&available) == SM_RESULT_OK && available;
     const bool feeds = hasFeeder && module.smGetADFEnable(&enabled) == SM_RESULT_OK && enabled;
     const bool empty = feeds && module.smIsPaperLoaded(&loaded) == SM_RESULT_OK && !loaded;
-    // With the source's window open the user can still put paper in.
-    if (empty && !request.ui)
+    if (empty)
         throw Failure{FailureCode::SourceError, "The feeder is empty. Put the pages in and try again."};
 }
 
@@ -106,8 +110,7 @@ void setPageCount(const ModuleLibrary& module, int pages, ScanListener& listener
 
 }  // namespace
 
-void prepareScan(const ModuleLibrary& module, const ScanRequest& request, ScanListener& listener) {
-    if (!request.ui) requireNoWindow(module);
+void applyRequest(const ModuleLibrary& module, const ScanRequest& request, ScanListener& listener) {
     useInches(module, listener);
     if (request.mechanism)
         setMechanism(module, *request.mechanism);
@@ -116,6 +119,13 @@ void prepareScan(const ModuleLibrary& module, const ScanRequest& request, ScanLi
     applySettings(module, request, listener);
     prepareFeeder(module, request, listener);
     setPageCount(module, request.pages, listener);
+}
+
+void prepareScan(const ModuleLibrary& module, const ScanRequest& request, ScanListener& listener) {
+    if (!request.ui) requireNoWindow(module);
+    applyRequest(module, request, listener);
+    // With the source's window open the user can still put paper in.
+    if (!request.ui) requirePaper(module);
 }
 
 }  // namespace host

@@ -12,9 +12,12 @@ void useInches(const ModuleLibrary& module, ScanListener& listener);
 // False, and noted, when the source works in another unit.
 bool worksInInches(const ModuleLibrary& module, ScanListener& listener);
 
-// Sets everything that the request asks for at the open source, and how its pages come. Throws Failure: the
-// source doesn't offer something (what it offers is named), the feeder is empty, only the source's window
-// scans.
+// Sets everything that the request asks for at the open source, and how its pages come. Throws Failure where
+// the source doesn't offer something (what it offers is named).
+void applyRequest(const ModuleLibrary& module, const ScanRequest& request, ScanListener& listener);
+
+// The same, and sees whether it can scan. Throws Failure also where the feeder is empty or only the source's
+// window scans.
 void prepareScan(const ModuleLibrary& module, const ScanRequest& request, ScanListener& listener);
 
 }  // namespace host

@@ -20,7 +20,7 @@ void requireSet(const std::string& what, int result) {
     const std::string text =
         format("The source refuses %s: %s.", what.c_str(), conditionWords(result).c_str());
     if (result == SM_CONDITION_BAD_VALUE) refuseValue(text);
-    throw Failure{FailureCode::SourceError, text};
+    throw Failure{FailureCode::SourceError, text, result};
 }
 
 void requireOffered(const std::string& what, double asked, const std::vector<double>& choices,

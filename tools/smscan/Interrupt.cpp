@@ -2,7 +2,7 @@
 
 #include <atomic>
 
-#include "smscan/ForcedEnd.h"
+#include "common/ForcedEnd.h"
 #include "windows/CriticalSection.h"
 
 namespace smscan {
@@ -34,8 +34,8 @@ bool cancelWindow() {
 
 // Runs on a thread of the system's.
 BOOL WINAPI onConsoleEvent(DWORD event) {
-    if (!cancelWindow()) endAtOnce({host::FailureCode::Cancelled, "Cancelled."});
-    if (came && GetTickCount() - cameAt > samePress) endAtOnce(cancelledAtOnce);
+    if (!cancelWindow()) host::endAtOnce({host::FailureCode::Cancelled, "Cancelled."});
+    if (came && GetTickCount() - cameAt > samePress) host::endAtOnce(cancelledAtOnce);
     // After these Windows ends the process as soon as this function returns.
     if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) Sleep(INFINITE);
     return TRUE;

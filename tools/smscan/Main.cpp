@@ -9,6 +9,7 @@
 
 #include "common/CapsQuery.h"
 #include "common/Display.h"
+#include "common/ForcedEnd.h"
 #include "common/HostWindow.h"
 #include "common/Json.h"
 #include "common/ModuleLibrary.h"
@@ -23,7 +24,6 @@
 #include "smscan/CapsTable.h"
 #include "smscan/Console.h"
 #include "smscan/ConsoleListener.h"
-#include "smscan/ForcedEnd.h"
 #include "smscan/Help.h"
 #include "smscan/Interrupt.h"
 #include "smscan/Options.h"
@@ -36,10 +36,7 @@ namespace {
 
 // Told to those who want quiet, too.
 void noteHiddenWindow(const Options& options) {
-    if ((options.ui || options.select) && !hasDisplay())
-        note(
-            "Note: there is no display, so nobody sees the window that this waits for. With Wine: "
-            "scripts/wine.sh --prefix screen, on a desktop or with xvfb-run.");
+    if ((options.ui || options.select) && !hasDisplay()) note(std::string("Note: ") + noDisplay);
 }
 
 // Chooses the source that opens next.
@@ -166,7 +163,7 @@ int end(const Failure& failure) {
 }  // namespace smscan
 
 int main() {
-    smscan::prepareForcedEnd();
+    host::prepareForcedEnd();
     const smscan::Interrupt interrupt;
     smscan::writeWholeTexts();
     try {

@@ -13,13 +13,6 @@ using Word = const std::string&;
 
 constexpr const char* noWords = "";
 
-const pages::FormatTraits& parseFormat(Word text) {
-    std::vector<std::string> names;
-    for (const pages::FormatTraits& traits : pages::fileFormats())
-        names.push_back(traits.name);
-    return pages::fileFormats()[parseWord("--format", names, text)];
-}
-
 constexpr const char* pixelWords = "keep hash blank";
 
 record::PixelPolicy parsePixels(Word text) {
@@ -64,10 +57,8 @@ std::vector<Option> makeTable() {
          noWords, nullptr},
         {'\0', "source-type", "TYPE", scan, "where pages come from: adf (the feeder) or flatbed",
          "adf flatbed", nullptr},
-        {'\0', "feeder", nullptr, scan, "the same as --source-type adf", noWords,
-         [](Options& o, Word) { o.feeder = true; }},
-        {'\0', "flatbed", nullptr, scan, "the same as --source-type flatbed", noWords,
-         [](Options& o, Word) { o.feeder = false; }},
+        {'\0', "feeder", nullptr, scan, "the same as --source-type adf", noWords, nullptr},
+        {'\0', "flatbed", nullptr, scan, "the same as --source-type flatbed", noWords, nullptr},
         {'\0', "brightness", "N", scan, "-100 to 100", noWords, nullptr},
         {'\0', "contrast", "N", scan, "-100 to 100", noWords, nullptr},
         {'\0', "highlight", "N", scan, "0 to 255", noWords, nullptr},
@@ -86,8 +77,7 @@ std::vector<Option> makeTable() {
          "memory native file block", nullptr},
         {'\0', "presto", nullptr, pages, "the one-shot scan: one call, one file", noWords,
          [](Options& o, Word) { o.oneShot = true; }},
-        {'\0', "ui", nullptr, pages, "show the source's own window", noWords,
-         [](Options& o, Word) { o.ui = true; }},
+        {'\0', "ui", nullptr, pages, "show the source's own window", noWords, nullptr},
         {'\0', "dry-run", nullptr, pages,
          "open the source, set everything and show what it made of it, but scan nothing", noWords,
          [](Options& o, Word) { o.action = Action::DryRun; }},
@@ -101,20 +91,17 @@ std::vector<Option> makeTable() {
          "page's number, %% a per cent sign. Without a number and with more than one page, pages are "
          "numbered: page.bmp becomes page-001.bmp. A dash alone: the page goes to the standard output, all "
          "messages to the error output. Default scan%03d.bmp",
-         "<file>", [](Options& o, Word value) { o.output.pattern = value; }},
+         "<file>", nullptr},
         {'f', "format", "FORMAT", files, "bmp, png, tiff, jpeg or pdf, whatever the name ends in",
-         "bmp png tiff jpeg pdf", [](Options& o, Word value) { o.output.format = &parseFormat(value); }},
+         "bmp png tiff jpeg pdf", nullptr},
         {'\0', "multipage", nullptr, files,
          "all pages in one TIFF or PDF file; PDF files without a number in their name hold all pages anyway",
-         noWords, [](Options& o, Word) { o.output.multipage = true; }},
+         noWords, nullptr},
         {'\0', "start", "N", files, "the first page's number. Default: after the last file that is there",
-         noWords, [](Options& o, Word value) { o.output.start = parseWhole("--start", value, 0, 999999); }},
-        {'\0', "force", nullptr, files, "replace files that are there", noWords,
-         [](Options& o, Word) { o.output.force = true; }},
-        {'\0', "quality", "N", files, "of JPEG, also in PDF: 1 to 100. Default 85", noWords,
-         [](Options& o, Word value) { o.output.settings.quality = parseWhole("--quality", value, 1, 100); }},
-        {'\0', "lossless", nullptr, files, "PDF files without JPEG", noWords,
-         [](Options& o, Word) { o.output.settings.lossless = true; }},
+         noWords, nullptr},
+        {'\0', "force", nullptr, files, "replace files that are there", noWords, nullptr},
+        {'\0', "quality", "N", files, "of JPEG, also in PDF: 1 to 100. Default 85", noWords, nullptr},
+        {'\0', "lossless", nullptr, files, "PDF files without JPEG", noWords, nullptr},
 
         {'\0', "json", nullptr, program,
          "print sources, capabilities and pages as JSON, one text a line, for programs", noWords,

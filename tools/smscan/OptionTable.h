@@ -18,7 +18,7 @@ struct Option {
     OptionGroup group;
     const char* help;
     const char* words;  // to complete a value with, blanks between them; "<file>" for names of files
-    // What it does; nullptr: it sets the value of that name in the request.
+    // What it does; nullptr: it sets the value of that name for the scan or its files.
     void (*apply)(Options& options, const std::string& value);
 };
 

@@ -1,5 +1,6 @@
 #include "smscan/Options.h"
 
+#include "common/OutputValues.h"
 #include "common/Text.h"
 #include "smscan/OptionTable.h"
 
@@ -83,8 +84,9 @@ private:
         if (option.value && value.empty()) refuseEmpty(option);
         if (option.apply)
             option.apply(options, value);
-        else
-            setRequestValue(options, option.name, value);
+        else if (const std::string text = option.value ? value : "on";
+                 !setRequestValue(options, option.name, text))
+            setOutputValue(options.output, option.name, text);
     }
 
     const std::vector<std::string>& words_;
@@ -107,14 +109,6 @@ void checkTogether(const Options& options) {
         refuse(
             "--presto takes --mode, --resolution, --brightness, --contrast, --highlight, --shadow, --pages, "
             "--ui, --output and what goes with it only.");
-}
-
-// Where the user names no file.
-void chooseDefaultOutput(OutputRequest& output) {
-    if (!output.pattern.empty()) return;
-    const std::string extensions = output.format ? output.format->extensions : ".bmp";
-    output.pattern = "scan%03d" + extensions.substr(0, extensions.find(' '));
-    output.multipage = output.multipage || (output.format && output.format->format == pages::FileFormat::Pdf);
 }
 
 }  // namespace

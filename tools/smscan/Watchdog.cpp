@@ -3,9 +3,9 @@
 #include <algorithm>
 
 #include "common/Failure.h"
+#include "common/ForcedEnd.h"
 #include "common/ModuleActivity.h"
 #include "common/Text.h"
-#include "smscan/ForcedEnd.h"
 
 namespace smscan {
 
@@ -43,14 +43,15 @@ void Watchdog::look() const {
     const host::ModuleActivity activity = host::moduleActivity();
     if (!activity.function) return;
     if (const auto age = interrupt_.age(); age && std::min(*age, activity.idle) > graceAfterCancel)
-        endAtOnce({host::FailureCode::Cancelled,
-                   host::format("Cancelled, and the source didn't come back from %s. Pages that are complete "
-                                "are kept.",
-                                activity.function)});
+        host::endAtOnce(
+            {host::FailureCode::Cancelled,
+             host::format("Cancelled, and the source didn't come back from %s. Pages that are complete "
+                          "are kept.",
+                          activity.function)});
     const DWORD limit = static_cast<DWORD>(timeoutSeconds_) * 1000;
     if (limit == 0 || activity.idle <= limit + graceAfterLimit) return;
     if (!userAtWork_ || !host::sourceWindowIsOpen())
-        endAtOnce(
+        host::endAtOnce(
             {host::FailureCode::SourceError,
              host::format("The source hangs: it didn't come back from %s for %d seconds. Pages that are "
                           "complete are kept. --timeout changes how long is waited.",

@@ -232,6 +232,8 @@ std::vector<SettingKey> makeKeys() {
         switchKey("UnknownLength", &Settings::unknownLength),
         wholeKey("LengthError", &Settings::lengthError, -100000, 100000),
         wholeKey("Delay", &Settings::delay, 0, 60000),
+        switchKey("Prints", &Settings::prints),
+        switchKey("ReadsInput", &Settings::readsInput),
         listKey("RefusedMechanisms", &Settings::refusedMechanisms, mechanismNames()),
         capabilitiesKey("RefusedCapabilities", &Settings::refusedCapabilities),
         capabilitiesKey("ReadOnlyCapabilities", &Settings::readOnlyCapabilities),

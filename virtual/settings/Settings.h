@@ -100,6 +100,8 @@ struct VirtualScannerSettings {
     bool unknownLength = false;
     int lengthError = 0;  // rows that the announced length is too long (or, negative, too short)
     int delay = 0;        // milliseconds
+    bool prints = false;
+    bool readsInput = false;
     std::vector<int> refusedMechanisms;
     std::vector<int> refusedCapabilities;
     std::vector<int> readOnlyCapabilities;

@@ -1,6 +1,7 @@
 // The data source: DS_Entry as the source manager calls it, around one virtual scanner.
 #include <windows.h>
 
+#include <cstdio>
 #include <string>
 #include <utility>
 #include <vector>
@@ -58,6 +59,7 @@ public:
         const bool opens = group == DG_CONTROL && argumentType == DAT_IDENTITY && message == MSG_OPENDS;
         // Not when the source is loaded: managers do that once more, only to ask for its name.
         if (opens) reportComplaints();
+        if (opens) useStandardStreams();
         const TW_UINT16 result = scanner_.call(group, argumentType, message, data);
         for (const std::string& remark : scanner_.takeRemarks())
             report(remark);
@@ -70,7 +72,27 @@ public:
     }
 
 private:
-    vscan::VirtualScannerSettings readSettings() { return vscan::readSettings(settingsPath(), complaints_); }
+    vscan::VirtualScannerSettings readSettings() {
+        const vscan::VirtualScannerSettings settings = vscan::readSettings(settingsPath(), complaints_);
+        prints_ = settings.prints;
+        readsInput_ = settings.readsInput;
+        return settings;
+    }
+
+    // By the C library and by Windows, as drivers do that were written for a console once.
+    void useStandardStreams() const {
+        DWORD count = 0;
+        char text[] = "{\"warming\": \"up\"}\n";
+        if (prints_) {
+            std::fputs(text, stdout);
+            std::fflush(stdout);
+            WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), text, sizeof text - 1, &count, nullptr);
+        }
+        if (readsInput_) {
+            std::getchar();
+            ReadFile(GetStdHandle(STD_INPUT_HANDLE), text, 1, &count, nullptr);
+        }
+    }
 
     void reportComplaints() {
         for (const std::string& complaint : complaints_)
@@ -100,6 +122,8 @@ private:
     }
 
     std::vector<std::string> complaints_;
+    bool prints_ = false;
+    bool readsInput_ = false;
     HMODULE manager_ = nullptr;
     TW_IDENTITY host_{};
     TW_IDENTITY own_{};

@@ -2,7 +2,7 @@
 
 #include "common/Failure.h"
 
-namespace smscan {
+namespace host {
 
 // Called by the main thread before anything else: a crash then ends the process as everything does that goes
 // wrong, with a text and a documented code.
@@ -10,6 +10,6 @@ void prepareForcedEnd();
 
 // Ends the process at once, wherever its main thread is: removes unfinished files and says why. From any
 // thread; when two ask for it, the first one has its way.
-[[noreturn]] void endAtOnce(const host::Failure& failure);
+[[noreturn]] void endAtOnce(const Failure& failure);
 
-}  // namespace smscan
+}  // namespace host

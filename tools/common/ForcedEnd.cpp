@@ -1,4 +1,4 @@
-#include "smscan/ForcedEnd.h"
+#include "common/ForcedEnd.h"
 
 #include <windows.h>
 
@@ -8,13 +8,11 @@
 #include "common/ModuleActivity.h"
 #include "common/Text.h"
 #include "common/UnfinishedNames.h"
+#include "common/Wording.h"
 
-namespace smscan {
+namespace host {
 
 namespace {
-
-using host::Failure;
-using host::format;
 
 HANDLE mainThread = nullptr;
 DWORD mainThreadId = 0;
@@ -35,8 +33,8 @@ std::string moduleAt(const void* address) {
 
 LONG WINAPI onCrash(EXCEPTION_POINTERS* crash) {
     const EXCEPTION_RECORD& record = *crash->ExceptionRecord;
-    const char* const function = host::moduleActivity().function;
-    endAtOnce({host::FailureCode::SourceError,
+    const char* const function = moduleActivity().function;
+    endAtOnce({FailureCode::SourceError,
                format("%s crashed (exception %08lx in %s%s%s). Pages that are complete are kept.",
                       function ? "The source or its driver" : "It", record.ExceptionCode,
                       moduleAt(record.ExceptionAddress).c_str(), function ? ", during " : "",
@@ -45,9 +43,9 @@ LONG WINAPI onCrash(EXCEPTION_POINTERS* crash) {
 
 // Called when the thread of prepareForcedEnd ends the process, whoever it was that had it do so.
 VOID WINAPI onProcessEnd(void*) {
-    if (const char* const function = host::moduleActivity().function)
+    if (const char* const function = moduleActivity().function)
         endAtOnce(
-            {host::FailureCode::SourceError,
+            {FailureCode::SourceError,
              format("The source or its driver ended the program, during %s. Pages that are complete are "
                     "kept.",
                     function)});
@@ -90,8 +88,8 @@ void endAtOnce(const Failure& failure) {
     if (before != 0) Sleep(INFINITE);
     exitCode = static_cast<UINT>(failure.code);
     CloseHandle(CreateThread(nullptr, 0, endInAnyCase, nullptr, 0, nullptr));
-    const std::string line = "smscan: " + failure.text + "\n";
-    host::UnfinishedFilesHeld files;
+    const std::string line = std::string(wording.program) + ": " + failure.text + "\n";
+    UnfinishedFilesHeld files;
     if (GetCurrentThreadId() != mainThreadId) SuspendThread(mainThread);
     files.remove();
     // Not through the C library, which the main thread may have been in the middle of.
@@ -104,4 +102,4 @@ void endAtOnce(const Failure& failure) {
     std::abort();
 }
 
-}  // namespace smscan
+}  // namespace host
