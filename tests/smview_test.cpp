@@ -99,6 +99,7 @@ TEST_CASE("a preview, an area dragged on it, and the scan of that area") {
     program.press(IDC_PREVIEW);
     REQUIRE(becomes([&] { return program.says("Drag an area"); }));
     CHECK(program.pages() == 0);
+    CHECK_FALSE(program.isEnabled(IDC_SAVE));
 
     // Across the whole view, so that the area is the whole glass: 11.7 x 17 inches.
     const HWND view = GetDlgItem(program.window, IDC_VIEW);

@@ -56,6 +56,7 @@ void MainWindow::run() {
     host_->setFilter([this](MSG& message) { return IsDialogMessageW(window_, &message) != FALSE; });
     ShowWindow(window_, SW_SHOWDEFAULT);
     attempt([&] { listSources(); });
+    enableSaving();
     MSG message;
     while (GetMessageW(&message, nullptr, 0, 0) > 0) {
         if (module_.smIsDSEvent(&message) || IsDialogMessageW(window_, &message)) continue;
@@ -160,6 +161,8 @@ void MainWindow::attempt(Step step) {
         step();
     } catch (const Failure& failure) {
         tell(failure.text + " " + notes_);
+        // In the place of a page that came in part.
+        if (busy_) showFocusedPage();
     } catch (const std::exception&) {
         tell(host::outOfMemory().text);
     }
@@ -191,6 +194,12 @@ void MainWindow::setBusy(bool busy) {
     EnableWindow(control(IDCANCEL), FALSE);
     SendMessageW(control(IDC_PROGRESS), PBM_SETPOS, 0, 0);
     if (source_) form_->enable();
+    enableSaving();
+}
+
+void MainWindow::enableSaving() const {
+    for (const int id : {IDC_SAVE, IDC_SAVE_ALL, IDC_DELETE})
+        EnableWindow(control(id), pages_ && pages_->size() > 0);
 }
 
 void MainWindow::listSources() {
@@ -264,6 +273,8 @@ void MainWindow::scanPages(const host::ScanRequest& request, const std::string& 
 
 void MainWindow::showCapabilities() {
     if (!source_) throw Failure{FailureCode::NoSource, "No source is open."};
+    // The source may still have what a preview needed.
+    host::applyRequest(module_, form_->request(), *this);
     CapabilityWindow(module_).run(window_);
     form_->fill(host::queryCaps(module_, false));
 }
@@ -278,6 +289,7 @@ void MainWindow::save(bool all) {
 void MainWindow::remove() {
     pages_->removeSelected();
     showFocusedPage();
+    enableSaving();
 }
 
 void MainWindow::chooseArea() {

@@ -51,6 +51,7 @@ private:
     void showFocusedPage();
     void showPicture(const PagePicture& picture, const std::optional<host::Area>& whole);
     void setBusy(bool busy);
+    void enableSaving() const;
     void tell(const std::string& text);
 
     // While a page arrives, inside the module: this window stays alive, and only this one.

@@ -59,6 +59,14 @@ void saveFile(const PageList::Page* first, const PageList::Page* last, const std
     file.keep(true);  // the person has said so
 }
 
+// As the dialog counts; 1 if this build doesn't write it.
+DWORD indexOf(pages::FileFormat format) {
+    const auto& formats = pages::fileFormats();
+    for (DWORD i = 0; i < formats.size(); ++i)
+        if (formats[i].format == format) return i + 1;
+    return 1;
+}
+
 }  // namespace
 
 std::wstring askForName(HWND owner, bool severalPages) {
@@ -70,6 +78,7 @@ std::wstring askForName(HWND owner, bool severalPages) {
     dialog.lpstrFilter = list.c_str();
     dialog.lpstrFile = path;
     dialog.nMaxFile = static_cast<DWORD>(std::size(path));
+    if (severalPages) dialog.nFilterIndex = indexOf(pages::FileFormat::Pdf);
     dialog.lpstrTitle = severalPages ? L"Save the pages as" : L"Save the page as";
     dialog.Flags = OFN_OVERWRITEPROMPT | OFN_PATHMUSTEXIST | OFN_NOCHANGEDIR | OFN_HIDEREADONLY;
     if (!GetSaveFileNameW(&dialog)) return L"";
