@@ -109,13 +109,13 @@ void JpegEncoder::makeTables(int quality) {
             scale_[table][place] = static_cast<float>(1 / (8 * factor * step));
         }
         for (int frequencies = 0; frequencies < 2; ++frequencies) {
-            const HuffmanSpecification& specification = huffmanSpecification(table, frequencies);
+            const HuffmanLayout& layout = huffmanLayout(table, frequencies);
             std::uint16_t code = 0;
             std::size_t next = 0;
             for (std::uint8_t length = 1; length <= 16;
                  ++length, code = static_cast<std::uint16_t>(code << 1))
-                for (int i = 0; i < specification.counts[length - 1]; ++i)
-                    huffman_[table][frequencies].codes[specification.values[next++]] = {code++, length};
+                for (int i = 0; i < layout.counts[length - 1]; ++i)
+                    huffman_[table][frequencies].codes[layout.values[next++]] = {code++, length};
         }
     }
 }
@@ -155,10 +155,10 @@ void JpegEncoder::writeHeaders(const PageFormat& format) {
     Bytes huffman;
     for (int table = 0; table < tables; ++table) {
         for (int frequencies = 0; frequencies < 2; ++frequencies) {
-            const HuffmanSpecification& specification = huffmanSpecification(table, frequencies);
+            const HuffmanLayout& layout = huffmanLayout(table, frequencies);
             huffman.push_back(static_cast<std::uint8_t>(frequencies << 4 | table));
-            huffman.insert(huffman.end(), specification.counts.begin(), specification.counts.end());
-            huffman.insert(huffman.end(), specification.values.begin(), specification.values.end());
+            huffman.insert(huffman.end(), layout.counts.begin(), layout.counts.end());
+            huffman.insert(huffman.end(), layout.values.begin(), layout.values.end());
         }
     }
     appendSegment(buffer_, huffmanTables, huffman);

@@ -23,14 +23,14 @@ constexpr std::array<std::array<std::uint8_t, 64>, 2> quantizationSteps = {
       99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99}}};
 
 // How many codes there are of each length from 1 to 16, and what they stand for.
-struct HuffmanSpecification {
+struct HuffmanLayout {
     std::array<std::uint8_t, 16> counts;
     std::vector<std::uint8_t> values;
 };
 
 // [brightness, colour][mean, frequencies]
-inline const HuffmanSpecification& huffmanSpecification(int table, int frequencies) {
-    static const HuffmanSpecification specifications[2][2] = {
+inline const HuffmanLayout& huffmanLayout(int table, int frequencies) {
+    static const HuffmanLayout specifications[2][2] = {
         {{{0, 1, 5, 1, 1, 1, 1, 1, 1}, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}},
          {{0, 2, 1, 3, 3, 2, 4, 3, 5, 5, 4, 4, 0, 0, 1, 0x7d},
           {0x01, 0x02, 0x03, 0x00, 0x04, 0x11, 0x05, 0x12, 0x21, 0x31, 0x41, 0x06, 0x13, 0x51, 0x61,
