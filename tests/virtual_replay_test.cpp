@@ -201,6 +201,22 @@ TEST_CASE("whatever stands in a recording, hosts get answers and can close") {
     CHECK(opened > 100);
 }
 
+TEST_CASE("a recording that would fill the memory is refused, and the operation named") {
+    std::string text = smallRecording();
+    for (int i = 0; i < 2000; ++i) {
+        char lines[120];
+        std::snprintf(lines, sizeof lines,
+                      "> %d s4 1/0001/0006 data=%02x%02x050000000000 block=040002000000\n< %d rc=0\n",
+                      1000 + i, i & 255, i >> 8, 1000 + i);
+        text += lines;
+    }
+    const RecordingFile file(text);
+    VirtualHost host("Replay=" + file.path, 3);
+    CHECK(host.answer("open") == "failure 5");
+    CHECK(host.scanner.pageComplaint() ==
+          "Replay \"" + file.path + "\": operation 2413: more settings than any scan changes");
+}
+
 TEST_CASE("nothing of a container goes into a recording that tells of people, devices or memory") {
     const auto text = [](TW_UINT16 capability, TW_UINT16 kind, const std::string& bytes) {
         const recording::Bytes shown =
