@@ -47,7 +47,10 @@ public:
         };
         if (triplet.is(DG_CONTROL, DAT_IDENTITY, MSG_GET)) {
             const TW_UINT16 result = pass();
-            if (result == TWRC_SUCCESS) addMark(*static_cast<TW_IDENTITY*>(data));
+            if (result != TWRC_SUCCESS) return result;
+            auto& identity = *static_cast<TW_IDENTITY*>(data);
+            std::memcpy(realName_, identity.ProductName, sizeof realName_);
+            addMark(identity);
             return result;
         }
         const bool opens = triplet.is(DG_CONTROL, DAT_IDENTITY, MSG_OPENDS);
@@ -93,10 +96,10 @@ private:
         std::memcpy(identity.ProductName, mark, markLength);
         identity.ProductName[room] = '\0';
     }
-    static void removeMark(TW_IDENTITY& identity) {
-        if (std::strncmp(identity.ProductName, mark, markLength) != 0) return;
-        std::memmove(identity.ProductName, identity.ProductName + markLength,
-                     sizeof identity.ProductName - markLength);
+    // The mark may have cost a long name its end.
+    void removeMark(TW_IDENTITY& identity) const {
+        if (std::strncmp(identity.ProductName, mark, markLength) == 0)
+            std::memcpy(identity.ProductName, realName_, sizeof realName_);
     }
 
     static std::wstring wide(const std::string& ansi) {
@@ -108,6 +111,7 @@ private:
     }
 
     const recorder::RecorderSettings settings_;
+    TW_STR32 realName_ = "";
     std::optional<record::CallRecorder> calls_;  // from the first opening on
     recorder::RealSource real_;
 };

@@ -27,7 +27,8 @@ RealSource* RealSource::only_ = nullptr;
 
 RealSource::RealSource(const std::string& path, Overhear overhear) : overhear_(std::move(overhear)) {
     only_ = this;
-    const HMODULE library = LoadLibraryA(path.c_str());
+    // Libraries of the source's own lie beside it, not beside the host.
+    const HMODULE library = LoadLibraryExA(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
     if (!library) return;
     if (void** const slot = record::importSlot(library, "GetProcAddress"))
         record::replaceImport(slot, reinterpret_cast<void*>(&RealSource::findProcedure));

@@ -105,7 +105,9 @@ TEST_CASE(
     "the recorder before a source: all passes, the manager's notice too, whenever it is freed and loaded") {
     const std::string path = temporaryFolder() + "proxy.scanrec";
     const std::pair<const char*, std::string> variables[] = {
-        {"RECORDER_SOURCE", programFolder() + "\\..\\vscan.ds"}, {"RECORDER_OUTPUT", path}};
+        {"RECORDER_SOURCE", programFolder() + "\\..\\vscan.ds"},
+        {"RECORDER_OUTPUT", path},
+        {"VSCAN_PRODUCTNAME", "Flatbed with a name: 32 letters."}};
     for (const auto& [name, value] : variables)
         SetEnvironmentVariableA(name, value.c_str());
     const NamedManager manager("TWAIN_32.DLL");
@@ -116,10 +118,10 @@ TEST_CASE(
         FreeLibrary(source);
         source = loadBuilt("..\\recorder.ds");
         identity.Id = 7;
-        CHECK(std::string(identity.ProductName) == "Rec KAVRO Virtual Scanner");
+        CHECK(std::string(identity.ProductName) == "Rec Flatbed with a name: 32 lett");
         TW_USERINTERFACE hidden{};
         CHECK(manager.call(source, DAT_IDENTITY, MSG_OPENDS, &identity) == TWRC_SUCCESS);
-        CHECK(std::string(identity.ProductName) == "Rec KAVRO Virtual Scanner");
+        CHECK(std::string(identity.ProductName) == "Rec Flatbed with a name: 32 lett");
         CHECK(manager.call(source, DAT_USERINTERFACE, MSG_ENABLEDS, &hidden) == TWRC_SUCCESS);
         CHECK(manager.lastNote() == MSG_XFERREADY);
         CHECK(manager.call(source, DAT_USERINTERFACE, MSG_DISABLEDS, &hidden) == TWRC_SUCCESS);
@@ -141,5 +143,6 @@ TEST_CASE(
     const std::string session =
         "3 1025; 4 1282 inside 257; 6 1281; 4 1026; ";  // open, enable, disable, close
     CHECK(told == session + session);
-    CHECK(text.find("52656320") == std::string::npos);  // "Rec "
+    CHECK(text.find("52656320") == std::string::npos);          // "Rec "
+    CHECK(text.find("6c6574746572732e") != std::string::npos);  // "letters.", which "Rec " had no room for
 }

@@ -1,5 +1,6 @@
 // Recordings: what the reader takes and refuses, and what the virtual scanner makes of one that a host asks
 // for more than it tells. (Whole scans are recorded and replayed end to end.)
+#include <clocale>
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
@@ -90,6 +91,16 @@ TEST_CASE("a recording is read line by line, and the first line that can't be re
         {"scan-recording 1\n! 0 0101\n", "line 2: a notice comes before any operation"}};
     for (const auto& [text, reading] : rows)
         CHECK(readingOf(text) == reading);
+}
+
+TEST_CASE("a host that writes numbers with a comma records and replays the same") {
+    REQUIRE(std::setlocale(LC_NUMERIC, "German"));
+    recording::Operation operation{7, 4, {1, 0xB, 5}, 12.34, 0, {}, {}, {}};
+    const std::string line = recording::questionLine(operation, "");
+    const std::string reading = readingOf(recording::firstLine() + line);
+    std::setlocale(LC_NUMERIC, "C");
+    CHECK(line == "> 7 s4 1/000b/0005 @12.3\n");
+    CHECK(reading == "1 operations");
 }
 
 TEST_CASE("what was not recorded is derived from what was, or refused, and nothing else is made up") {
@@ -190,6 +201,22 @@ TEST_CASE("whatever stands in a recording, hosts get answers and can close") {
     CHECK(opened > 100);
 }
 
+TEST_CASE("a recording that would fill the memory is refused, and the operation named") {
+    std::string text = smallRecording();
+    for (int i = 0; i < 2000; ++i) {
+        char lines[120];
+        std::snprintf(lines, sizeof lines,
+                      "> %d s4 1/0001/0006 data=%02x%02x050000000000 block=040002000000\n< %d rc=0\n",
+                      1000 + i, i & 255, i >> 8, 1000 + i);
+        text += lines;
+    }
+    const RecordingFile file(text);
+    VirtualHost host("Replay=" + file.path, 3);
+    CHECK(host.answer("open") == "failure 5");
+    CHECK(host.scanner.pageComplaint() ==
+          "Replay \"" + file.path + "\": operation 2413: more settings than any scan changes");
+}
+
 TEST_CASE("nothing of a container goes into a recording that tells of people, devices or memory") {
     const auto text = [](TW_UINT16 capability, TW_UINT16 kind, const std::string& bytes) {
         const recording::Bytes shown =
@@ -199,10 +226,14 @@ TEST_CASE("nothing of a container goes into a recording that tells of people, de
     const std::string serial = std::string("\x09\0AB-12\0secret", 14) + std::string(34, 'z');
     const std::string masked = std::string("\x09\0xxx00", 7) + std::string(29, '\0');
     CHECK(text(0x1024, TWON_ONEVALUE, serial) == masked);
+    for (const int printed : {0x102a, 0x102b, 0x104e})
+        CHECK(text(static_cast<TW_UINT16>(printed), TWON_ONEVALUE, serial) == masked);
     CHECK(text(0x1025, TWON_ONEVALUE, serial).substr(0, 8) == serial.substr(0, 8));
     // The upper half of a 16-bit value, and what a block has behind its end.
     CHECK(text(ICAP_UNITS, TWON_ONEVALUE, std::string("\4\0\1\0\xAD\xDEmore", 10)) ==
           std::string("\4\0\1\0\0\0", 6));
+    const std::string small("\4\0\1\0\xAD\xDE\2\0\xAD\xDE\1\0\xAD\xDE\1\0\xAD\xDE\1\0\xAD\xDE", 22);
+    CHECK(text(ICAP_BRIGHTNESS, TWON_RANGE, small).find('\xAD') == std::string::npos);
 
     TW_SETUPFILEXFER file{};
     std::strcpy(file.FileName, "C:\\Users\\somebody\\tax.bmp");

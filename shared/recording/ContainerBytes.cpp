@@ -82,9 +82,10 @@ std::optional<Item> pointedTo(const Container& container, std::size_t indexAt, s
     return itemAt(container, word(container.bytes, indexAt));
 }
 
-// Capabilities whose texts name a device or a person: author, caption, printed texts, serial number.
+// Capabilities whose texts name a device or a person: author, caption, serial number, printed text, what
+// follows its number, and its preview.
 bool isPersonal(TW_UINT16 capability) {
-    constexpr TW_UINT16 personal[] = {0x1000, 0x1001, 0x1024, 0x104a, 0x104b};
+    constexpr TW_UINT16 personal[] = {0x1000, 0x1001, 0x1024, 0x102a, 0x102b, 0x104e};
     return std::find(std::begin(personal), std::end(personal), capability) != std::end(personal);
 }
 
@@ -184,11 +185,15 @@ Bytes presentable(TW_UINT16 capability, const Container& container) {
         cutText(text, list.size);
         if (isPersonal(capability)) maskText(text, list.size);
     }
+    const std::size_t itemSize = roomOf(type);
     const auto cutItem = [&](std::size_t at) {
-        for (std::size_t i = at + list.size; i < std::min(at + 4, shown.bytes.size()); ++i)
+        for (std::size_t i = at + itemSize; i < std::min(at + 4, shown.bytes.size()); ++i)
             shown.bytes[i] = 0;
     };
-    if (shown.kind == TWON_ONEVALUE && list.size > 0) cutItem(oneValueItem);
+    if (shown.kind == TWON_ONEVALUE && itemSize > 0) cutItem(oneValueItem);
+    if (shown.kind == TWON_RANGE && itemSize > 0)
+        for (std::size_t at = offsetof(TW_RANGE, MinValue); at < sizeof(TW_RANGE); at += 4)
+            cutItem(at);
     return shown.bytes;
 }
 

@@ -1,5 +1,5 @@
-#include <cmath>
-#include <cstdlib>
+#include <algorithm>
+#include <charconv>
 #include <limits>
 #include <unordered_map>
 
@@ -30,10 +30,11 @@ std::uint32_t number32(const std::string& text, int base) {
 }
 
 double milliseconds(const std::string& text) {
-    char* end = nullptr;
-    const double value = std::strtod(text.c_str(), &end);
+    double value = 0;
+    const char* const end = text.data() + text.size();
+    const auto read = std::from_chars(text.data(), end, value);  // a point, whatever the host's locale
     constexpr double longest = 1e12;
-    if (text.empty() || *end != '\0' || !(value >= 0 && value <= longest))
+    if (read.ec != std::errc() || read.ptr != end || !(value >= 0 && value <= longest))
         throw RecordingError("\"" + text.substr(0, 40) + "\" is no time");
     return value;
 }

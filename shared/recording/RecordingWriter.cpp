@@ -1,3 +1,4 @@
+#include <cmath>
 #include <cstdio>
 
 #include "recording/RecordingText.h"
@@ -20,6 +21,12 @@ std::string put(const char* pattern, Values... values) {
     char text[128];
     std::snprintf(text, sizeof text, pattern, values...);
     return text;
+}
+
+// Milliseconds with one decimal place and a point before it, whatever the host's locale has there.
+std::string timeText(double milliseconds) {
+    const auto tenths = static_cast<std::uint64_t>(std::llround(milliseconds * 10));
+    return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10);
 }
 
 std::string dataText(const Bytes& data) {
@@ -53,13 +60,12 @@ std::string questionLine(const Operation& operation, const std::string& names) {
             static_cast<unsigned>(triplet.message));
     line += dataText(operation.question.data) + blockText(operation.question.block);
     if (operation.events > 0) line += put(" events=%lu", static_cast<unsigned long>(operation.events));
-    line += put(" @%.1f", operation.at);
-    return line + (names.empty() ? "" : " # " + names) + "\n";
+    return line + " @" + timeText(operation.at) + (names.empty() ? "" : " # " + names) + "\n";
 }
 
 std::string noticeLine(std::uint32_t operation, const Notice& notice) {
-    return put("! %lu %04x @%.1f\n", static_cast<unsigned long>(operation),
-               static_cast<unsigned>(notice.message), notice.at);
+    return put("! %lu %04x @", static_cast<unsigned long>(operation), static_cast<unsigned>(notice.message)) +
+           timeText(notice.at) + "\n";
 }
 
 std::string answerLine(std::uint32_t operation, const Answer& answer) {
@@ -72,10 +78,9 @@ std::string answerLine(std::uint32_t operation, const Answer& answer) {
     if (answer.pixels) {
         line += put(" px=%lu crc=%08lx", static_cast<unsigned long>(answer.pixels->size),
                     static_cast<unsigned long>(answer.pixels->crc));
-        if (answer.pixels->at)
-            line += put(" at=%.0f", static_cast<double>(*answer.pixels->at));  // exact up to 2^53
+        if (answer.pixels->at) line += " at=" + std::to_string(*answer.pixels->at);
     }
-    return line + put(" ms=%.1f\n", answer.milliseconds);
+    return line + " ms=" + timeText(answer.milliseconds) + "\n";
 }
 
 }  // namespace recording

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <exception>
 #include <utility>
 
 #include "record/Bitmaps.h"
@@ -86,23 +87,40 @@ double CallRecorder::now() const {
 
 TW_UINT16 CallRecorder::pass(const Triplet& triplet, TW_MEMREF data, const std::function<TW_UINT16()>& call) {
     if (triplet.is(DG_CONTROL, DAT_EVENT, MSG_PROCESSEVENT)) return passEvent(triplet, data, call);
-    const Operation operation = begin(triplet, data);
+    Operation operation;
     Before before;
-    if (triplet.argumentType == DAT_IMAGEMEMXFER && triplet.group == DG_IMAGE) {
-        const StripBuffer buffer(stripAt(data).Memory);
-        before.strip.assign(buffer.bytes(), buffer.bytes() + buffer.size());
-    }
-    if (recording::isVendorRecord(triplet) && triplet.message != MSG_SET)
-        before.vendorRecord = readableBytesAt(data, vendorRecordLimit);
-    running_.push_back(operation.number);
+    const bool begun = tried([&] {
+        operation = begin(triplet, data);
+        if (triplet.argumentType == DAT_IMAGEMEMXFER && triplet.group == DG_IMAGE) {
+            const StripBuffer buffer(stripAt(data).Memory);
+            before.strip.assign(buffer.bytes(), buffer.bytes() + buffer.size());
+        }
+        if (recording::isVendorRecord(triplet) && triplet.message != MSG_SET)
+            before.vendorRecord = readableBytesAt(data, vendorRecordLimit);
+        running_.push_back(operation.number);
+    });
     const double started = now();
     const TW_UINT16 returnCode = call();
     const double ended = now();
+    if (!begun) return returnCode;
     running_.pop_back();
-    Answer answer = answerOf(triplet, data, returnCode, before);
-    answer.milliseconds = ended - started;
-    end(operation, answer);
+    tried([&] {
+        Answer answer = answerOf(triplet, data, returnCode, before);
+        answer.milliseconds = ended - started;
+        end(operation, answer);
+    });
     return returnCode;
+}
+
+// A page for whose copy there is no memory ends the recording, not the scan.
+bool CallRecorder::tried(const std::function<void()>& step) {
+    try {
+        step();
+        return true;
+    } catch (const std::exception&) {
+        file_.abandon();
+        return false;
+    }
 }
 
 // Hosts pass every message of their windows on; only what the source answers to one matters.
@@ -182,10 +200,10 @@ Answer CallRecorder::answerOf(const Triplet& triplet, TW_MEMREF data, TW_UINT16 
             if (const Bytes bytes = bytesAt(data, sizeof handle); !bytes.empty())
                 std::memcpy(&handle, bytes.data(), sizeof handle);
             answer.block = recording::globalBlock(reinterpret_cast<HGLOBAL>(static_cast<UINT_PTR>(handle)));
-            const Bytes dib = std::move(answer.block.bytes);
+            Bytes dib = std::move(answer.block.bytes);
             answer.block.bytes.clear();
-            addBitmap({dib.begin(), dib.begin() + static_cast<std::ptrdiff_t>(dibBytes(dib))},
-                      dibHeaderBytes(dib), answer);
+            dib.resize(dibBytes(dib));
+            addBitmap(dib, dibHeaderBytes(dib), answer);
         }
         if (triplet.argumentType == DAT_IMAGEFILEXFER) {
             const Bytes file = wholeFile(fileName_);

@@ -29,6 +29,8 @@ public:
 private:
     struct Before;  // what the call may change
     double now() const;
+    // False when the step threw; the recording then ends here.
+    bool tried(const std::function<void()>& step);
     TW_UINT16 passEvent(const recording::Triplet& triplet, TW_MEMREF data,
                         const std::function<TW_UINT16()>& call);
     recording::Operation begin(const recording::Triplet& triplet, TW_MEMREF data);

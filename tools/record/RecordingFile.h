@@ -21,6 +21,7 @@ public:
 
     // Everything was written so far. When something could not, the recording ends there.
     bool complete() const { return complete_; }
+    void abandon() { complete_ = false; }
     bool hasPixels() const { return pixelsWritten_ > 0; }
     // Given to Windows at once: if the source takes the process with it, its last operation is in the file.
     void line(const std::string& text);

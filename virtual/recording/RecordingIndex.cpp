@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "recording/RecordShapes.h"
+#include "recording/RecordingText.h"
 
 namespace vscan {
 
@@ -55,6 +56,9 @@ void Moment::advance(const Triplet& triplet, const Answer& answer) {
 
 RecordingIndex::RecordingIndex(recording::Recording recording) {
     Moment moment;
+    // Each change keeps all settings before it; without a limit a hostile file could ask for any memory.
+    constexpr std::size_t mostKept = 1000000;
+    std::size_t kept = 0;
     auto settings = std::make_shared<const AcceptedSettings>();
     for (Operation& operation : recording.operations) {
         const Triplet triplet = operation.triplet;
@@ -89,6 +93,10 @@ RecordingIndex::RecordingIndex(recording::Recording recording) {
         if (changesSettings(triplet) && succeeded(answer)) {
             AcceptedSettings changed = *settings;
             enter(changed, triplet, recorded.operation.question);
+            kept += changed.size();
+            if (kept > mostKept)
+                throw recording::RecordingError("operation " + std::to_string(recorded.operation.number) +
+                                                ": more settings than any scan changes");
             settings = std::make_shared<const AcceptedSettings>(std::move(changed));
         }
     }

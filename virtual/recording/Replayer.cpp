@@ -5,6 +5,7 @@
 #include <fstream>
 #include <iterator>
 #include <map>
+#include <new>
 #include <tuple>
 
 #include "capabilities/GlobalMemory.h"
@@ -61,18 +62,18 @@ std::optional<int> distance(const Triplet& triplet, const Question& one, const Q
 
 Replayer::Replayer(const VirtualScannerSettings& settings, Notify notify)
     : settings_(settings), notify_(std::move(notify)), pixels_(settings.replay) {
-    std::ifstream file(settings.replay, std::ios::binary);
-    if (!file) {
-        complaint_ = "Replay \"" + settings.replay + "\": the file can't be read";
-        return;
-    }
-    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    const auto complain = [&](const char* reason) {
+        complaint_ = "Replay \"" + settings.replay + "\": " + reason;
+    };
     try {
-        index_.emplace(recording::readRecording(text));
-        if (!index_->identity())
-            complaint_ = "Replay \"" + settings.replay + "\": no source was opened in it";
+        std::ifstream file(settings.replay, std::ios::binary);
+        if (!file) throw recording::RecordingError("the file can't be read");
+        index_.emplace(recording::readRecording({std::istreambuf_iterator<char>(file), {}}));
+        if (!index_->identity()) complain("no source was opened in it");
     } catch (const recording::RecordingError& error) {
-        complaint_ = "Replay \"" + settings.replay + "\": " + error.what();
+        complain(error.what());
+    } catch (const std::bad_alloc&) {
+        complain("there is not enough memory for it");
     }
 }
 
