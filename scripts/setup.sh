@@ -66,7 +66,12 @@ is_there() {
   local sign signs
   IFS='|' read -ra signs <<<"$1"
   for sign in "${signs[@]}"; do
-    if [[ -e $sign ]] || command -v -- "$sign" >/dev/null; then return 0; fi
+    # A command's name may also be that of a folder here.
+    if [[ $sign == /* ]]; then
+      [[ ! -e $sign ]] || return 0
+    elif command -v -- "$sign" >/dev/null; then
+      return 0
+    fi
   done
   return 1
 }
