@@ -139,7 +139,7 @@ TEST_CASE("a value is sent in the type that the source answers with; a text that
     CHECK(set("one BOOL 0", "on") == "one BOOL 1");
     CHECK(set("one FIX32 7", "-0.25") == "one FIX32 -1+49152/65536");
     CHECK(set("one FIX32 7", "1.5") == "one FIX32 1+32768/65536");
-    for (const char* const wrong : {"", "x", "1x", "nan", "1e300"})
+    for (const char* const wrong : {"", "x", "1x", "nan", "1e300", "65536", "-1"})
         CHECK(set("one UINT16 7", wrong) == "\"" + std::string(wrong) + "\" is no value of type UINT16.");
 }
 

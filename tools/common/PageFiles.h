@@ -39,7 +39,7 @@ public:
     std::string ansiName();
 
     // What is in it by now is to survive the process, even if that is ended by force.
-    void keepAtForcedEnd() { listed_.keepAs(path_); }
+    void keepAtForcedEnd(bool replace) { listed_.keepAs(path_, replace); }
 
     // Gives the file its final name, in place of an older one if it may. Else the file keeps its unfinished
     // name, and Failure is thrown.

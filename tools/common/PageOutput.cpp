@@ -195,7 +195,7 @@ void PageOutput::addToCommonFile(const UnfinishedFile& bmp, const DotsPerInch& d
         commonWriter_->drop();
         throw;
     }
-    if (!toStream()) commonFile_->keepAtForcedEnd();
+    if (!toStream()) commonFile_->keepAtForcedEnd(request_.force);
 }
 
 void PageOutput::finish() {

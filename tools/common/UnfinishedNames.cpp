@@ -59,6 +59,7 @@ void remove(const std::wstring& path) {
 struct UnfinishedName::Entry {
     std::wstring path;
     std::wstring finalPath;  // empty: not worth keeping
+    bool replace;            // a file of that name
 };
 
 namespace {
@@ -73,7 +74,7 @@ void removeThoughOpen(const std::string& path) {
     remove(wide(path));
 }
 
-UnfinishedName::UnfinishedName(const std::string& path) : entry_(new Entry{wide(path), {}}) {
+UnfinishedName::UnfinishedName(const std::string& path) : entry_(new Entry{wide(path), {}, false}) {
     const CriticalSection::Hold hold(section);
     entries.push_back(entry_.get());
 }
@@ -88,9 +89,10 @@ void UnfinishedName::rename(const std::string& path) {
     entry_->path = wide(path);
 }
 
-void UnfinishedName::keepAs(const std::string& finalPath) {
+void UnfinishedName::keepAs(const std::string& finalPath, bool replace) {
     const CriticalSection::Hold hold(section);
     entry_->finalPath = wide(finalPath);
+    entry_->replace = replace;
 }
 
 UnfinishedFilesHeld::UnfinishedFilesHeld() {
@@ -106,7 +108,8 @@ void UnfinishedFilesHeld::remove() {
             continue;
         }
         closeHandlesTo(entry->path);
-        MoveFileExW(entry->path.c_str(), entry->finalPath.c_str(), 0);
+        MoveFileExW(entry->path.c_str(), entry->finalPath.c_str(),
+                    entry->replace ? MOVEFILE_REPLACE_EXISTING : 0);
     }
 }
 

@@ -17,7 +17,7 @@ public:
     // The file is another one from now on.
     void rename(const std::string& path);
     // What is in the file is worth keeping by now, under this name.
-    void keepAs(const std::string& finalPath);
+    void keepAs(const std::string& finalPath, bool replace);
 
     struct Entry;
 

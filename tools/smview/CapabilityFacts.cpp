@@ -202,6 +202,15 @@ std::optional<double> numberIn(const std::string& text) {
     return number;
 }
 
+// Whether an item of that type can be that number; what lies behind the point of a whole one is cut.
+bool holds(TW_UINT16 type, double number) {
+    const double bits = 8.0 * static_cast<double>(shared::itemSize(type));
+    const bool isSigned = type == TWTY_INT8 || type == TWTY_INT16 || type == TWTY_INT32;
+    if (type == TWTY_FIX32) return number >= -32768 && number < 32768;
+    if (isSigned) return number >= -std::exp2(bits - 1) && number < std::exp2(bits - 1);
+    return number >= 0 && number < std::exp2(bits);
+}
+
 // The item's bytes; nothing if the text is no value of that type.
 std::optional<std::vector<uint8_t>> itemFor(TW_UINT16 type, const std::string& text) {
     const TypeName* const known = findType(type);
@@ -214,7 +223,7 @@ std::optional<std::vector<uint8_t>> itemFor(TW_UINT16 type, const std::string& t
     }
     const std::optional<double> number = numberIn(text);
     constexpr double fix32Scale = 65536;
-    if (!number || std::fabs(*number) > 4294967295.0) return std::nullopt;
+    if (!number || !holds(type, *number)) return std::nullopt;
     const auto value = static_cast<uint32_t>(
         static_cast<int64_t>(type == TWTY_FIX32 ? std::floor(*number * fix32Scale + 0.5) : *number));
     std::vector<uint8_t> bytes(sizeof(TW_UINT32));
