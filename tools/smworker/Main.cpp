@@ -20,12 +20,14 @@ struct Worker {
     Inbox inbox;
     Outbox* outbox = nullptr;
     HANDLE fromClient = nullptr;
+    HANDLE ending = nullptr;  // an event
 };
 Worker& worker = *new Worker;
 
 // For a source, or a client, that keeps the main thread from its end.
 DWORD WINAPI endAfterGrace(void*) {
     constexpr DWORD grace = 5000;
+    WaitForSingleObject(worker.ending, INFINITE);
     Sleep(grace);
     const char* const function = host::moduleActivity().function;
     host::endAtOnce(
@@ -38,7 +40,7 @@ DWORD WINAPI endAfterGrace(void*) {
 
 void startEnd() {
     worker.inbox.end();
-    CloseHandle(CreateThread(nullptr, 0, endAfterGrace, nullptr, 0, nullptr));
+    SetEvent(worker.ending);
 }
 
 // What can't wait for the main thread.
@@ -118,8 +120,14 @@ int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int) {
              "tells how. smscan scans from the command line."});
     worker.fromClient = pipes.fromClient.release();
     worker.outbox = new Outbox(std::move(pipes.toClient), startEnd);
-    CloseHandle(CreateThread(nullptr, 0, readAll, nullptr, 0, nullptr));
+    worker.ending = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    CloseHandle(CreateThread(nullptr, 0, endAfterGrace, nullptr, 0, nullptr));
+    const gui::Handle reader = gui::owned(CreateThread(nullptr, 0, readAll, nullptr, 0, nullptr));
     serve();
     worker.outbox->flush();
+    // Where a thread begins or ends just when the process does, Wine crashes now and then, and the exit code
+    // is lost.
+    constexpr DWORD untilReaderEnds = 200;
+    WaitForSingleObject(reader.get(), untilReaderEnds);
     return 0;
 }
